@@ -1,0 +1,31 @@
+/// The fifteen phase procedures. Each logs "::FT::In " and its own name, then runs the custom actions that
+/// belong to it, in the order given. All but PostPayloadReinstallProc answer kHookOK whatever the actions did.
+#ifndef HOOKS_PHASE_PROCS_H
+#define HOOKS_PHASE_PROCS_H
+
+#include "hooks/HookSession.h"
+
+// Install.
+HOOK_VISIBLE uint32_t InstallPreSystemCheckProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t PrePayloadInstallProc(CCustomHookSession const& session);
+/// Runs createUUIDFile, then copyCustomEventsDATfileFromPreviousInstall.
+HOOK_VISIBLE uint32_t PostPayloadInstallProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t InstallSessionOpenProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t InstallSessionCloseProc(CCustomHookSession const& session);
+
+// Reinstall.
+HOOK_VISIBLE uint32_t ReinstallPreSystemCheckProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t PrePayloadReinstallProc(CCustomHookSession const& session);
+/// Runs copyCustomEventsDATfileFromPreviousInstall.
+HOOK_VISIBLE uint32_t PostPayloadReinstallProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t ReinstallSessionOpenProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t ReinstallSessionCloseProc(CCustomHookSession const& session);
+
+// Uninstall.
+HOOK_VISIBLE uint32_t UninstallPreSystemCheckProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t PrePayloadUninstallProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t PostPayloadUninstallProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t UninstallSessionOpenProc(CCustomHookSession const& session);
+HOOK_VISIBLE uint32_t UninstallSessionCloseProc(CCustomHookSession const& session);
+
+#endif

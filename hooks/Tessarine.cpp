@@ -1,0 +1,122 @@
+#include "hooks/Tessarine.h"
+
+#include "platform/platform.h"
+
+#include <iterator>
+#include <new>
+#include <string>
+
+namespace {
+
+char const uuidFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
+char const uuidFile[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist";
+
+// Below the user's home folder, oldest version first. The last is also where the file goes.
+char const* const eventsFiles[] = {
+    "/Library/Application Support/Zelko/Fendrial Tessarine/9.0/Tessarine/customevents.dat",
+    "/Library/Application Support/Zelko/Fendrial Tessarine/10.0/Tessarine/customevents.dat",
+    "/Library/Application Support/Zelko/Fendrial Tessarine/11.0/Tessarine/customevents.dat",
+    "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine/customevents.dat",
+};
+char const eventsVersionFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
+char const eventsDataFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine";
+
+/// Runs the body of an action; out of memory ends it there and nothing more.
+template<class Body>
+void runAction(CCustomHookSession const& session, Body body) noexcept
+{
+    try {
+        body();
+    } catch (std::bad_alloc const&) {
+        log(session, "::FT::CUSTOM ACTION: Out of memory");
+    }
+}
+
+/// The newest events file there is; empty when there is none.
+std::string newestEventsFile(CCustomHookSession const& session, std::string const& home)
+{
+    for (auto file = std::rbegin(eventsFiles); file != std::rend(eventsFiles); ++file) {
+        std::string path = home + *file;
+        if (platform::fileExists(path)) {
+            return path;
+        }
+        log(session, "::FT::CUSTOM ACTION: customevents.dat file not found");
+    }
+    return {};
+}
+
+void giveAccessWhenLacking(CCustomHookSession const& session, std::string const& folder,
+                           platform::Attributes const& reference, char const* message)
+{
+    if (!platform::isReadable(folder) || !platform::isWritable(folder) || !platform::isExecutable(folder)) {
+        platform::applyAttributes(reference, folder);
+        log(session, message);
+    }
+}
+
+} // namespace
+
+void createUUIDFile(CCustomHookSession const& session)
+{
+    runAction(session, [&] {
+        log(session, "::FT::CUSTOM ACTION: Inside Creating UUID");
+        std::string const uuid = platform::newUUIDString();
+        if (platform::fileExists(uuidFile)) {
+            log(session, "::FT::CUSTOM ACTION: UUID already exists");
+            return;
+        }
+        log(session, "::FT::CUSTOM ACTION: Creating UUID");
+        if (!platform::fileExists(uuidFolder)) {
+            log(session, "::FT::CUSTOM ACTION: Directory for the UUID file NOT present");
+            log(session, "::FT::CUSTOM ACTION: Creating the directory structure "
+                         "/Library/Application Support/Zelko/Fendrial Tessarine/12");
+            if (!platform::createDirectoryTree(uuidFolder)) {
+                log(session, "::FT::CUSTOM ACTION: Could not create directory "
+                             "/Library/Application Support/Zelko/Fendrial Tessarine/12");
+            }
+        } else {
+            log(session, "::FT::CUSTOM ACTION: Directory for the UUID file present");
+        }
+        // Deliberate: tried even without the folder, so that the log always ends with the outcome.
+        if (platform::writePropertyList(uuidFile, "UUID", uuid)) {
+            log(session, "::FT::CUSTOM ACTION: Successfully created UUID");
+        } else {
+            log(session, "::FT::CUSTOM ACTION: Unknown error while creating UUID");
+        }
+    });
+}
+
+void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& session)
+{
+    runAction(session, [&] {
+        log(session,
+            "::FT::CUSTOM ACTION: Function start, to copy customevents.dat file from previous install");
+        std::string const home = platform::homeDirectory();
+        std::string const target = home + *std::rbegin(eventsFiles);
+        std::string const versionFolder = home + eventsVersionFolder;
+        std::string const dataFolder = home + eventsDataFolder;
+        platform::Attributes const homeAttributes = platform::attributesOf(home);
+
+        std::string const source = newestEventsFile(session, home);
+        if (source.empty()) {
+            return;
+        }
+        bool const dataFolderExisted = platform::fileExists(dataFolder);
+        log(session, "::FT::CUSTOM ACTION: customevents.dat file found");
+        if (!dataFolderExisted) {
+            log(session, "::FT::CUSTOM ACTION: Creating Directoty for the file");
+            platform::createDirectoryTree(dataFolder);
+            platform::applyAttributes(homeAttributes, versionFolder);
+            platform::applyAttributes(homeAttributes, dataFolder);
+        } else {
+            log(session, "::FT::CUSTOM ACTION: Directory already exists");
+            giveAccessWhenLacking(session, versionFolder, homeAttributes, "::FT::Giving Permission to 12");
+            giveAccessWhenLacking(session, dataFolder, homeAttributes,
+                                  "::FT::Giving Permission to Tessarine");
+        }
+        // Deliberate: a version-12 file is its own newest; the copy onto itself is refused and it stays.
+        platform::copyItem(source, target);
+        platform::applyAttributes(platform::attributesOf(source), target);
+        log(session, "::FT::CUSTOM ACTION: File Copied");
+    });
+}

@@ -1,0 +1,32 @@
+#include "hooks/PhaseProcs.h"
+
+uint32_t UninstallPreSystemCheckProc(CCustomHookSession const& session)
+{
+    log(session, "::FT::In UninstallPreSystemCheckProc");
+    return kHookOK;
+}
+
+uint32_t PrePayloadUninstallProc(CCustomHookSession const& session)
+{
+    log(session, "::FT::In PrePayloadUninstallProc");
+    return kHookOK;
+}
+
+// Deliberate: an uninstall leaves the identifier, the events file and the stores for a later install.
+uint32_t PostPayloadUninstallProc(CCustomHookSession const& session)
+{
+    log(session, "::FT::In PostPayloadUninstallProc");
+    return kHookOK;
+}
+
+uint32_t UninstallSessionOpenProc(CCustomHookSession const& session)
+{
+    log(session, "::FT::In UninstallSessionOpenProc");
+    return kHookOK;
+}
+
+uint32_t UninstallSessionCloseProc(CCustomHookSession const& session)
+{
+    log(session, "::FT::In UninstallSessionCloseProc");
+    return kHookOK;
+}

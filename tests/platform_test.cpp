@@ -1,0 +1,96 @@
+// The contract of the platform interface: what every system's set of sources must keep.
+#include "platform/platform.h"
+#include "tests/support/scratch_root.h"
+
+#include <gmock/gmock.h>
+#include <set>
+#include <unistd.h>
+
+using namespace testing_support;
+using testing::ElementsAre;
+
+namespace {
+
+class Platform : public ScratchRootTest
+{
+};
+
+TEST_F(Platform, HomeIsTheEnvironmentsElseTheUserRecords)
+{
+    setenv("HOME", "/Users/ann", 1);
+    EXPECT_EQ(platform::homeDirectory(), "/Users/ann");
+    for (bool set : {true, false}) {
+        set ? setenv("HOME", "", 1) : unsetenv("HOME");
+        writeFile("/etc/passwd", "root:x:0:0::/var/root:/bin/sh\n");
+        EXPECT_EQ(platform::homeDirectory(), "/var/root");
+    }
+}
+
+TEST_F(Platform, IdentifiersDiffer)
+{
+    std::set<std::string> seen;
+    for (int round = 0; round < 100; ++round) {
+        seen.insert(platform::newUUIDString());
+    }
+    EXPECT_EQ(seen.size(), 100U);
+}
+
+TEST_F(Platform, PropertyListReplacesAFileAndEscapesItsText)
+{
+    writeFile("/list.plist", "old");
+    ASSERT_TRUE(platform::writePropertyList("/list.plist", "a<b", "c&d"));
+    EXPECT_THAT(readFile("/list.plist"), testing::HasSubstr("<key>a&lt;b</key>"));
+    EXPECT_THAT(readFile("/list.plist"), testing::HasSubstr("<string>c&amp;d</string>"));
+    makeFolders("/folder.plist");
+    EXPECT_FALSE(platform::writePropertyList("/folder.plist", "key", "value"));
+    EXPECT_FALSE(platform::writePropertyList("/missing/list.plist", "key", "value"));
+    EXPECT_THAT(namesIn("/"), ElementsAre("folder.plist", "list.plist"));
+}
+
+TEST_F(Platform, DirectoryTree)
+{
+    writeFile("/a/file", "");
+    EXPECT_TRUE(platform::createDirectoryTree("/a/b/c"));
+    EXPECT_TRUE(platform::createDirectoryTree("/a/b/c"));
+    EXPECT_EQ(accessOf("/a/b/c"), "0755 0:0");
+    EXPECT_FALSE(platform::createDirectoryTree("/a/file"));
+    EXPECT_FALSE(platform::createDirectoryTree("/a/file/d"));
+}
+
+TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNothingHalfDone)
+{
+    writeFile("/from", "bytes");
+    chmod("/from", 0604);
+    EXPECT_TRUE(platform::copyItem("/from", "/to"));
+    EXPECT_EQ(readFile("/to"), "bytes");
+    EXPECT_EQ(accessOf("/to"), "0604 0:0");
+
+    writeFile("/from", "other");
+    EXPECT_FALSE(platform::copyItem("/from", "/to"));
+    EXPECT_FALSE(platform::copyItem("/from", "/from"));
+    EXPECT_EQ(readFile("/to") + readFile("/from"), "bytesother");
+    EXPECT_FALSE(platform::copyItem("/missing", "/copy"));
+    EXPECT_FALSE(platform::copyItem("/from", "/missing/copy"));
+    ASSERT_EQ(mkfifo("/pipe", 0644), 0);
+    EXPECT_FALSE(platform::copyItem("/pipe", "/copy"));
+    EXPECT_FALSE(exists("/copy"));
+
+    writeFile("/folder/inside", "deep");
+    EXPECT_TRUE(platform::copyItem("/folder", "/copy"));
+    EXPECT_EQ(readFile("/copy/inside"), "deep");
+}
+
+TEST_F(Platform, AttributesNeedSomethingToReadFromAndToApplyTo)
+{
+    writeFile("/file", "");
+    EXPECT_EQ(platform::attributesOf("/missing"), nullptr);
+    EXPECT_FALSE(platform::applyAttributes(nullptr, "/file"));
+    EXPECT_FALSE(platform::applyAttributes(platform::attributesOf("/file"), "/missing"));
+    // The privilege of one file is not lent to another.
+    writeFile("/privileged", "");
+    chmod("/privileged", 06755);
+    EXPECT_TRUE(platform::applyAttributes(platform::attributesOf("/privileged"), "/file"));
+    EXPECT_EQ(accessOf("/file"), "0755 0:0");
+}
+
+} // namespace

@@ -1,0 +1,82 @@
+/// A fresh, empty root folder for each test: the code under test runs with its real, absolute paths.
+#ifndef TESTS_SUPPORT_SCRATCH_ROOT_H
+#define TESTS_SUPPORT_SCRATCH_ROOT_H
+
+#include <ctime>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace testing_support {
+
+/// An ordinary user: the one that tests become when the super-user's rights must not help.
+constexpr uid_t ordinaryUser = 1234;
+constexpr gid_t ordinaryGroup = 2345;
+
+/// Enters a new, empty root folder and comes back, removing it.
+class ScratchRoot
+{
+public:
+    ScratchRoot();
+    ScratchRoot(ScratchRoot const&) = delete;
+    ScratchRoot& operator=(ScratchRoot const&) = delete;
+    ~ScratchRoot();
+
+    /// Exchanges the folder for a new, empty one: for the next row of a table.
+    void renew();
+
+    /// The folder as a path of the machine, for programs that are started outside it.
+    std::string const& outsidePath() const { return folder; }
+
+    /// Runs a body in the machine's own root and comes back, for programs that need its libraries.
+    void outside(std::function<void()> const& body) const;
+
+private:
+    void make();
+    void remove() const;
+    void enter() const;
+    void leave() const;
+
+    int realRoot;
+    std::string folder;
+};
+
+/// Whether users and groups other than root's can be had here: not where only root is mapped.
+bool canBecomeOrdinaryUser();
+
+/// Leaves a test visibly where it would need them.
+#define SKIP_WITHOUT_OTHER_USERS()                                                                           \
+    if (!testing_support::canBecomeOrdinaryUser())                                                           \
+    GTEST_SKIP() << "needs users other than root: run as the machine's root"
+
+/// Runs a body in a child process as an ordinary user; its failed expectations become this test's.
+void asOrdinaryUser(std::function<void()> const& body);
+
+/// Runs a body in a child process and waits for it; its failed expectations become this test's.
+void inChildProcess(std::function<void()> const& body);
+
+void writeFile(std::string const& path, std::string const& content); // and the folders above it
+std::string readFile(std::string const& path);
+void makeFolders(std::string const& path);
+std::vector<std::string> namesIn(std::string const& folder); // sorted; "." and ".." left out
+
+bool exists(std::string const& path);          // also as a dangling link
+struct stat statusOf(std::string const& path); // of the thing itself, no link followed
+
+/// "rwx" bits and owners in one value, for messages that can be read: "0644 0:80".
+std::string accessOf(std::string const& path);
+
+/// Number of open descriptors of this process.
+int openDescriptors();
+
+class ScratchRootTest : public ::testing::Test
+{
+protected:
+    ScratchRoot root;
+};
+
+} // namespace testing_support
+
+#endif
