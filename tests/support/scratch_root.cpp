@@ -95,18 +95,43 @@ bool canBecomeOrdinaryUser()
     return can;
 }
 
-void inChildProcess(std::function<void()> const& body)
+OtherProcess::OtherProcess(std::function<void()> const& body)
 {
-    pid_t const child = fork();
+    require(pipe(trigger) == 0, "pipe");
+    child = fork();
     require(child >= 0, "fork");
     if (child == 0) {
-        body();
+        char go = 0;
+        close(trigger[1]);
+        if (read(trigger[0], &go, 1) == 1) {
+            body();
+        }
         _exit(::testing::Test::HasFailure() ? 1 : 0);
     }
+}
+
+OtherProcess::~OtherProcess()
+{
+    close(trigger[0]);
+    close(trigger[1]);
+    if (child > 0) {
+        waitpid(child, nullptr, 0);
+    }
+}
+
+void OtherProcess::run()
+{
     int status = 0;
+    require(write(trigger[1], "g", 1) == 1, "pipe");
     require(waitpid(child, &status, 0) == child, "waitpid");
+    child = -1;
     ASSERT_TRUE(WIFEXITED(status)) << "the child process died of signal " << WTERMSIG(status);
     EXPECT_EQ(WEXITSTATUS(status), 0) << "expectations failed in the child process, see above";
+}
+
+void inChildProcess(std::function<void()> const& body)
+{
+    OtherProcess(body).run();
 }
 
 void asOrdinaryUser(std::function<void()> const& body)

@@ -54,6 +54,25 @@ bool canBecomeOrdinaryUser();
 /// Runs a body in a child process as an ordinary user; its failed expectations become this test's.
 void asOrdinaryUser(std::function<void()> const& body);
 
+/// A process forked off at once that runs its body when it is told to. SQLite keeps book of its process's
+/// locks in memory, which a fork copies: the process that plays somebody else is forked before the test opens
+/// anything.
+class OtherProcess
+{
+public:
+    explicit OtherProcess(std::function<void()> const& body);
+    OtherProcess(OtherProcess const&) = delete;
+    OtherProcess& operator=(OtherProcess const&) = delete;
+    ~OtherProcess();
+
+    /// Runs the body and waits for its end; its failed expectations become this test's.
+    void run();
+
+private:
+    int trigger[2] = {-1, -1};
+    pid_t child = -1;
+};
+
 /// Runs a body in a child process and waits for it; its failed expectations become this test's.
 void inChildProcess(std::function<void()> const& body);
 

@@ -1,0 +1,421 @@
+#include "libdolmvesk/database.h"
+
+#include "libdolmvesk/plat_utils.h"
+#include "libdolmvesk/vesk_status.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <sqlite3.h>
+
+namespace {
+
+int const busyTimeout = 2000; // milliseconds
+
+char const* const emptyListEntries[] = {nullptr};
+
+struct SQLiteDeleter
+{
+    void operator()(void* text) const { sqlite3_free(text); }
+};
+using SQLiteText = std::unique_ptr<char, SQLiteDeleter>;
+
+/// Owns a compiled statement for the length of one query.
+class Statement
+{
+public:
+    Statement() = default;
+    Statement(Statement const&) = delete;
+    Statement& operator=(Statement const&) = delete;
+    ~Statement() { sqlite3_finalize(handle); }
+
+    /// Ends the statement. A statement compiled as these are keeps the real reason of a failed step until then,
+    /// so this has the last word.
+    ///
+    /// @param stepped  the status that stepping came to
+    /// @return the status of the query
+    int32_t finalize(int32_t stepped)
+    {
+        int const code = sqlite3_finalize(handle);
+        handle = nullptr;
+        return code != SQLITE_OK ? veskiSQLiteErrorMap(code) : stepped;
+    }
+
+    sqlite3_stmt* handle = nullptr;
+};
+
+bool beginsWith(char const* text, char const* keyword)
+{
+    return std::strncmp(text, keyword, std::strlen(keyword)) == 0;
+}
+
+bool changesRows(char const* text)
+{
+    return beginsWith(text, "INSERT ") || beginsWith(text, "UPDATE ") || beginsWith(text, "DELETE ");
+}
+
+int versionNumber(char const* text)
+{
+    return static_cast<int>(std::clamp<long>(std::strtol(text, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+} // namespace
+
+char const* const empty_string = "";
+char const** const empty_list = const_cast<char const**>(emptyListEntries);
+
+int32_t veskiSQLiteErrorMap(int sqliteCode)
+{
+    switch (sqliteCode) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+        return kVeskOK;
+    case SQLITE_NOMEM:
+        return kVeskNoMemory;
+    case SQLITE_IOERR:
+    case SQLITE_CORRUPT:
+    case SQLITE_FULL:
+    case SQLITE_NOTADB:
+        return kVeskIOError;
+    case SQLITE_CONSTRAINT:
+        return kVeskConstraint;
+    case SQLITE_NOTFOUND:
+    case SQLITE_EMPTY:
+        return kVeskNotFound;
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+    case SQLITE_CANTOPEN:
+    case SQLITE_AUTH:
+        return kVeskAccessDenied;
+    case SQLITE_BUSY:
+        return kVeskBusy;
+    default:
+        // Deliberate: SQLITE_LOCKED is here too. It is a conflict within one process, which waiting never ends.
+        return kVeskError;
+    }
+}
+
+VeskiPool::~VeskiPool()
+{
+    for (void* buffer : buffers) {
+        std::free(buffer);
+    }
+}
+
+void* VeskiPool::malloc(unsigned long size)
+{
+    void* const buffer = std::malloc(size);
+    if (buffer == nullptr) {
+        return nullptr;
+    }
+    try {
+        buffers.push_back(buffer);
+    } catch (std::bad_alloc const&) {
+        std::free(buffer);
+        return nullptr;
+    }
+    return buffer;
+}
+
+VeskiDataStore::VeskiDataStore(std::string const& databaseDirectory, std::string const& databaseFileName,
+                               SchemaFamily schemas, bool sharedAccess, bool skipAccess, ::schemaType type)
+    : directory(databaseDirectory), fileName(databaseFileName), schemaLists(schemas), checkSchema(true),
+      schemaType(type)
+{
+    try {
+        status = dbOpen();
+        if (status == kVeskOK && !skipAccess) {
+            veskiSetDbAccess(directory, fileName, sharedAccess);
+        }
+    } catch (std::bad_alloc const&) {
+        dbClose();
+        status = kVeskNoMemory;
+    }
+}
+
+VeskiDataStore::~VeskiDataStore()
+{
+    dbClose();
+}
+
+int32_t VeskiDataStore::dbOpen()
+{
+    std::string path;
+    if (!veskiPathAppend(directory, fileName, path)) {
+        return kVeskInvalidArgument;
+    }
+    if (!veskiFileExists(path)) {
+        if (veskiPathExists(path)) {
+            return kVeskFailed;
+        }
+        int32_t const created = veskiCreatePath(directory);
+        if (created != kVeskOK) {
+            return created;
+        }
+    }
+    int const opened = sqlite3_open(path.c_str(), &db);
+    if (opened != SQLITE_OK) {
+        sqlite3_close(db); // SQLite hands out a connection together with most failures
+        db = nullptr;
+        return veskiSQLiteErrorMap(opened);
+    }
+    sqlite3_busy_timeout(db, busyTimeout);
+    status = kVeskOK;
+    if (!checkSchema) {
+        return kVeskOK;
+    }
+    int32_t const applied = applySchemas();
+    if (applied != kVeskOK) {
+        dbClose();
+    }
+    return applied;
+}
+
+/// Reads the version of the file and the oldest version of this library that may use it; 0 for what is missing.
+int32_t VeskiDataStore::readVersions(int& current, int& compatible)
+{
+    char const* value = nullptr;
+    int32_t result = querySingle(&value, "SELECT value FROM pcd_meta WHERE key = 'schema_version'");
+    if (result == kVeskOK) {
+        current = versionNumber(value);
+        result = querySingle(&value, "SELECT value FROM pcd_meta WHERE key = 'schema_compatibility_version'");
+        if (result == kVeskOK) {
+            compatible = versionNumber(value);
+        }
+    }
+    return result;
+}
+
+int32_t VeskiDataStore::applySchemas()
+{
+    int const newest = schemaType == kSchemaTypePayload || schemaType == kSchemaTypeReserved ? 1 : 2;
+    int current = 0;
+    int compatible = 0;
+    int32_t result = readVersions(current, compatible);
+    if (compatible > newest) {
+        return kVeskSchemaTooNew;
+    }
+    for (int applied = current; applied < newest; ++applied) {
+        result = loadSchema(applied + 1);
+        if (result != kVeskOK) {
+            return applied == current ? kVeskOK : result;
+        }
+    }
+    // Without a step this is the outcome of reading the versions: a file that lacks a version row is refused.
+    return result;
+}
+
+int32_t VeskiDataStore::loadSchema(int version)
+{
+    if (db == nullptr) {
+        return kVeskFailed;
+    }
+    if (version <= 0) {
+        return kVeskInvalidArgument;
+    }
+    for (int index = 0; index < version; ++index) {
+        if (schemaLists[index] == nullptr) {
+            return kVeskNeedsRestore;
+        }
+    }
+    queryNR("BEGIN");
+    for (StatementList statement = schemaLists[version - 1]; *statement != nullptr; ++statement) {
+        if (queryNR(*statement) != kVeskOK) {
+            queryNR("ROLLBACK");
+            return kVeskFailed; // Deliberate: which statement failed, and how, is nobody's business outside
+        }
+    }
+    int32_t const committed = queryNR("COMMIT");
+    if (committed != kVeskOK) {
+        rollback(); // neither the transaction nor its lock may outlive the step
+    }
+    return committed;
+}
+
+int32_t VeskiDataStore::commit()
+{
+    if (status != kVeskOK) {
+        return kVeskOK;
+    }
+    if (sqlite3_get_autocommit(db) == 0) {
+        int32_t const committed = queryNR("COMMIT");
+        if (committed != kVeskOK) {
+            return committed;
+        }
+    }
+    std::string path;
+    if (veskiPathAppend(directory, fileName, path)) {
+        veskiFlushFileBuffers(path);
+    }
+    return kVeskOK;
+}
+
+int32_t VeskiDataStore::rollback()
+{
+    if (status != kVeskOK || sqlite3_get_autocommit(db) != 0) {
+        return kVeskOK;
+    }
+    return queryNR("ROLLBACK");
+}
+
+int32_t VeskiDataStore::dbClose()
+{
+    if (status != kVeskOK || db == nullptr) {
+        return kVeskOK;
+    }
+    int const code = sqlite3_close(db);
+    db = nullptr;
+    status = kVeskFailed;
+    return veskiSQLiteErrorMap(code);
+}
+
+int32_t VeskiDataStore::prepare(sqlite3_stmt** statement, char const* format, va_list arguments)
+{
+    SQLiteText const text(sqlite3_vmprintf(format, arguments));
+    if (!text) {
+        return kVeskNoMemory;
+    }
+    if (status != kVeskOK) {
+        return beginsWith(text.get(), "SELECT") ? kVeskNotFound : status;
+    }
+    int32_t result = kVeskOK;
+    if (sqlite3_get_autocommit(db) != 0 && !noAutoBegin && changesRows(text.get())) {
+        result = queryNR("BEGIN");
+    }
+    // The interface that does not compile again behind the caller's back: a text is compiled once per call.
+    char const* tail = nullptr;
+    int const code =
+        sqlite3_prepare(db, text.get(), static_cast<int>(std::strlen(text.get())), statement, &tail);
+    if (code != SQLITE_OK) {
+        return veskiSQLiteErrorMap(code);
+    }
+    if (result != kVeskOK) {
+        sqlite3_finalize(*statement);
+        *statement = nullptr;
+    }
+    return result;
+}
+
+int32_t VeskiDataStore::queryNR(char const* format, ...)
+{
+    Statement statement;
+    va_list arguments;
+    va_start(arguments, format);
+    int32_t result = prepare(&statement.handle, format, arguments);
+    va_end(arguments);
+    if (result != kVeskOK) {
+        return result;
+    }
+    int code = SQLITE_ROW;
+    while (code == SQLITE_ROW) {
+        code = sqlite3_step(statement.handle);
+    }
+    // Deliberate: SQLITE_ERROR is not stepped again. SQLite would run the statement a second time, and after a
+    // full disk has rolled the transaction back, that one statement alone would be kept and reported as success.
+    return statement.finalize(veskiSQLiteErrorMap(code));
+}
+
+int32_t VeskiDataStore::querySingle(char const** value, char const* format, ...)
+{
+    if (value == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    *value = empty_string;
+    Statement statement;
+    va_list arguments;
+    va_start(arguments, format);
+    int32_t result = prepare(&statement.handle, format, arguments);
+    va_end(arguments);
+    if (result != kVeskOK) {
+        return result;
+    }
+    *value = nullptr;
+    int const code = sqlite3_step(statement.handle);
+    if (code == SQLITE_ROW) {
+        result = textOfColumn(statement.handle, 0, *value);
+        if (result == kVeskOK && *value == nullptr) {
+            result = kVeskNotFound;
+        }
+    } else {
+        result = code == SQLITE_DONE ? kVeskNotFound : veskiSQLiteErrorMap(code);
+    }
+    return statement.finalize(result);
+}
+
+int32_t VeskiDataStore::queryList(char const*** values, char const* format, ...)
+{
+    if (values == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    *values = empty_list;
+    Statement statement;
+    va_list arguments;
+    va_start(arguments, format);
+    int32_t result = prepare(&statement.handle, format, arguments);
+    va_end(arguments);
+    if (result != kVeskOK) {
+        return result;
+    }
+    std::vector<char const*> entries;
+    int code = sqlite3_step(statement.handle);
+    for (; code == SQLITE_ROW; code = sqlite3_step(statement.handle)) {
+        int const columns = sqlite3_column_count(statement.handle);
+        for (int column = 0; column < columns; ++column) {
+            char const* text = nullptr;
+            result = textOfColumn(statement.handle, column, text);
+            if (result != kVeskOK) {
+                return statement.finalize(result);
+            }
+            try {
+                entries.push_back(text);
+            } catch (std::bad_alloc const&) {
+                return kVeskNoMemory;
+            }
+        }
+    }
+    result = statement.finalize(veskiSQLiteErrorMap(code));
+    if (result != kVeskOK) {
+        return result;
+    }
+    if (entries.empty()) {
+        return kVeskNotFound;
+    }
+    size_t const bytes = entries.size() * sizeof(char const*);
+    auto* const list = static_cast<char const**>(pool.malloc(bytes + sizeof(char const*)));
+    if (list == nullptr) {
+        return kVeskNoMemory;
+    }
+    std::memcpy(list, entries.data(), bytes);
+    list[entries.size()] = nullptr;
+    *values = list;
+    return kVeskOK;
+}
+
+char const* VeskiDataStore::copyText(char const* text, unsigned long size)
+{
+    auto* const copy = static_cast<char*>(pool.malloc(size + 1));
+    if (copy == nullptr) {
+        return nullptr;
+    }
+    if (text != nullptr) {
+        std::memcpy(copy, text, size);
+    }
+    copy[size] = '\0';
+    return copy;
+}
+
+/// Copies the text of a column into the pool; null for an SQL NULL.
+int32_t VeskiDataStore::textOfColumn(sqlite3_stmt* statement, int column, char const*& text)
+{
+    auto const* const value = reinterpret_cast<char const*>(sqlite3_column_text(statement, column));
+    if (value == nullptr) {
+        text = nullptr;
+        return sqlite3_column_type(statement, column) == SQLITE_NULL ? kVeskOK : kVeskNoMemory;
+    }
+    text = copyText(value, static_cast<unsigned long>(sqlite3_column_bytes(statement, column)));
+    return text != nullptr ? kVeskOK : kVeskNoMemory;
+}

@@ -1,0 +1,186 @@
+/// The data store: one SQLite database file, its schema versions, its write transaction, its queries and the
+/// memory of their results.
+#ifndef LIBDOLMVESK_DATABASE_H
+#define LIBDOLMVESK_DATABASE_H
+
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+/// The statements that bring a database to one version, run in order; ends with null.
+using StatementList = char const* const*;
+
+/// A schema family: the statement lists of versions 1, 2, ... of one kind of database; ends with null.
+using SchemaFamily = StatementList const*;
+
+/// Fixes the newest schema version that a store knows. Any other value counts as standard.
+enum schemaType : uint32_t
+{
+    kSchemaTypeStandard = 0, ///< version 2
+    kSchemaTypePayload = 1,  ///< version 1
+    kSchemaTypeReserved = 2  ///< version 1
+};
+
+/// What a single text and a list are before a query has run: an empty text and a list of nothing but its
+/// terminator. Shared by all and never written to.
+extern char const* const empty_string;
+extern char const** const empty_list;
+
+/// Turns an SQLite result code into a status of this library.
+///
+/// @param sqliteCode  primary result code
+/// @return kVeskOK for SQLITE_OK, SQLITE_ROW and SQLITE_DONE; else the status of the failure
+int32_t veskiSQLiteErrorMap(int sqliteCode);
+
+/// Owns every buffer that a store has handed out. A buffer is never freed singly.
+class VeskiPool
+{
+public:
+    VeskiPool() = default;
+    VeskiPool(VeskiPool const&) = delete;
+    VeskiPool& operator=(VeskiPool const&) = delete;
+    /// Frees every buffer.
+    ~VeskiPool();
+
+    /// @param size  bytes, more than 0
+    /// @return a buffer that lives as long as the pool; null when there is no memory
+    void* malloc(unsigned long size);
+
+private:
+    std::vector<void*> buffers; // in the order of allocation
+};
+
+/// One SQLite database file, open or not. One session owns a store and uses it from one thread.
+///
+/// Texts and lists that queries give back live in the store's pool: they are the caller's to read until the
+/// store is destroyed, also after dbClose.
+///
+/// Formats are those of SQLite's own printf with its %q conversion, which doubles single quotes. There is no
+/// format attribute on the query functions: the compilers' check takes the q of %q for an integer's length
+/// and refuses every text quoted with it.
+class VeskiDataStore
+{
+public:
+    /// 0: open. 1: not open. Else: the status with which opening failed.
+    int32_t status = 1;
+    sqlite3* db = nullptr; ///< null when not open
+    bool noAutoBegin =
+        false; ///< true: no query opens a transaction by itself; nothing in the library sets it
+    VeskiPool pool;
+    std::string directory;
+    std::string fileName;
+    SchemaFamily schemaLists = nullptr;
+    bool checkSchema = false; ///< whether dbOpen brings the schema up to date
+    ::schemaType schemaType = kSchemaTypeStandard;
+
+    /// A store that is not open, on which every operation does nothing.
+    VeskiDataStore() = default;
+
+    /// Opens a database with dbOpen and sets the access of its folder and file; `status` tells the outcome.
+    ///
+    /// Throws nothing but std::bad_alloc, and that only before anything is opened.
+    ///
+    /// @param databaseDirectory  folder of the file
+    /// @param databaseFileName   name of the file in it
+    /// @param schemas            the file's schema family; outlives the store
+    /// @param sharedAccess       whether every user may write, as veskiSetDbAccess has it
+    /// @param skipAccess         whether owner and modes are left alone
+    /// @param type               which version is the newest
+    VeskiDataStore(std::string const& databaseDirectory, std::string const& databaseFileName,
+                   SchemaFamily schemas, bool sharedAccess, bool skipAccess, ::schemaType type);
+    VeskiDataStore(VeskiDataStore const&) = delete;
+    VeskiDataStore& operator=(VeskiDataStore const&) = delete;
+    /// Closes the database, rolling an open transaction back, and frees every result.
+    ~VeskiDataStore();
+
+    /// Opens the file, creating it and its folder when missing, and brings its schema up to date, each version
+    /// in a transaction of its own. Called by the constructor only.
+    ///
+    /// Deliberate: when the first version to be applied fails, the store stays open as it is; a file with the
+    /// tables but without version rows is usable.
+    ///
+    /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (something other than a file
+    ///         is there, or a later version failed); kVeskSchemaTooNew; kVeskNotFound (a version row is
+    ///         missing from a file that needs no step); a status of veskiCreatePath or veskiSQLiteErrorMap.
+    ///         On failure nothing is left open; versions applied so far stay.
+    int32_t dbOpen();
+
+    /// Runs the statements of one schema version in one transaction, all or none.
+    ///
+    /// @param version  1 or more
+    /// @return kVeskOK; kVeskFailed (not open, or a statement failed); kVeskInvalidArgument (0 or less);
+    ///         kVeskNeedsRestore (the family has no such version); else the status of the commit. A failure
+    ///         leaves no transaction open.
+    int32_t loadSchema(int version);
+
+    /// Commits the open transaction, if there is one.
+    ///
+    /// @return kVeskOK (also when not open); else the status of the COMMIT, and the transaction stays open
+    ///         unless SQLite itself has rolled it back
+    int32_t commit();
+
+    /// Rolls the open transaction back, if there is one.
+    ///
+    /// @return kVeskOK (also when not open); else the status of the ROLLBACK
+    int32_t rollback();
+
+    /// Closes the connection, for good. An open transaction is rolled back. Results stay readable.
+    ///
+    /// @return kVeskOK (also when not open); else the status of the close, and the store is not open all the
+    ///         same
+    int32_t dbClose();
+
+    /// Formats and compiles one statement. One that begins with "INSERT ", "UPDATE " or "DELETE ", in exactly
+    /// this case, opens a transaction first unless one is open; it lasts until commit or rollback.
+    ///
+    /// @param statement  receives the statement, which the caller finalises; null or untouched on failure
+    /// @return kVeskOK; kVeskNoMemory; on a store that is not open kVeskNotFound for a text that begins with
+    ///         "SELECT", else `status`; else the status of the compilation or of the BEGIN
+    int32_t prepare(sqlite3_stmt** statement, char const* format, va_list arguments);
+
+    /// Runs a statement to its end and drops its rows.
+    ///
+    /// @return kVeskOK; kVeskConstraint (a key or trigger refused a row; the transaction stays open); else the
+    ///         status of prepare or of the first failure
+    int32_t queryNR(char const* format, ...);
+
+    /// Reads the first column of the first row.
+    ///
+    /// @param value  receives the text: empty_string when the statement does not compile, null when there is
+    ///               no row
+    /// @return kVeskOK; kVeskInvalidArgument (null pointer, nothing run); kVeskNotFound (no row, or an SQL
+    ///         NULL); kVeskNoMemory; else the status of prepare or of the failure
+    int32_t querySingle(char const** value, char const* format, ...);
+
+    /// Reads all columns of all rows.
+    ///
+    /// @param values  receives a list of all values in row order, an SQL NULL as a null entry, ended by a null
+    ///                entry; empty_list unless kVeskOK comes back
+    /// @return kVeskOK; kVeskInvalidArgument (null pointer, nothing run); kVeskNotFound (no row);
+    ///         kVeskNoMemory; else the status of prepare or of the first failure: never a part of the rows
+    int32_t queryList(char const*** values, char const* format, ...);
+
+    /// A buffer for a result that the caller puts together itself.
+    ///
+    /// @param size  bytes, more than 0
+    /// @return a buffer that lives as long as the store; null when there is no memory
+    void* allocBuffer(unsigned long size) { return pool.malloc(size); }
+
+    /// Copies a text into the pool.
+    ///
+    /// @param text  null: an empty text is copied
+    /// @param size  bytes before the terminator
+    /// @return the copy, which lives as long as the store; null when there is no memory
+    char const* copyText(char const* text, unsigned long size);
+
+private:
+    int32_t readVersions(int& current, int& compatible);
+    int32_t applySchemas();
+    int32_t textOfColumn(sqlite3_stmt* statement, int column, char const*& text);
+};
+
+#endif

@@ -1,0 +1,430 @@
+#include "libdolmvesk/database.h"
+#include "libdolmvesk/vesk_status.h"
+#include "tests/support/database_file.h"
+#include "tests/support/failing_vfs.h"
+#include "tests/support/scratch_root.h"
+
+#include <cstring>
+#include <gmock/gmock.h>
+#include <optional>
+#include <set>
+#include <sqlite3.h>
+#include <unistd.h>
+
+using namespace testing_support;
+using testing::ElementsAre;
+using Texts = std::vector<std::string>;
+
+namespace {
+
+char const createMeta[] = "CREATE TABLE pcd_meta (key TEXT PRIMARY KEY, value TEXT)";
+char const versionRow[] = "INSERT INTO pcd_meta VALUES ('schema_version', 1)";
+char const compatibleRow[] = "INSERT INTO pcd_meta VALUES ('schema_compatibility_version', 1)";
+char const createItems[] = "CREATE TABLE items (name TEXT PRIMARY KEY, amount INT, note TEXT)";
+char const createTrigger[] = "CREATE TRIGGER refuse BEFORE UPDATE ON items WHEN NEW.amount < 0 "
+                             "BEGIN SELECT RAISE(ABORT, 'refuse: amount is negative.'); END";
+
+char const* const first[] = {createMeta, versionRow, compatibleRow, createItems, createTrigger, nullptr};
+char const* const second[] = {"UPDATE pcd_meta SET value = 2 WHERE key = 'schema_version'",
+                              "ALTER TABLE items ADD COLUMN unit TEXT", nullptr};
+char const* const broken[] = {"INSERT INTO items (name) VALUES ('half')", "no such statement", nullptr};
+char const* const deferred[] = {"PRAGMA foreign_keys = OFF", "CREATE TABLE half (x)",
+                                "CREATE TABLE other (x)", nullptr};
+
+StatementList const twoVersions[] = {first, second, nullptr};
+StatementList const brokenFirst[] = {broken, second, nullptr};
+StatementList const brokenSecond[] = {first, broken, nullptr};
+StatementList const oneVersion[] = {first, nullptr};
+StatementList const harmless[] = {deferred, nullptr};
+
+std::string const file = "/db/file.db";
+
+class DataStore : public ScratchRootTest
+{
+protected:
+    std::unique_ptr<VeskiDataStore> open(SchemaFamily family = twoVersions,
+                                         schemaType type = kSchemaTypeStandard)
+    {
+        return std::make_unique<VeskiDataStore>("/db", "file.db", family, false, false, type);
+    }
+};
+
+TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
+{
+    std::string const versionOne =
+        std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems;
+    std::string const meta = "SELECT value FROM pcd_meta ORDER BY key DESC";
+    struct
+    {
+        char const* name;
+        std::string before; // SQL; empty: no file
+        SchemaFamily family;
+        schemaType type;
+        int32_t status;
+        std::string query;
+        Texts after;
+    } const cases[] = {
+        {"new", "", twoVersions, kSchemaTypeStandard, kVeskOK, meta, {"2", "1"}},
+        {"new, one version", "", twoVersions, kSchemaTypePayload, kVeskOK, meta, {"1", "1"}},
+        {"new, reserved", "", twoVersions, kSchemaTypeReserved, kVeskOK, meta, {"1", "1"}},
+        {"new, other type", "", twoVersions, static_cast<schemaType>(77), kVeskOK, meta, {"2", "1"}},
+        {"upgrade",
+         versionOne,
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskOK,
+         "SELECT value, (SELECT count(unit) FROM items) FROM pcd_meta WHERE key = 'schema_version'",
+         {"2", "0"}},
+        {"version 1 fails", "", brokenFirst, kSchemaTypeStandard, kVeskOK, "SELECT * FROM sqlite_master", {}},
+        {"version 2 fails on a new file",
+         "",
+         brokenSecond,
+         kSchemaTypeStandard,
+         kVeskFailed,
+         "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items",
+         {"1", "1"}},
+        {"version 2 fails on an old file",
+         versionOne,
+         brokenSecond,
+         kSchemaTypeStandard,
+         kVeskOK,
+         "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items",
+         {"1", "1"}},
+        {"version 2 is missing from the family",
+         "",
+         oneVersion,
+         kSchemaTypeStandard,
+         kVeskNeedsRestore,
+         meta,
+         {"1", "1"}},
+        {"too new",
+         versionOne + "; UPDATE pcd_meta SET value = 3",
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskSchemaTooNew,
+         meta,
+         {"3", "3"}},
+        {"newer but compatible",
+         versionOne + "; UPDATE pcd_meta SET value = 5 WHERE key = 'schema_version'",
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskOK,
+         meta,
+         {"5", "1"}},
+        {"no compatibility row",
+         versionOne + "; UPDATE pcd_meta SET value = 2; DELETE FROM pcd_meta WHERE key "
+                      "<> 'schema_version'",
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskNotFound,
+         meta,
+         {"2"}},
+        {"no version table",
+         createItems,
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskOK,
+         "SELECT name FROM sqlite_master WHERE type = 'table'",
+         {"items"}},
+        {"a huge version",
+         versionOne + "; UPDATE pcd_meta SET value = 99999999999999999999 WHERE key = "
+                      "'schema_version'",
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskOK,
+         "SELECT count(*) FROM pcd_meta",
+         {"2"}},
+        {"a negative version",
+         versionOne + "; UPDATE pcd_meta SET value = -5 WHERE key = 'schema_version'",
+         twoVersions,
+         kSchemaTypeStandard,
+         kVeskOK,
+         meta,
+         {"-5", "1"}},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        root.renew();
+        if (!each.before.empty()) {
+            makeFolders("/db");
+            ASSERT_EQ(sql(file, each.before), Texts{});
+        }
+        auto const store = open(each.family, each.type);
+        EXPECT_EQ(store->status, each.status);
+        EXPECT_EQ(store->db != nullptr, each.status == kVeskOK);
+        EXPECT_EQ(sql(file, each.query), each.after);
+        EXPECT_EQ(sql(file, "BEGIN EXCLUSIVE"), Texts{}); // no lock is left behind
+    }
+}
+
+TEST_F(DataStore, WhatStandsAtThePathDecides)
+{
+    makeFolders(file);
+    EXPECT_EQ(open()->status, kVeskFailed);
+    EXPECT_EQ(
+        VeskiDataStore("/db", std::string(1024, 'n'), twoVersions, false, false, kSchemaTypeStandard).status,
+        kVeskInvalidArgument);
+    writeFile("/file", "");
+    EXPECT_EQ(VeskiDataStore("/file/db", "n", twoVersions, false, false, kSchemaTypeStandard).status,
+              kVeskIOError);
+    root.renew();
+    writeFile(file, std::string(5000, '?'));
+    auto const store = open();
+    EXPECT_EQ(store->status, kVeskOK); // SQLite looks at the file late, and version 1 may fail
+    EXPECT_EQ(store->queryNR("SELECT 1 FROM items"), kVeskIOError);
+    EXPECT_EQ(readFile(file), std::string(5000, '?'));
+    if (canBecomeOrdinaryUser()) {
+        root.renew();
+        asOrdinaryUser([&] { EXPECT_EQ(open()->status, kVeskAccessDenied); });
+        EXPECT_FALSE(exists("/db"));
+        writeFile(file, "");
+        chmod(file.c_str(), 0600);
+        asOrdinaryUser([&] { EXPECT_EQ(open()->status, kVeskAccessDenied); });
+    }
+}
+
+TEST_F(DataStore, SchemaVersionsAreLoadedOneByOne)
+{
+    auto const store = open(oneVersion, kSchemaTypePayload);
+    for (int version : {0, -1, INT32_MIN}) {
+        EXPECT_EQ(store->loadSchema(version), kVeskInvalidArgument);
+    }
+    EXPECT_EQ(store->loadSchema(2), kVeskNeedsRestore);
+    EXPECT_EQ(store->loadSchema(1), kVeskFailed); // its tables exist
+    EXPECT_NE(sqlite3_get_autocommit(store->db), 0);
+
+    // A reader in another process lets the statements pass and the COMMIT fail.
+    store->schemaLists = harmless;
+    sqlite3_busy_timeout(store->db, 1);
+    sqlite3* reader = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &reader), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(reader, "BEGIN; SELECT * FROM pcd_meta", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(store->loadSchema(1), kVeskBusy);
+    sqlite3_close(reader);
+    EXPECT_NE(sqlite3_get_autocommit(store->db), 0);
+    EXPECT_EQ(sql(file, "BEGIN EXCLUSIVE; SELECT name FROM sqlite_master WHERE name = 'half'"), Texts{});
+}
+
+TEST_F(DataStore, NotOpenStoresDoNothing)
+{
+    VeskiDataStore unopened;
+    auto const closed = open();
+    EXPECT_EQ(closed->dbClose(), kVeskOK);
+    makeFolders("/file.db");
+    VeskiDataStore failed("/", "file.db", twoVersions, false, false, kSchemaTypeStandard);
+    failed.status = kVeskAccessDenied;
+    for (VeskiDataStore* store : {&unopened, closed.get(), &failed}) {
+        int32_t const status = store == &failed ? kVeskAccessDenied : kVeskFailed;
+        EXPECT_EQ(store->commit(), kVeskOK);
+        EXPECT_EQ(store->rollback(), kVeskOK);
+        EXPECT_EQ(store->dbClose(), kVeskOK);
+        EXPECT_EQ(store->loadSchema(1), kVeskFailed);
+        char const* value = nullptr;
+        EXPECT_EQ(store->querySingle(&value, "SELECT 1"), kVeskNotFound);
+        EXPECT_EQ(value, empty_string);
+        EXPECT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('%q')", "a"), status);
+        EXPECT_EQ(store->queryNR("select 1"), status);
+        EXPECT_EQ(store->status, status);
+    }
+}
+
+TEST_F(DataStore, TheFirstChangeOpensTheTransaction)
+{
+    auto const store = open();
+    ASSERT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('seed')"), kVeskOK);
+    ASSERT_EQ(store->commit(), kVeskOK);
+    struct
+    {
+        char const* statement;
+        bool opens;
+    } const cases[] = {
+        {"INSERT OR REPLACE INTO items (name, amount) VALUES ('seed', 1)", true},
+        {"UPDATE items SET amount = 2", true},
+        {"DELETE FROM items WHERE name = 'none'", true},
+        {" UPDATE items SET amount = 3", false},
+        {"update items SET amount = 4", false},
+        {"UPDATE\titems SET amount = 5", false},
+        {"REPLACE INTO items (name, amount) VALUES ('seed', 6)", false},
+        {"SELECT * FROM items", false},
+        {"CREATE TABLE other (x)", false},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.statement);
+        EXPECT_EQ(store->queryNR(each.statement), kVeskOK);
+        EXPECT_EQ(sqlite3_get_autocommit(store->db) == 0, each.opens);
+        // A second connection sees the change once it is committed, and not before.
+        auto const seen = sql(file, "SELECT amount FROM items");
+        EXPECT_EQ(store->commit(), kVeskOK);
+        EXPECT_EQ(sql(file, "SELECT amount FROM items") != seen,
+                  each.opens && strstr(each.statement, "amount"));
+    }
+    store->noAutoBegin = true;
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 9"), kVeskOK);
+    EXPECT_EQ(sql(file, "SELECT amount FROM items"), Texts{"9"});
+    store->noAutoBegin = false;
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 10"), kVeskOK);
+    EXPECT_EQ(store->rollback(), kVeskOK);
+    EXPECT_EQ(store->rollback(), kVeskOK);
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 11"), kVeskOK);
+    EXPECT_EQ(store->dbClose(), kVeskOK); // closing commits nothing
+    EXPECT_EQ(sql(file, "SELECT amount FROM items"), Texts{"9"});
+}
+
+TEST_F(DataStore, ARefusedRowLeavesTheTransactionOpen)
+{
+    auto const store = open();
+    ASSERT_EQ(store->queryNR("INSERT INTO items (name, amount) VALUES ('%q', %d)", "it's", 1), kVeskOK);
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = -1"), kVeskConstraint);
+    EXPECT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('it''s')"), kVeskConstraint);
+    EXPECT_EQ(sqlite3_get_autocommit(store->db), 0);
+    EXPECT_EQ(store->queryNR("INSERT INTO nowhere VALUES (1)"), kVeskError);
+    EXPECT_EQ(store->commit(), kVeskOK);
+    EXPECT_EQ(sql(file, "SELECT name, amount FROM items"), (Texts{"it's", "1"}));
+}
+
+TEST_F(DataStore, ResultsAreWholeAndOutliveTheConnection)
+{
+    auto const store = open();
+    ASSERT_EQ(store->queryNR("INSERT INTO items VALUES ('a', 1, NULL, 'kg'), ('b', NULL, '', 'm')"), kVeskOK);
+    char const** list = nullptr;
+    ASSERT_EQ(store->queryList(&list, "SELECT name, amount, note FROM items ORDER BY name"), kVeskOK);
+    char const* value = nullptr;
+    ASSERT_EQ(store->querySingle(&value, "SELECT name FROM items ORDER BY name DESC"), kVeskOK);
+    ASSERT_EQ(store->dbClose(), kVeskOK);
+    char const* const expected[] = {"a", "1", nullptr, "b", nullptr, "", nullptr};
+    for (size_t entry = 0; entry < std::size(expected); ++entry) {
+        EXPECT_STREQ(list[entry], expected[entry]) << entry;
+    }
+    EXPECT_STREQ(value, "b");
+}
+
+TEST_F(DataStore, EmptyNullAndFailedResults)
+{
+    auto const store = open();
+    ASSERT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('a')"), kVeskOK);
+    struct
+    {
+        char const* statement;
+        int32_t single, list;
+        char const* value;
+    } const cases[] = {
+        {"SELECT name FROM items WHERE name = 'none'", kVeskNotFound, kVeskNotFound, nullptr},
+        {"SELECT amount FROM items", kVeskNotFound, kVeskOK, nullptr},
+        {"SELECT nothing FROM items", kVeskError, kVeskError, empty_string},
+        {"SELECT abs(-9223372036854775808)", kVeskError, kVeskError, nullptr},
+        {"SELECT name, abs(-9223372036854775808) FROM items", kVeskError, kVeskError, nullptr},
+        {"", kVeskError, kVeskError, nullptr},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.statement);
+        char const* value = "before";
+        EXPECT_EQ(store->querySingle(&value, each.statement), each.single);
+        EXPECT_EQ(value, each.value);
+        char const** list = nullptr;
+        EXPECT_EQ(store->queryList(&list, each.statement), each.list);
+        EXPECT_EQ(list == empty_list, each.list != kVeskOK);
+        EXPECT_EQ(sqlite3_next_stmt(store->db, nullptr), nullptr); // none outlives its call
+    }
+    EXPECT_EQ(store->querySingle(nullptr, "DELETE FROM items"), kVeskInvalidArgument);
+    EXPECT_EQ(store->queryList(nullptr, "DELETE FROM items"), kVeskInvalidArgument);
+    char const* value = nullptr;
+    EXPECT_EQ(store->querySingle(&value, "SELECT count(*) FROM items"), kVeskOK);
+    EXPECT_STREQ(value, "1");
+}
+
+TEST_F(DataStore, ALockHeldTooLongIsBusy)
+{
+    auto const store = open();
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    pid_t const holder = fork();
+    if (holder == 0) {
+        sqlite3* other = nullptr;
+        sqlite3_open(file.c_str(), &other);
+        sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+        (void)!write(ready[1], "x", 1);
+        pause();
+    }
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    time_t const start = time(nullptr);
+    EXPECT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('late')"), kVeskBusy);
+    EXPECT_GE(time(nullptr) - start, 1);
+    kill(holder, SIGKILL);
+    EXPECT_EQ(waitpid(holder, nullptr, 0), holder);
+    EXPECT_EQ(store->queryNR("INSERT INTO items (name) VALUES ('late')"), kVeskOK);
+    EXPECT_EQ(store->commit(), kVeskOK);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST_F(DataStore, ResultCodesBecomeStatuses)
+{
+    std::set<int> const others{1,  2,  4,  6,  9,  15, 17,  18, 20,
+                               21, 22, 24, 25, 27, 99, 102, -1, SQLITE_IOERR_READ};
+    for (int code : others) {
+        EXPECT_EQ(veskiSQLiteErrorMap(code), kVeskError) << code;
+    }
+    int const others2[][2] = {{0, 0},  {100, 0}, {101, 0}, {7, 3},  {10, 4}, {11, 4},  {13, 4},  {26, 4},
+                              {19, 6}, {12, 8},  {16, 8},  {3, 11}, {8, 11}, {14, 11}, {23, 11}, {5, 14}};
+    for (auto const& each : others2) {
+        EXPECT_EQ(veskiSQLiteErrorMap(each[0]), each[1]) << each[0];
+    }
+}
+
+// Opens, changes, lists, commits and closes under every fault at every place, until a run meets none.
+TEST_F(DataStore, FaultsOfTheDiskLoseNothingAndInventNothing)
+{
+    std::set<int32_t> const documented{kVeskOK,       kVeskFailed,       kVeskNoMemory, kVeskIOError,
+                                       kVeskNotFound, kVeskAccessDenied, kVeskError,    kVeskBusy};
+    open();
+    sql(file, "INSERT INTO items (name) VALUES ('old 1'), ('old 2'), ('old 3')");
+    std::string const original = readFile(file);
+    FailingVfs vfs;
+    for (Fault const& fault : allFaults) {
+        for (int nth = 1;; ++nth) {
+            SCOPED_TRACE(testing::Message() << fault.name << ' ' << nth);
+            writeFile(file, original);
+            unlink((file + "-journal").c_str());
+            vfs.arm(fault, nth);
+            std::optional<size_t> listed;
+            bool committed = false;
+            {
+                auto const store = open();
+                EXPECT_EQ(documented.count(store->status), 1U) << store->status;
+                store->queryNR("PRAGMA cache_size = 5"); // changes reach the file before the COMMIT
+                bool inserted = true;
+                for (int row = 1; row <= 60; ++row) {
+                    int32_t const status =
+                        store->queryNR("INSERT INTO items (name, note) VALUES ('new %d', '%q')", row,
+                                       std::string(3000, 'x').c_str());
+                    EXPECT_EQ(documented.count(status), 1U) << status;
+                    inserted = inserted && status == kVeskOK;
+                }
+                char const** list = nullptr;
+                if (store->queryList(&list, "SELECT name FROM items") == kVeskOK) {
+                    listed = 0;
+                    while (list[*listed] != nullptr) {
+                        ++*listed;
+                    }
+                } else {
+                    EXPECT_EQ(list, empty_list);
+                }
+                int32_t const status = store->commit();
+                EXPECT_EQ(documented.count(status), 1U) << status;
+                committed = inserted && status == kVeskOK;
+                EXPECT_TRUE(!listed || !inserted || *listed == 63);
+            }
+            vfs.disarm();
+            EXPECT_EQ(sql(file, "PRAGMA integrity_check"), Texts{"ok"});
+            std::string const kept = sql(file, "SELECT count(*) FROM items").at(0);
+            EXPECT_TRUE(!committed || kept == "63") << kept;
+            EXPECT_EQ(sql(file, "SELECT count(*) FROM items WHERE name LIKE 'old%'"), Texts{"3"});
+            if (!FailingVfs::struck() || testing::Test::HasFailure()) {
+                break;
+            }
+        }
+    }
+}
+
+} // namespace
