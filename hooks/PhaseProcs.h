@@ -16,7 +16,7 @@ HOOK_VISIBLE uint32_t InstallSessionCloseProc(CCustomHookSession const& session)
 // Reinstall.
 HOOK_VISIBLE uint32_t ReinstallPreSystemCheckProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t PrePayloadReinstallProc(CCustomHookSession const& session);
-/// Runs copyCustomEventsDATfileFromPreviousInstall.
+/// Runs addEntryToCacheDB, whose result is the status, then copyCustomEventsDATfileFromPreviousInstall.
 HOOK_VISIBLE uint32_t PostPayloadReinstallProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t ReinstallSessionOpenProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t ReinstallSessionCloseProc(CCustomHookSession const& session);

@@ -16,8 +16,10 @@ uint32_t PrePayloadReinstallProc(CCustomHookSession const& session)
 uint32_t PostPayloadReinstallProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In PostPayloadReinstallProc");
+    // Deliberate: a reinstall keeps the identifier of the first install and does not write one.
+    int const status = addEntryToCacheDB(session);
     copyCustomEventsDATfileFromPreviousInstall(session);
-    return kHookOK;
+    return static_cast<uint32_t>(status);
 }
 
 uint32_t ReinstallSessionOpenProc(CCustomHookSession const& session)

@@ -1,5 +1,6 @@
 #include "hooks/Tessarine.h"
 
+#include "libdolmvesk/pcd_compat.h"
 #include "platform/platform.h"
 
 #include <iterator>
@@ -119,4 +120,34 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
         platform::applyAttributes(platform::attributesOf(source), target);
         log(session, "::FT::CUSTOM ACTION: File Copied");
     });
+}
+
+int addEntryToCacheDB(CCustomHookSession const& session)
+{
+    int32_t const productDomain = 1;
+    log(session, "::FT::CUSTOM ACTION: Begin Extracting Tessarine ZelkoCode");
+    char const* productCode = nullptr;
+    if (!session.GetPropetyValue("ZelkoCode", &productCode)) {
+        log(session, "::FT::CUSTOM ACTION: Error Extracting Tessarine ZelkoCode");
+        return kHookNoProductCode;
+    }
+    log(session, "::FT::CUSTOM ACTION: Extracted Tessarine ZelkoCode");
+    log(session, productCode != nullptr ? productCode : "");
+    VeskSession* master = nullptr;
+    if (pcdOpenSessionNoCreate(&master) != kVeskOK) {
+        log(session, "::FT::CUSTOM ACTION: Master PCD does not exists");
+    } else {
+        log(session, "::FT::CUSTOM ACTION: Master PCD exists");
+        log(session, "::FT::CUSTOM ACTION: Updating Key in Master PCD");
+        if (pcdSetDomainData(master, productDomain, productCode, "DefaultDriverPayload", productCode) !=
+            kVeskOK) {
+            log(session, "::FT::CUSTOM ACTION: Error updating Key");
+        } else {
+            log(session, "::FT::CUSTOM ACTION: Key updated successfully");
+        }
+    }
+    // Deliberate: also without a session; the log shows the same end, and closing none is refused.
+    log(session, "::FT::CUSTOM ACTION: Closing Master PCD");
+    pcdCloseSession(master);
+    return kHookOK;
 }

@@ -25,4 +25,12 @@ HOOK_VISIBLE void createUUIDFile(CCustomHookSession const& session);
 /// @param session  whose log is told
 HOOK_VISIBLE void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& session);
 
+/// Records the application's product code, the session's "ZelkoCode" property, in the master configuration
+/// store as the row domain 1 / subdomain code / key "DefaultDriverPayload" / value code. A master store that
+/// does not exist is not created.
+///
+/// @param session  whose property is read and whose log is told
+/// @return 0 when the session has the property, whatever became of the store; 1 when it has not
+HOOK_VISIBLE int addEntryToCacheDB(CCustomHookSession const& session);
+
 #endif

@@ -126,7 +126,7 @@ TEST_F(FileHelpers, WholeFilesAreLoaded)
 
 TEST_F(FileHelpers, CopiesAreWholeAtEverySize)
 {
-    for (size_t size : {0, 1, 2, 16383, 16384, 16385, 100000}) {
+    for (size_t size : {0U, 1U, 2U, 16383U, 16384U, 16385U, 100000U}) {
         SCOPED_TRACE(size);
         std::string content(size, 'x');
         for (size_t at = 0; at < size; ++at) {

@@ -1,0 +1,137 @@
+#include "libdolmvesk/pcd_compat.h"
+
+#include "libdolmvesk/schemas.h"
+#include "libdolmvesk/store_session.h"
+
+namespace {
+
+char const dbDir[] = "Zelko PCD";
+char const dbName[] = "pcd.db";
+char const hbSubdir[] = "cache";
+char const hbName[] = "cache.db";
+
+char const* const masterFolder[] = {dbDir, nullptr};
+StoreDescription const master = {kSessionKindMaster, masterFolder, dbName,
+                                 gPcdSchemas,        false,        kSchemaTypeStandard};
+
+char const* const cacheFolder[] = {dbDir, hbSubdir, nullptr};
+StoreDescription const cache = {kSessionKindCache, cacheFolder, hbName,
+                                gHbSchemas,        true,        kSchemaTypeStandard};
+
+} // namespace
+
+int32_t pcdOpenSession(VeskSession** outSession)
+{
+    int32_t const opened = openStoreSession(master, outSession);
+    if (opened != kVeskOK) {
+        return opened;
+    }
+    VeskSession* cacheSession = nullptr;
+    int32_t const cacheOpened = pcdOpenCacheSession(&cacheSession);
+    if (cacheOpened != kVeskOK) {
+        return cacheOpened;
+    }
+    return pcdCloseSession(cacheSession);
+}
+
+int32_t pcdOpenSessionNoCreate(VeskSession** outSession)
+{
+    return openIfStoreExists(master, outSession, pcdOpenSession);
+}
+
+int32_t pcdOpenCacheSession(VeskSession** outSession)
+{
+    return openStoreSession(cache, outSession);
+}
+
+int32_t pcdOpenCacheSessionNoCreate(VeskSession** outSession)
+{
+    return openIfStoreExists(cache, outSession, pcdOpenCacheSession);
+}
+
+int32_t pcdSessionCommit(VeskSession* session)
+{
+    return veskSessionCommit(session);
+}
+
+int32_t pcdSessionRollback(VeskSession* session)
+{
+    return veskSessionRollback(session);
+}
+
+int32_t pcdCloseSession(VeskSession* session)
+{
+    return veskCloseSession(session);
+}
+
+int32_t pcdGetLastModTime(uint32_t* outTime)
+{
+    return storeModificationTime(master, outTime);
+}
+
+int32_t pcdCacheGetLastModTime(uint32_t* outTime)
+{
+    return storeModificationTime(cache, outTime);
+}
+
+int32_t pcdGetDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key,
+                         char const** value)
+{
+    if (session == nullptr || subdomain == nullptr || key == nullptr || value == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.querySingle(
+            value, "SELECT value FROM domain_data WHERE domain = %d AND subdomain = '%q' AND key = '%q'",
+            domain, subdomain, key);
+    });
+}
+
+int32_t pcdSetDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key,
+                         char const* value)
+{
+    if (session == nullptr || subdomain == nullptr || key == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    if (value == nullptr) {
+        return pcdRemoveDomainData(session, domain, subdomain, key);
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryNR("INSERT OR REPLACE INTO domain_data (domain, subdomain, key, value) VALUES (%d, "
+                             "'%q', '%q', '%q')",
+                             domain, subdomain, key, value);
+    });
+}
+
+int32_t pcdRemoveDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key)
+{
+    if (session == nullptr || subdomain == nullptr || key == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryNR("DELETE FROM domain_data WHERE domain = %d AND subdomain = '%q' AND key = '%q'",
+                             domain, subdomain, key);
+    });
+}
+
+int32_t pcdGetDomainDataKeys(VeskSession* session, int32_t domain, char const* subdomain, char const*** keys)
+{
+    if (session == nullptr || subdomain == nullptr || keys == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(keys, "SELECT key FROM domain_data WHERE domain = %d AND subdomain = '%q'",
+                               domain, subdomain);
+    });
+}
+
+int32_t pcdGetDomainDataSubdomains(VeskSession* session, int32_t domain, char const*** subdomains)
+{
+    if (session == nullptr || subdomains == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(subdomains, "SELECT DISTINCT subdomain FROM domain_data WHERE domain = %d",
+                               domain);
+    });
+}

@@ -1,0 +1,131 @@
+#include "libdolmvesk/store_session.h"
+
+#include "libdolmvesk/plat_utils.h"
+
+#include <utility>
+
+namespace {
+
+char const dbBackupDir[] = "backup";
+
+/// Forms the path of a database's file.
+///
+/// @return whether the file exists
+bool existingStore(StoreDescription const& store, std::string& path)
+{
+    return databasePath(store.folder, store.file, path) && veskiFileExists(path);
+}
+
+} // namespace
+
+char const* const backupFolder[] = {dbBackupDir, nullptr};
+
+bool databasePath(char const* const* folder, char const* file, std::string& out)
+{
+    if (!veskiDbPath(out)) {
+        return false;
+    }
+    for (; *folder != nullptr; ++folder) {
+        if (!veskiPathAppend(out, *folder, out)) {
+            return false;
+        }
+    }
+    return file == nullptr || veskiPathAppend(out, file, out);
+}
+
+int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
+{
+    if (out == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    std::unique_ptr<VeskSession> session(new (std::nothrow) VeskSession{nullptr, store.kind});
+    *out = session.get();
+    if (session == nullptr) {
+        return kVeskFailed;
+    }
+    int32_t const status = reportingNoMemory([&] {
+        std::string folder;
+        if (!databasePath(store.folder, nullptr, folder)) {
+            // Deliberate: the handle stays in *out, without a store; callers know it by the status.
+            session.release();
+            return int32_t{kVeskFailed};
+        }
+        session->store = std::make_unique<VeskiDataStore>(folder, store.file, store.schemas,
+                                                          store.sharedAccess, false, store.type);
+        return session->store->status;
+    });
+    if (status == kVeskOK) {
+        session.release(); // the caller's from here on
+    } else if (session != nullptr) {
+        *out = nullptr;
+    }
+    return status;
+}
+
+int32_t openIfStoreExists(StoreDescription const& store, VeskSession** out,
+                          int32_t (*open)(VeskSession** out))
+{
+    return reportingNoMemory([&] {
+        std::string path;
+        if (!existingStore(store, path)) {
+            return int32_t{kVeskNotFound};
+        }
+        return open(out);
+    });
+}
+
+int32_t storeModificationTime(StoreDescription const& store, uint32_t* out)
+{
+    if (out == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return reportingNoMemory([&] {
+        std::string path;
+        if (!existingStore(store, path)) {
+            return int32_t{kVeskNotFound};
+        }
+        *out = veskiGetFileModTime(path);
+        return int32_t{kVeskOK};
+    });
+}
+
+int32_t backupStore(StoreDescription const& store)
+{
+    return reportingNoMemory([&] {
+        std::string source;
+        if (!existingStore(store, source)) {
+            return int32_t{kVeskNotFound};
+        }
+        std::string folder;
+        std::string target;
+        if (!databasePath(backupFolder, nullptr, folder) || !veskiPathAppend(folder, store.file, target)) {
+            return int32_t{kVeskNotFound};
+        }
+        int32_t const status = veskiDirectoryExists(folder) ? int32_t{kVeskOK} : veskiCreateDirectory(folder);
+        return veskiCopyDatabaseFile(source, target) ? status : int32_t{kVeskIOError};
+    });
+}
+
+int32_t commitSession(VeskSession* session)
+{
+    if (session == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return session->store == nullptr ? int32_t{kVeskOK}
+                                     : reportingNoMemory([&] { return session->store->commit(); });
+}
+
+int32_t rollbackSession(VeskSession* session)
+{
+    if (session == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    return session->store == nullptr ? int32_t{kVeskOK}
+                                     : reportingNoMemory([&] { return session->store->rollback(); });
+}
+
+int32_t closeAndFree(VeskSession* session, int32_t status)
+{
+    std::unique_ptr<VeskSession> const closing(session);
+    return closing->store == nullptr ? status : closing->store->dbClose();
+}
