@@ -4,6 +4,7 @@
 uint32_t InstallPreSystemCheckProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In InstallPreSystemCheckProc");
+    closeConflictingProcesses(session);
     return kHookOK;
 }
 

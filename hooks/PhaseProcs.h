@@ -6,6 +6,7 @@
 #include "hooks/HookSession.h"
 
 // Install.
+/// Runs closeConflictingProcesses.
 HOOK_VISIBLE uint32_t InstallPreSystemCheckProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t PrePayloadInstallProc(CCustomHookSession const& session);
 /// Runs createUUIDFile, then copyCustomEventsDATfileFromPreviousInstall.
@@ -14,6 +15,7 @@ HOOK_VISIBLE uint32_t InstallSessionOpenProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t InstallSessionCloseProc(CCustomHookSession const& session);
 
 // Reinstall.
+/// Runs closeConflictingProcesses.
 HOOK_VISIBLE uint32_t ReinstallPreSystemCheckProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t PrePayloadReinstallProc(CCustomHookSession const& session);
 /// Runs addEntryToCacheDB, whose result is the status, then copyCustomEventsDATfileFromPreviousInstall.
@@ -22,6 +24,7 @@ HOOK_VISIBLE uint32_t ReinstallSessionOpenProc(CCustomHookSession const& session
 HOOK_VISIBLE uint32_t ReinstallSessionCloseProc(CCustomHookSession const& session);
 
 // Uninstall.
+/// Runs closeConflictingProcesses.
 HOOK_VISIBLE uint32_t UninstallPreSystemCheckProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t PrePayloadUninstallProc(CCustomHookSession const& session);
 HOOK_VISIBLE uint32_t PostPayloadUninstallProc(CCustomHookSession const& session);

@@ -4,6 +4,7 @@
 uint32_t ReinstallPreSystemCheckProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In ReinstallPreSystemCheckProc");
+    closeConflictingProcesses(session);
     return kHookOK;
 }
 

@@ -1,13 +1,25 @@
 #include "hooks/Tessarine.h"
 
+#include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
 #include "platform/platform.h"
 
+#include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <string>
+#include <unistd.h>
 
 namespace {
+
+// Below the folder that the application is installed in.
+char const agentProgram[] =
+    "/Zelko Fendrial 12 Tessarine.app/Contents/MacOS/FendrialTessarineVorlaAgent.app/Contents/"
+    "MacOS/FendrialTessarineVorlaAgent";
+char const analyserProgram[] =
+    "/Zelko Fendrial 12 Tessarine.app/Contents/FendrialAutoAnalyzer.app/Contents/MacOS/"
+    "FendrialAutoAnalyzer";
 
 char const uuidFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
 char const uuidFile[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist";
@@ -30,6 +42,45 @@ void runAction(CCustomHookSession const& session, Body body) noexcept
         body();
     } catch (std::bad_alloc const&) {
         log(session, "::FT::CUSTOM ACTION: Out of memory");
+    }
+}
+
+bool isTessarine(PdbPayloadInfo const& payload)
+{
+    return std::strcmp(payload.productName, "Fendrial 12 Tessarine") == 0 &&
+           std::strcmp(payload.productFamily, "Halvorick") == 0;
+}
+
+/// Starts both helper programs of every installed copy on record.
+void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
+{
+    std::string agent = agentProgram;
+    std::string analyser = analyserProgram;
+    log(session, "::FT::CUSTOM ACTION: Getting List of Installed Payloads.");
+    char const** identifiers = nullptr;
+    if (pdbGetPayloads(payloads, kPdbInstalled, &identifiers) != kVeskOK) {
+        log(session, "::FT::CUSTOM ACTION: Unknown error getting list of payloads.");
+        return;
+    }
+    log(session, "::FT::CUSTOM ACTION: Iterate through Installed Payload IDs");
+    for (; *identifiers != nullptr; ++identifiers) {
+        PdbPayloadInfo payload = {};
+        if (pdbGetPayload(payloads, *identifiers, &payload) != kVeskOK || !isTessarine(payload)) {
+            continue;
+        }
+        log(session, "::FT::CUSTOM ACTION: Entry for Fendrial 12 Tessarine Found, looking up installdir");
+        char const* installFolder = nullptr;
+        int32_t const installDomain = 0;
+        pdbGetPayloadData(payloads, *identifiers, installDomain, "INSTALLDIR", &installFolder);
+        if (installFolder == nullptr) {
+            installFolder = "";
+        }
+        log(session, installFolder);
+        // Deliberate: put in front of what is there; a second copy on record gets the first one's folder too.
+        agent.insert(0, installFolder);
+        analyser.insert(0, installFolder);
+        executeWithTimeout(session, analyser.c_str());
+        executeWithTimeout(session, agent.c_str());
     }
 }
 
@@ -56,6 +107,36 @@ void giveAccessWhenLacking(CCustomHookSession const& session, std::string const&
 }
 
 } // namespace
+
+int closeConflictingProcesses(CCustomHookSession const& session)
+{
+    log(session, "::FT::CUSTOM ACTION: Opening PDB Session");
+    VeskSession* payloads = nullptr;
+    pdbOpenSessionNoCreate(&payloads);
+    if (payloads == nullptr) {
+        log(session, "::FT::CUSTOM ACTION: Unknown error opening PDB session");
+    } else {
+        log(session, "::FT::CUSTOM ACTION: Uninstall FendrialTessarinVorlaAgent | Supressing error messages");
+        runAction(session, [&] { stopHelpers(session, payloads); });
+    }
+    log(session, "::FT::CUSTOM ACTION: Closing PDB Session");
+    return pdbCloseSession(payloads);
+}
+
+int executeWithTimeout(CCustomHookSession const& session, char const* path)
+{
+    pid_t const child = fork();
+    char message[1000];
+    std::snprintf(message, sizeof message, "::FT::CUSTOM ACTION: Executing %s", path);
+    log(session, message); // Deliberate: after the fork, so that a child that starts logs it as well
+    if (child == -1) {
+        log(session, "::FT::CUSTOM ACTION: Could not create the child process...exiting");
+    } else if (child == 0) {
+        execlp(path, path, "-uninstall", "-silent", static_cast<char*>(nullptr));
+        // Deliberate: no _exit; the child goes on as a second copy of the caller.
+    }
+    return 0;
+}
 
 void createUUIDFile(CCustomHookSession const& session)
 {

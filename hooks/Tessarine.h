@@ -5,6 +5,29 @@
 
 #include "hooks/HookSession.h"
 
+/// Asks the helper programs of the installed application, its agent and its analyser, to uninstall themselves
+/// silently, so that they no longer run while the application is replaced or removed. The installed copy is the
+/// payload on record as installed with the product name "Fendrial 12 Tessarine" and the product family
+/// "Halvorick"; its "INSTALLDIR" value in domain 0 tells the folder.
+///
+/// The helpers are started and not waited for. After one could not be started, the call returns a second time,
+/// in the child process: see executeWithTimeout.
+///
+/// @param session  whose log is told
+/// @return the status of closing the payload database; kVeskInvalidArgument when it could not be opened
+HOOK_VISIBLE int closeConflictingProcesses(CCustomHookSession const& session);
+
+/// Starts a program as a separate process with the arguments "-uninstall" and "-silent".
+///
+/// Deliberate: despite its name it has no time-out; the program is neither waited for nor reaped. Also
+/// deliberate: when the program cannot be started, the child process returns from this call as a second copy
+/// of the caller. Whoever calls the plug-in notes its process id before and ends the copy with another one.
+///
+/// @param session  whose log is told, by both processes; a message is cut after 999 bytes
+/// @param path     program to start, also its own zeroth argument; looked for in PATH when it holds no "/"
+/// @return a number without a meaning
+HOOK_VISIBLE int executeWithTimeout(CCustomHookSession const& session, char const* path);
+
 /// Gives this machine's installation of the application a random identifier, once: writes the property list
 /// "/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist" with the one entry "UUID" unless
 /// something exists at that path. The folder chain is created as needed, with the process's default modes.

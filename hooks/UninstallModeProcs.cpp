@@ -1,8 +1,10 @@
 #include "hooks/PhaseProcs.h"
+#include "hooks/Tessarine.h"
 
 uint32_t UninstallPreSystemCheckProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In UninstallPreSystemCheckProc");
+    closeConflictingProcesses(session);
     return kHookOK;
 }
 

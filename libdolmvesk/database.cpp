@@ -4,7 +4,6 @@
 #include "libdolmvesk/vesk_status.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -57,11 +56,6 @@ bool changesRows(char const* text)
     return beginsWith(text, "INSERT ") || beginsWith(text, "UPDATE ") || beginsWith(text, "DELETE ");
 }
 
-int versionNumber(char const* text)
-{
-    return static_cast<int>(std::clamp<long>(std::strtol(text, nullptr, 10), INT_MIN, INT_MAX));
-}
-
 } // namespace
 
 char const* const empty_string = "";
@@ -97,6 +91,11 @@ int32_t veskiSQLiteErrorMap(int sqliteCode)
         // Deliberate: SQLITE_LOCKED is here too. It is a conflict within one process, which waiting never ends.
         return kVeskError;
     }
+}
+
+int32_t veskiDecimalNumber(char const* text)
+{
+    return static_cast<int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), INT32_MIN, INT32_MAX));
 }
 
 VeskiPool::~VeskiPool()
@@ -176,15 +175,15 @@ int32_t VeskiDataStore::dbOpen()
 }
 
 /// Reads the version of the file and the oldest version of this library that may use it; 0 for what is missing.
-int32_t VeskiDataStore::readVersions(int& current, int& compatible)
+int32_t VeskiDataStore::readVersions(int32_t& current, int32_t& compatible)
 {
     char const* value = nullptr;
     int32_t result = querySingle(&value, "SELECT value FROM pcd_meta WHERE key = 'schema_version'");
     if (result == kVeskOK) {
-        current = versionNumber(value);
+        current = veskiDecimalNumber(value);
         result = querySingle(&value, "SELECT value FROM pcd_meta WHERE key = 'schema_compatibility_version'");
         if (result == kVeskOK) {
-            compatible = versionNumber(value);
+            compatible = veskiDecimalNumber(value);
         }
     }
     return result;
@@ -192,9 +191,9 @@ int32_t VeskiDataStore::readVersions(int& current, int& compatible)
 
 int32_t VeskiDataStore::applySchemas()
 {
-    int const newest = schemaType == kSchemaTypePayload || schemaType == kSchemaTypeReserved ? 1 : 2;
-    int current = 0;
-    int compatible = 0;
+    int32_t const newest = schemaType == kSchemaTypePayload || schemaType == kSchemaTypeReserved ? 1 : 2;
+    int32_t current = 0;
+    int32_t compatible = 0;
     int32_t result = readVersions(current, compatible);
     if (compatible > newest) {
         return kVeskSchemaTooNew;

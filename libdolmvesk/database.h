@@ -36,6 +36,11 @@ extern char const** const empty_list;
 /// @return kVeskOK for SQLITE_OK, SQLITE_ROW and SQLITE_DONE; else the status of the failure
 int32_t veskiSQLiteErrorMap(int sqliteCode);
 
+/// Reads the decimal number that a text begins with.
+///
+/// @return the number, the nearest of 32 bits for one beyond; 0 for a text that begins with none
+int32_t veskiDecimalNumber(char const* text);
+
 /// Owns every buffer that a store has handed out. A buffer is never freed singly.
 class VeskiPool
 {
@@ -178,7 +183,7 @@ public:
     char const* copyText(char const* text, unsigned long size);
 
 private:
-    int32_t readVersions(int& current, int& compatible);
+    int32_t readVersions(int32_t& current, int32_t& compatible);
     int32_t applySchemas();
     int32_t textOfColumn(sqlite3_stmt* statement, int column, char const*& text);
 };

@@ -35,7 +35,8 @@ TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhase)
             ASSERT_FALSE(lines.empty());
             EXPECT_EQ(lines[0], std::string("::FT::In ") + procedures[mode][phase]);
             // Only the phases with custom actions say more.
-            bool const acts = phase == kHookPostPayload && mode != kHookUninstall;
+            bool const acts =
+                phase == kHookPreSystemCheck || (phase == kHookPostPayload && mode != kHookUninstall);
             EXPECT_EQ(lines.size() > 1, acts);
             EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, nullptr), 0U);
         }

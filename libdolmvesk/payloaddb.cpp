@@ -1,0 +1,562 @@
+#include "libdolmvesk/payloaddb.h"
+
+#include "libdolmvesk/schemas.h"
+#include "libdolmvesk/store_session.h"
+
+#include <cstring>
+#include <ctime>
+#include <sqlite3.h>
+
+static_assert(sizeof(void*) != 4 || sizeof(PdbPayloadInfo) == 28, "seven 32-bit words");
+
+namespace {
+
+char const dbDir[] = "vesk";
+char const dbName[] = "pdb.db";
+
+char const* const payloadFolder[] = {dbDir, nullptr};
+StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName,
+                                          gPdbSchemas,         false,         kSchemaTypePayload};
+
+/// Whether any argument is missing.
+template<class... Arguments>
+bool anyNull(Arguments const*... arguments)
+{
+    return ((arguments == nullptr) || ...);
+}
+
+long secondsNow()
+{
+    return static_cast<long>(std::time(nullptr));
+}
+
+/// Whether relations of a type can be read: 0 to 7 but for 2, one bit each.
+bool isReadableType(uint32_t type)
+{
+    uint32_t const readableTypes = 251;
+    return type < 8 && (readableTypes >> type & 1U) != 0;
+}
+
+int32_t writeDependency(VeskiDataStore& store, char const* payloadID, char const* payloadIDb, int32_t type)
+{
+    return store.queryNR(
+        "INSERT OR REPLACE INTO dependencies (payloadID, payloadIDb, type) VALUES ('%q', '%q', %d)",
+        payloadID, payloadIDb, type);
+}
+
+int32_t writeDependencies(VeskiDataStore& store, char const* payloadID, char const* const* others,
+                          int32_t type)
+{
+    int32_t status = kVeskOK;
+    for (; others != nullptr && *others != nullptr && status == kVeskOK; ++others) {
+        status = writeDependency(store, payloadID, *others, type);
+    }
+    return status;
+}
+
+int32_t writeUpgrade(VeskiDataStore& store, char const* original, char const* upgraded)
+{
+    return store.queryNR(
+        "INSERT OR REPLACE INTO upgraded_payloads (payloadIDOriginal, payloadIDUpgraded) VALUES "
+        "('%q', '%q')",
+        original, upgraded);
+}
+
+int32_t deletePayload(VeskiDataStore& store, char const* payloadID)
+{
+    return store.queryNR("DELETE FROM payloads WHERE payloadID = '%q'", payloadID);
+}
+
+int32_t deletePayloadData(VeskiDataStore& store, char const* payloadID, int32_t domain, char const* key)
+{
+    return store.queryNR("DELETE FROM payload_data WHERE PayloadID = '%q' AND domain = %d AND key = '%q'",
+                         payloadID, domain, key);
+}
+
+int32_t readUpgrades(VeskiDataStore& store, char const*** pairs)
+{
+    return store.queryList(pairs, "SELECT payloadIDOriginal,payloadIDUpgraded FROM upgraded_payloads");
+}
+
+int32_t readInstallState(VeskiDataStore& store, char const* payloadID, int32_t& state)
+{
+    char const* value = nullptr;
+    int32_t const status =
+        store.querySingle(&value, "SELECT installState FROM payloads WHERE payloadID = '%q'", payloadID);
+    state = value != nullptr ? veskiDecimalNumber(value) : 0;
+    return status;
+}
+
+int32_t writeInstallState(VeskiDataStore& store, char const* payloadID, int32_t state)
+{
+    return store.queryNR("UPDATE payloads SET installState ='%d', installTime = '%ld' WHERE PayloadID = '%q'",
+                         state, secondsNow(), payloadID);
+}
+
+/// Calls a body with each payload of a list that is on record.
+///
+/// @param listed  the status with which the list was read; an empty list is no failure
+/// @param body    takes the identifier and whether to go on, which it may set false; gives a status
+/// @return kVeskOK; else the first failure, of the list, of looking a payload up, or of the body
+template<class Body>
+int32_t forEachOnRecord(VeskiDataStore& store, int32_t listed, char const* const* payloads, Body body)
+{
+    if (listed != kVeskOK) {
+        return listed == kVeskNotFound ? int32_t{kVeskOK} : listed;
+    }
+    bool goOn = true;
+    for (; *payloads != nullptr && goOn; ++payloads) {
+        int32_t state = 0;
+        int32_t const found = readInstallState(store, *payloads, state);
+        if (found == kVeskNotFound) {
+            continue;
+        }
+        int32_t const status = found == kVeskOK ? body(*payloads, goOn) : found;
+        if (status != kVeskOK) {
+            return status;
+        }
+    }
+    return kVeskOK;
+}
+
+/// Lists the payloads that declare a relation to a payload.
+int32_t readDeclaring(VeskiDataStore& store, char const* payloadID, int32_t type, char const*** payloads)
+{
+    return store.queryList(payloads, "SELECT payloadID FROM dependencies WHERE payloadIDb = '%q' AND type=%d",
+                           payloadID, type);
+}
+
+/// Lists the payloads that a payload declares a relation to.
+int32_t readDeclared(VeskiDataStore& store, char const* payloadID, int32_t type, char const*** payloads)
+{
+    return store.queryList(payloads, "SELECT payloadIDb FROM dependencies WHERE payloadID = '%q' AND type=%d",
+                           payloadID, type);
+}
+
+int32_t refuseConflicts(VeskiDataStore& store, char const* payloadID)
+{
+    for (auto* read : {readDeclaring, readDeclared}) {
+        char const** others = nullptr;
+        int32_t const listed = read(store, payloadID, kPdbConflicts, &others);
+        int32_t const status =
+            forEachOnRecord(store, listed, others, [](char const*, bool&) { return int32_t{kVeskConflict}; });
+        if (status != kVeskOK) {
+            return status;
+        }
+    }
+    return kVeskOK;
+}
+
+int32_t recordUpgrades(VeskiDataStore& store, char const* payloadID)
+{
+    char const** upgrading = nullptr;
+    int32_t listed = readDeclaring(store, payloadID, kPdbUpgrades, &upgrading);
+    // Deliberate: one payload upgrades this one, the first on record that declares to; all that it upgrades count.
+    int32_t const status = forEachOnRecord(store, listed, upgrading, [&](char const* other, bool& goOn) {
+        goOn = false;
+        return writeUpgrade(store, payloadID, other);
+    });
+    if (status != kVeskOK) {
+        return status;
+    }
+    char const** upgraded = nullptr;
+    listed = readDeclared(store, payloadID, kPdbUpgrades, &upgraded);
+    return forEachOnRecord(store, listed, upgraded,
+                           [&](char const* other, bool&) { return writeUpgrade(store, other, payloadID); });
+}
+
+struct TableDeleter
+{
+    void operator()(char** table) const { sqlite3_free_table(table); }
+};
+
+struct TextDeleter
+{
+    void operator()(char* text) const { sqlite3_free(text); }
+};
+
+/// Reads a payload's record through the connection itself, past the store's queries.
+int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo& out)
+{
+    std::unique_ptr<char, TextDeleter> const statement(
+        sqlite3_mprintf("SELECT payloadID, productFamily, productName, version, signature, installState, "
+                        "installTime FROM payloads WHERE PayloadID = '%q'",
+                        payloadID));
+    if (statement == nullptr) {
+        return kVeskNoMemory;
+    }
+    char** cells = nullptr;
+    int rows = 0;
+    int columns = 0;
+    int const code = sqlite3_get_table(store.db, statement.get(), &cells, &rows, &columns, nullptr);
+    std::unique_ptr<char*, TableDeleter> const table(cells);
+    if (code != SQLITE_OK) {
+        return veskiSQLiteErrorMap(code);
+    }
+    if (rows == 0) {
+        return kVeskNotFound;
+    }
+    if (columns != 7) {
+        return kVeskError;
+    }
+    char const* const* const row = cells + columns; // behind the names of the columns
+    char const* texts[5];
+    for (int column = 0; column < 5; ++column) {
+        texts[column] = store.copyText(row[column], row[column] != nullptr ? std::strlen(row[column]) : 0);
+        if (texts[column] == nullptr) {
+            return kVeskNoMemory;
+        }
+    }
+    out = {texts[0],
+           texts[1],
+           texts[2],
+           texts[3],
+           texts[4],
+           row[5] != nullptr ? veskiDecimalNumber(row[5]) : 0,
+           row[6] != nullptr ? veskiDecimalNumber(row[6]) : 0};
+    return kVeskOK;
+}
+
+} // namespace
+
+int32_t pdbOpenSession(VeskSession** outSession)
+{
+    return openStoreSession(payloadDatabase, outSession);
+}
+
+int32_t pdbOpenSessionNoCreate(VeskSession** outSession)
+{
+    return openIfStoreExists(payloadDatabase, outSession, pdbOpenSession);
+}
+
+int32_t pdbSessionCommit(VeskSession* session)
+{
+    int32_t const status = commitSession(session);
+    if (status == kVeskOK) {
+        veskBackup(); // Deliberate: of the catalogue, and whatever comes of it
+    }
+    return status;
+}
+
+int32_t pdbSessionRollback(VeskSession* session)
+{
+    return rollbackSession(session);
+}
+
+int32_t pdbCloseSession(VeskSession* session)
+{
+    if (session == nullptr) {
+        return kVeskInvalidArgument;
+    }
+    int32_t const committed = pdbSessionCommit(session);
+    // Deliberate: the status of closing stands in for that of the commit.
+    return closeAndFree(session, committed);
+}
+
+int32_t pdbGetLastModTime(int32_t* outTime)
+{
+    return storeModificationTime(payloadDatabase, reinterpret_cast<uint32_t*>(outTime));
+}
+
+int32_t pdbBackup()
+{
+    return backupStore(payloadDatabase);
+}
+
+int32_t pdbAddPayload(VeskSession* session, char const* payloadID, char const* productFamily,
+                      char const* productName, char const* version, char const* signature,
+                      char const* const* conflicts, char const* const* upgrades)
+{
+    if (anyNull(session, payloadID, productFamily, productName, version, signature)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        int32_t status =
+            store.queryNR("INSERT OR REPLACE INTO payloads (payloadID, productFamily, productName, "
+                          "version, signature) VALUES ('%q', '%q', '%q', '%q', '%q')",
+                          payloadID, productFamily, productName, version, signature);
+        if (status != kVeskOK) {
+            return status;
+        }
+        status = store.queryNR(
+            "UPDATE payloads SET installState = '%d', installTime = '%ld' where PayloadID = '%q'",
+            kPdbNotInstalled, secondsNow(), payloadID);
+        if (status != kVeskOK && status != kVeskConstraint) {
+            return status;
+        }
+        status = writeDependencies(store, payloadID, conflicts, kPdbConflicts);
+        return status == kVeskOK ? writeDependencies(store, payloadID, upgrades, kPdbUpgrades) : status;
+    });
+}
+
+int32_t pdbRemovePayload(VeskSession* session, char const* payloadID)
+{
+    if (anyNull(session, payloadID)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        char const** pairs = nullptr;
+        int32_t const listed = readUpgrades(store, &pairs);
+        if (listed != kVeskOK && listed != kVeskNotFound) {
+            return listed;
+        }
+        for (; pairs[0] != nullptr && pairs[1] != nullptr; pairs += 2) {
+            if (std::strcmp(pairs[1], payloadID) != 0) {
+                continue;
+            }
+            int32_t const status = deletePayload(store, pairs[0]);
+            if (status != kVeskOK && status != kVeskNotFound) {
+                return status;
+            }
+        }
+        return deletePayload(store, payloadID);
+    });
+}
+
+int32_t pdbGetPayload(VeskSession* session, char const* payloadID, PdbPayloadInfo* out)
+{
+    if (anyNull(session, payloadID, out)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.status == kVeskOK ? readPayload(store, payloadID, *out) : int32_t{kVeskNotFound};
+    });
+}
+
+int32_t pdbGetPayloads(VeskSession* session, int32_t filter, char const*** out)
+{
+    if (anyNull(session, out) || filter < 0 || filter > kPdbAllPayloads) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        if (filter == kPdbAllPayloads) {
+            return store.queryList(out, "SELECT DISTINCT PayloadID FROM payloads ORDER BY installTime");
+        }
+        return store.queryList(
+            out, "SELECT DISTINCT PayloadID FROM payloads WHERE installState = %d ORDER BY installTime",
+            filter);
+    });
+}
+
+int32_t pdbGetInstallState(VeskSession* session, char const* payloadID, int32_t* outState)
+{
+    if (anyNull(session, payloadID, outState)) {
+        return kVeskInvalidArgument;
+    }
+    *outState = 0;
+    return withStore(session,
+                     [&](VeskiDataStore& store) { return readInstallState(store, payloadID, *outState); });
+}
+
+int32_t pdbSetInstallState(VeskSession* session, char const* payloadID, int32_t state)
+{
+    if (anyNull(session, payloadID) || (state != kPdbNotInstalled && state != kPdbInstalled)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        if (state == kPdbInstalled) {
+            int32_t status = refuseConflicts(store, payloadID);
+            if (status == kVeskOK) {
+                status = recordUpgrades(store, payloadID);
+            }
+            if (status != kVeskOK) {
+                return status;
+            }
+        }
+        return writeInstallState(store, payloadID, state);
+    });
+}
+
+int32_t pdbAddPayloadDependency(VeskSession* session, char const* payloadID, int32_t type,
+                                char const* payloadIDb)
+{
+    if (anyNull(session, payloadID, payloadIDb) || type > kPdbLoadLangPack) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(
+        session, [&](VeskiDataStore& store) { return writeDependency(store, payloadID, payloadIDb, type); });
+}
+
+int32_t pdbRemovePayloadDependency(VeskSession* session, char const* payloadID, int32_t type,
+                                   char const* payloadIDb)
+{
+    if (anyNull(session, payloadID)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        if (payloadIDb == nullptr) {
+            return store.queryNR("DELETE FROM dependencies WHERE payloadID = '%q' AND type = %d", payloadID,
+                                 type);
+        }
+        return store.queryNR(
+            "DELETE FROM dependencies WHERE payloadID = '%q' AND type = %d AND payloadIDb = '%q'", payloadID,
+            type, payloadIDb);
+    });
+}
+
+int32_t pdbGetPayloadDependency(VeskSession* session, char const* payloadID, uint32_t type, char const*** out)
+{
+    if (anyNull(session, payloadID, out) || !isReadableType(type)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(
+            out, "SELECT payloadIDb FROM dependencies WHERE payloadID = '%q' AND type = %d", payloadID, type);
+    });
+}
+
+int32_t pdbGetPayloadDependencyReverse(VeskSession* session, char const* payloadIDb, uint32_t type,
+                                       char const*** out)
+{
+    if (anyNull(session, payloadIDb, out) || !isReadableType(type)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(out,
+                               "SELECT payloadID FROM dependencies WHERE payloadIDb = '%q' AND type = %d",
+                               payloadIDb, type);
+    });
+}
+
+int32_t pdbGetPayloadDependencyKeysAndValues(VeskSession* session, uint32_t type, char const*** out)
+{
+    if (anyNull(session, out) || !isReadableType(type)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(out, "SELECT payloadID,payloadIDb FROM dependencies where type = %d", type);
+    });
+}
+
+int32_t pdbAddUpgradedPayloads(VeskSession* session, char const* original, char const* upgraded)
+{
+    if (anyNull(session)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) { return writeUpgrade(store, original, upgraded); });
+}
+
+int32_t pdbRemoveUpgradePayloads(VeskSession* session, char const* upgraded)
+{
+    if (anyNull(session)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        int32_t const status =
+            store.queryNR("DELETE FROM upgraded_payloads WHERE payloadIDUpgraded = '%q'", upgraded);
+        return status == kVeskNotFound ? int32_t{kVeskOK} : status;
+    });
+}
+
+int32_t pdbGetUpgradedPayloadsKeysAndValues(VeskSession* session, char const*** out)
+{
+    if (anyNull(session, out)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) { return readUpgrades(store, out); });
+}
+
+int32_t pdbSetPayloadData(VeskSession* session, char const* payloadID, int32_t domain, char const* key,
+                          char const* value)
+{
+    if (anyNull(session, payloadID, key)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        if (value == nullptr) {
+            return deletePayloadData(store, payloadID, domain, key);
+        }
+        return store.queryNR(
+            "INSERT OR REPLACE INTO payload_data (PayloadID, domain, key, value) VALUES ('%q', %d, '%q', '%q')",
+            payloadID, domain, key, value);
+    });
+}
+
+int32_t pdbGetPayloadData(VeskSession* session, char const* payloadID, int32_t domain, char const* key,
+                          char const** value)
+{
+    if (anyNull(session, payloadID, key, value)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.querySingle(
+            value, "SELECT value FROM payload_data WHERE payloadID = '%q' AND domain = %d AND key = '%q'",
+            payloadID, domain, key);
+    });
+}
+
+int32_t pdbGetPayloadDataKeys(VeskSession* session, char const* payloadID, int32_t domain, char const*** out)
+{
+    if (anyNull(session, payloadID, out)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(out, "SELECT key FROM payload_data WHERE payloadID = '%q' AND domain = %d",
+                               payloadID, domain);
+    });
+}
+
+int32_t pdbGetPayloadDataKeysAndValues(VeskSession* session, char const* payloadID, int32_t domain,
+                                       char const*** out)
+{
+    if (anyNull(session, payloadID, out)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryList(out,
+                               "SELECT key,value FROM payload_data WHERE payloadID = '%q' AND domain = %d",
+                               payloadID, domain);
+    });
+}
+
+int32_t pdbRemovePayloadData(VeskSession* session, char const* payloadID, int32_t domain, char const* key)
+{
+    if (anyNull(session, payloadID, key)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session,
+                     [&](VeskiDataStore& store) { return deletePayloadData(store, payloadID, domain, key); });
+}
+
+int32_t pdbRemovePayloadDomainData(VeskSession* session, char const* payloadID, int32_t domain)
+{
+    int32_t const lastDomain = 5;
+    if (anyNull(session, payloadID) || domain > lastDomain) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryNR("DELETE FROM payload_data WHERE PayloadID = '%q' AND domain = %d", payloadID,
+                             domain);
+    });
+}
+
+int32_t pdbSetUserAction(VeskSession* session, char const* productID, char const* actor)
+{
+    if (anyNull(session, productID, actor)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        // Deliberate: the table has no key, so that nothing is ever replaced and every action stays.
+        return store.queryNR("INSERT OR REPLACE into user_actions VALUES('%q','%q','%ld')", productID, actor,
+                             secondsNow());
+    });
+}
+
+int32_t pdbRemoveUserAction(VeskSession* session, char const* productID)
+{
+    if (anyNull(session, productID)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(session, [&](VeskiDataStore& store) {
+        return store.queryNR("DELETE FROM user_actions WHERE product_id = '%q' ", productID);
+    });
+}
+
+int32_t pdbGetUserAction(VeskSession* session, char const*** out)
+{
+    if (anyNull(session, out)) {
+        return kVeskInvalidArgument;
+    }
+    return withStore(
+        session, [&](VeskiDataStore& store) { return store.queryList(out, "SELECT * FROM user_actions"); });
+}
