@@ -44,7 +44,7 @@ bool fileExists(std::string const& path);
 /// @return whether a folder stands at the path now; a failure leaves the folders made so far
 bool createDirectoryTree(std::string const& path);
 
-/// Copies a file, with its permission bits, or a folder with all it holds. A link is copied as a link.
+/// Copies a file or a folder with all it holds, with their permission bits. A link is copied as a link.
 ///
 /// The target of a file copy appears whole or not at all; the source is only read.
 ///

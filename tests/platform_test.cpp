@@ -2,6 +2,7 @@
 #include "platform/platform.h"
 #include "tests/support/scratch_root.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <set>
 #include <unistd.h>
@@ -78,6 +79,31 @@ TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNothingHalfDone)
     writeFile("/folder/inside", "deep");
     EXPECT_TRUE(platform::copyItem("/folder", "/copy"));
     EXPECT_EQ(readFile("/copy/inside"), "deep");
+}
+
+TEST_F(Platform, SizesAndDatesMayExceed32Bits)
+{
+    constexpr time_t year2200 = 7258118400;
+    timespec const dates[2] = {{year2200, 0}, {year2200 + 1, 0}};
+    writeFile("/folder/late", "bytes");
+    writeFile("/folder/large", "");
+    ASSERT_EQ(truncate("/folder/large", off_t{5} << 30), 0);
+    for (char const* path : {"/folder/late", "/folder/large", "/folder"}) {
+        ASSERT_EQ(utimensat(AT_FDCWD, path, dates, 0), 0);
+        EXPECT_TRUE(platform::fileExists(path));
+        EXPECT_TRUE(platform::isReadable(path));
+    }
+    EXPECT_TRUE(platform::createDirectoryTree("/folder"));
+
+    ASSERT_TRUE(platform::copyItem("/folder/late", "/copy"));
+    EXPECT_TRUE(platform::applyAttributes(platform::attributesOf("/folder/late"), "/copy"));
+    EXPECT_EQ(statusOf("/copy").st_mtim.tv_sec, year2200 + 1);
+    EXPECT_TRUE(platform::applyAttributes(platform::attributesOf("/copy"), "/folder/large"));
+    EXPECT_EQ(statusOf("/folder/large").st_size, off_t{5} << 30);
+
+    ASSERT_EQ(unlink("/folder/large"), 0);
+    EXPECT_TRUE(platform::copyItem("/folder", "/copies"));
+    EXPECT_EQ(readFile("/copies/late"), "bytes");
 }
 
 TEST_F(Platform, AttributesNeedSomethingToReadFromAndToApplyTo)

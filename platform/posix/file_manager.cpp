@@ -3,12 +3,20 @@
 
 #include <array>
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
+
+// Deliberate: nothing of std::filesystem. In a 32-bit process the C++ runtime's own calls refuse every file and
+// folder dated past 2038.
 
 namespace platform {
+
+static_assert(
+    sizeof(off_t) == 8 && sizeof(ino_t) == 8 && sizeof(time_t) == 8,
+    "a 32-bit build, too, must reach large files, inode numbers beyond 32 bits and dates past 2038");
 
 struct FileAttributes
 {
@@ -65,6 +73,70 @@ bool copyFile(std::string const& from, std::string const& to)
            target.becomeTarget();
 }
 
+bool copyLink(std::string const& from, std::string const& to, off_t length)
+{
+    std::string text(static_cast<size_t>(length) + 1, '\0');
+    ssize_t const count = readlink(from.c_str(), text.data(), text.size());
+    if (count < 0 || count > length) { // longer: changed in between
+        return false;
+    }
+    text.resize(static_cast<size_t>(count));
+    return symlink(text.c_str(), to.c_str()) == 0;
+}
+
+bool namesIn(std::string const& folder, std::vector<std::string>& names)
+{
+    std::unique_ptr<DIR, int (*)(DIR*)> const entries(opendir(folder.c_str()), closedir);
+    if (!entries) {
+        return false;
+    }
+    errno = 0;
+    while (dirent const* const entry = readdir(entries.get())) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(std::move(name));
+        }
+        errno = 0;
+    }
+    return errno == 0;
+}
+
+bool copyAny(std::string const& from, std::string const& to);
+
+bool copyFolder(std::string const& from, std::string const& to, mode_t permissions)
+{
+    // Not open while the folders below are copied, so that their depth takes no descriptors.
+    std::vector<std::string> names;
+    if (!namesIn(from, names) || mkdir(to.c_str(), 0700) != 0) {
+        return false;
+    }
+    for (auto const& name : names) {
+        if (!copyAny(from + "/" + name, to + "/" + name)) {
+            return false;
+        }
+    }
+    Descriptor const copy(open(to.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return copy.get() >= 0 && fchmod(copy.get(), permissions) == 0;
+}
+
+bool copyAny(std::string const& from, std::string const& to)
+{
+    struct stat status = {};
+    if (lstat(from.c_str(), &status) != 0) {
+        return false;
+    }
+    switch (status.st_mode & S_IFMT) {
+    case S_IFREG:
+        return copyFile(from, to);
+    case S_IFLNK:
+        return copyLink(from, to, status.st_size);
+    case S_IFDIR:
+        return copyFolder(from, to, status.st_mode & 0777);
+    default:
+        return false;
+    }
+}
+
 bool applyThroughDescriptor(FileAttributes const& attributes, int descriptor)
 {
     struct stat status = {};
@@ -90,29 +162,19 @@ bool fileExists(std::string const& path)
 
 bool createDirectoryTree(std::string const& path)
 {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    return !error && std::filesystem::is_directory(path, error);
+    // Only the outcome counts: what cannot be made may already be there.
+    for (size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+        mkdir(path.substr(0, end).c_str(), 0777);
+    }
+    mkdir(path.c_str(), 0777);
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool copyItem(std::string const& from, std::string const& to)
 {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    fs::file_status const source = fs::symlink_status(from, error);
-    if (fs::symlink_status(to, error).type() != fs::file_type::not_found) {
-        return false;
-    }
-    switch (source.type()) {
-    case fs::file_type::regular:
-        return copyFile(from, to);
-    case fs::file_type::symlink:
-    case fs::file_type::directory:
-        fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
-        return !error;
-    default:
-        return false;
-    }
+    struct stat status = {};
+    return lstat(to.c_str(), &status) != 0 && copyAny(from, to);
 }
 
 Attributes attributesOf(std::string const& path)
