@@ -31,7 +31,12 @@ struct CCustomHookSession
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CCustomHookSession) == 20, "the record is five 32-bit words");
-static_assert(sizeof(void*) != 4 || offsetof(CCustomHookSession, logCallback) == 16, "in the order above");
+static_assert(sizeof(void*) != 4 || (offsetof(CCustomHookSession, propertyMap) == 0 &&
+                                     offsetof(CCustomHookSession, entryMode) == 4 &&
+                                     offsetof(CCustomHookSession, installMode) == 8 &&
+                                     offsetof(CCustomHookSession, reserved) == 12 &&
+                                     offsetof(CCustomHookSession, logCallback) == 16),
+              "in the order above");
 
 /// Hands one message to the session's log callback; without a callback it does nothing.
 ///
