@@ -3,6 +3,7 @@
 #include "tests/support/scratch_root.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <set>
 #include <unistd.h>
@@ -79,6 +80,19 @@ TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNothingHalfDone)
     writeFile("/folder/inside", "deep");
     EXPECT_TRUE(platform::copyItem("/folder", "/copy"));
     EXPECT_EQ(readFile("/copy/inside"), "deep");
+}
+
+TEST_F(Platform, FolderIsCopiedWithItsModesAndLinks)
+{
+    writeFile("/folder/sealed/inside", "deep");
+    ASSERT_EQ(symlink("missing", "/folder/link"), 0);
+    chmod("/folder/sealed", 0505);
+    chmod("/folder", 0777);
+    EXPECT_TRUE(platform::copyItem("/folder", "/copy"));
+    EXPECT_EQ(accessOf("/copy"), "0777 0:0");
+    EXPECT_EQ(accessOf("/copy/sealed"), "0505 0:0");
+    EXPECT_EQ(readFile("/copy/sealed/inside"), "deep");
+    EXPECT_EQ(std::filesystem::read_symlink("/copy/link"), "missing");
 }
 
 TEST_F(Platform, SizesAndDatesMayExceed32Bits)

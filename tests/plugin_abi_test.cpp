@@ -5,10 +5,10 @@
 #include <array>
 #include <cstdint>
 #include <dlfcn.h>
-#include <gmock/gmock.h>
+#include <string>
+#include <vector>
 
 using namespace testing_support;
-using testing::StartsWith;
 
 namespace {
 

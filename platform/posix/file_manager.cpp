@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 // Deliberate: nothing of std::filesystem. In a 32-bit process the C++ runtime's own calls refuse every file and
@@ -110,8 +111,9 @@ bool copyFolder(std::string const& from, std::string const& to, mode_t permissio
     if (!namesIn(from, names) || mkdir(to.c_str(), 0700) != 0) {
         return false;
     }
-    for (auto const& name : names) {
-        if (!copyAny(from + "/" + name, to + "/" + name)) {
+    for (auto& name : names) {
+        name.insert(0, 1, '/');
+        if (!copyAny(from + name, to + name)) {
             return false;
         }
     }
