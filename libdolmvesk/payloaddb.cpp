@@ -3,6 +3,8 @@
 #include "libdolmvesk/schemas.h"
 #include "libdolmvesk/store_session.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <ctime>
 #include <sqlite3.h>
@@ -25,9 +27,11 @@ bool anyNull(Arguments const*... arguments)
     return ((arguments == nullptr) || ...);
 }
 
+/// The current time as the statements write it. Where a long has 32 bits, time stands still at its last second,
+/// so that later changes never sort before earlier ones.
 long secondsNow()
 {
-    return static_cast<long>(std::time(nullptr));
+    return static_cast<long>(std::min<std::time_t>(std::time(nullptr), LONG_MAX));
 }
 
 /// Whether relations of a type can be read: 0 to 7 but for 2, one bit each.
