@@ -217,13 +217,15 @@ TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
     } const cases[] = {
         {"crash", 128 + SIGSEGV, "signal", "ended by signal 11 (Segmentation fault)"},
         {"exit", 125, "exit", "exit(5)"},
-        {"hang", 124, "timeout", "did not return within 0.2 s"},
+        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s"},
     };
     for (auto const& each : cases) {
         for (std::string const format : {"text", "raw", "jsonl"}) {
             SCOPED_TRACE(each.act + format);
-            Result const result = hookhost(
-                "--format " + format + " --timeout 0.2 --mode 0 --phase 1 --phase 2 $run -D act=" + each.act);
+            // A sanitizer's look for leaks at exit() needs a /proc, which the root has not.
+            Result const result =
+                shell("ASAN_OPTIONS=detect_leaks=0 $hookhost --mode 0 --phase 1 --phase 2 --format " +
+                      format + " $run -D act=" + each.act);
             EXPECT_EQ(result.status, each.status);
             EXPECT_THAT(result.err, HasSubstr("install/pre-payload: "));
             EXPECT_THAT(result.err, HasSubstr(each.reason));

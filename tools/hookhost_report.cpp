@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <ctime>
 #include <fmt/format.h>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <unistd.h>
@@ -80,7 +79,7 @@ void Report::message(std::string const& phase, char const* message) const noexce
             text(jsonLine(record));
             break;
         }
-    } catch (std::bad_alloc const&) {
+    } catch (...) { // nothing may pass through the plug-in; but for memory, nothing is known to fail
         writeError = ENOMEM;
     }
 }

@@ -30,8 +30,8 @@ namespace {
 constexpr milliseconds firstNotice{2000};     // a call that takes longer is mentioned ...
 constexpr milliseconds longestSilence{30000}; // ... ever more rarely, up to this
 
-/// The call that the worker is in.
-struct CurrentCall
+/// The call that the worker is in; aligned so that it is read and written in one piece.
+struct alignas(8) CurrentCall
 {
     uint32_t step;    ///< index into the names of the run's steps
     uint32_t started; ///< milliseconds since the run began
