@@ -26,14 +26,6 @@ struct Result
 class Hookhost : public ScratchRootTest
 {
 protected:
-    ~Hookhost() override
-    {
-        root.outside([&] {
-            unlink((root.outsidePath() + ".out").c_str());
-            unlink((root.outsidePath() + ".err").c_str());
-        });
-    }
-
     /// Runs a shell command; its variables are the words below. "$run" is the fixture with its home in the
     /// root, where a call into it leaves the file "called".
     Result shell(std::string const& command)
@@ -41,18 +33,22 @@ protected:
         Result result = {};
         root.outside([&] {
             std::string const folder = root.outsidePath();
+            // Unquoted variables are split at newlines alone: the paths may hold spaces.
             std::string const variables =
-                "unset LANG LC_ALL; export HOME=/nonexistent; hookhost='" HOOKHOST "' fixture='" FIXTURE
-                "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' product='" PRODUCT "' root=" +
-                folder + " in=" + folder + "/in run=\"--home / --root " + folder + " " FIXTURE "\"\n";
+                "IFS='\n'; unset LANG LC_ALL; export HOME=/nonexistent; hookhost='" HOOKHOST
+                "' fixture='" FIXTURE "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' product='" PRODUCT
+                "' root=" +
+                folder + " in=" + folder + "/in run='--home\n/\n--root\n" + folder + "\n" FIXTURE "'\n";
             int const ended = std::system(
                 ("exec >" + folder + ".out 2>" + folder + ".err\n" + variables + command).c_str());
             result = {WEXITSTATUS(ended), readFile(folder + ".out"), readFile(folder + ".err")};
+            unlink((folder + ".out").c_str());
+            unlink((folder + ".err").c_str());
         });
         return result;
     }
 
-    Result hookhost(std::string const& arguments) { return shell("\"$hookhost\" " + arguments); }
+    Result hookhost(std::string const& arguments) { return shell("$hookhost " + arguments); }
 };
 
 TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
