@@ -44,9 +44,10 @@ bool fileExists(std::string const& path);
 /// @return whether a folder stands at the path now; a failure leaves the folders made so far
 bool createDirectoryTree(std::string const& path);
 
-/// Copies a file or a folder with all it holds, with their permission bits. A link is copied as a link.
+/// Copies a file or a folder with all it holds, with their permission bits. A link is copied as a link. No
+/// copied file keeps a set-user, set-group or sticky bit: the copy belongs to the process's user.
 ///
-/// The target of a file copy appears whole or not at all; the source is only read.
+/// The target appears whole or not at all; the source is only read.
 ///
 /// @param from  what to copy
 /// @param to    where to; its folder exists, and nothing, not even a dangling link, stands there

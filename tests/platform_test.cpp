@@ -78,8 +78,12 @@ TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNothingHalfDone)
     EXPECT_FALSE(exists("/copy"));
 
     writeFile("/folder/inside", "deep");
+    chmod("/folder/inside", 06755);
     EXPECT_TRUE(platform::copyItem("/folder", "/copy"));
     EXPECT_EQ(readFile("/copy/inside"), "deep");
+    EXPECT_EQ(accessOf("/copy/inside"), "0755 0:0"); // somebody else's program gains nothing by the copy
+    EXPECT_FALSE(platform::copyItem("/folder", "/copy"));
+    EXPECT_THAT(namesIn("/"), ElementsAre("copy", "folder", "from", "pipe", "to"));
 }
 
 TEST_F(Platform, FolderIsCopiedWithItsModesAndLinks)

@@ -1,5 +1,6 @@
 #include "platform/platform.h"
 #include "platform/posix/temporary_file.h"
+#include "platform/unpublished_copy.h"
 
 #include <array>
 #include <cerrno>
@@ -176,7 +177,14 @@ bool createDirectoryTree(std::string const& path)
 bool copyItem(std::string const& from, std::string const& to)
 {
     struct stat status = {};
-    return lstat(to.c_str(), &status) != 0 && copyAny(from, to);
+    if (lstat(to.c_str(), &status) == 0 || lstat(from.c_str(), &status) != 0) {
+        return false;
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        return copyAny(from, to);
+    }
+    UnpublishedCopy copy(to);
+    return copyAny(from, copy.path()) && copy.publish();
 }
 
 Attributes attributesOf(std::string const& path)
