@@ -1,9 +1,31 @@
 # Libraries that come with the system. Nothing is bundled: two copies of SQLite in one process would
 # release each other's file locks.
+if(TESSARINE_PLATFORM STREQUAL "mac")
+    enable_language(OBJCXX)
+    find_package(SQLite3 REQUIRED)
+    add_library(PkgConfig::sqlite3 ALIAS SQLite::SQLite3) # the name that it has elsewhere
+    return() # the tools and the tests are built on Debian alone
+endif()
+
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
+
+if(TESSARINE_PLATFORM STREQUAL "gnustep")
+    set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER}) # GCC: the runtime's headers are among its own
+    enable_language(OBJCXX)
+    find_path(GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep REQUIRED)
+    find_library(GNUSTEP_BASE_LIBRARY gnustep-base REQUIRED)
+    add_library(gnustep INTERFACE)
+    target_include_directories(gnustep SYSTEM INTERFACE ${GNUSTEP_INCLUDE_DIR})
+    # What `gnustep-config --objc-flags` says about the runtime.
+    target_compile_definitions(gnustep INTERFACE
+        GNUSTEP GNUSTEP_BASE_LIBRARY=1 GNU_RUNTIME=1 _NATIVE_OBJC_EXCEPTIONS)
+    target_compile_options(gnustep INTERFACE
+        "$<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-exceptions;-fconstant-string-class=NSConstantString>")
+    target_link_libraries(gnustep INTERFACE ${GNUSTEP_BASE_LIBRARY} objc)
+endif()
 
 find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
 find_path(NLOHMANN_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)

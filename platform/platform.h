@@ -17,7 +17,8 @@ namespace platform {
 /// @return whether the system knows the folder
 bool localApplicationSupport(std::string& out);
 
-/// The home folder of the process's user.
+/// The home folder of the process's user. Foundation goes by the user's record; the POSIX sources go by HOME
+/// where it is set.
 ///
 /// @return the path; empty when the user has none
 std::string homeDirectory();

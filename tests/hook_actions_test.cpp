@@ -20,7 +20,7 @@ std::string const action = "::FT::CUSTOM ACTION: ";
 class HookActions : public ScratchRootTest
 {
 protected:
-    HookActions() { setenv("HOME", home.c_str(), 1); }
+    HookActions() { setHome(home); }
 
     std::vector<std::string> runCreateUUIDFile()
     {
@@ -126,6 +126,7 @@ TEST_F(HookActions, NewestEventsFileIsChosen)
     for (auto const& each : cases) {
         SCOPED_TRACE(each.copied);
         root.renew();
+        setHome(home);
         for (auto const& version : each.present) {
             writeFile(events(version), "events of " + version);
         }
@@ -202,6 +203,7 @@ TEST_F(HookActions, FoldersThatTheUserCannotUseAreOpened)
     for (auto const& each : cases) {
         SCOPED_TRACE(testing::Message() << std::oct << each.versionMode << ' ' << each.dataMode);
         root.renew();
+        setHome(home);
         writeFile(events("9.0"), "events");
         makeFolders(data);
         for (std::string folder = data; folder != "/Users"; folder.resize(folder.rfind('/'))) {

@@ -1,25 +1,11 @@
 #include "platform/platform.h"
 
-#include <cstdlib>
-#include <pwd.h>
-#include <unistd.h>
-
 namespace platform {
 
 bool localApplicationSupport(std::string& out)
 {
     out = "/Library/Application Support";
     return true;
-}
-
-std::string homeDirectory()
-{
-    char const* const home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0') {
-        return home;
-    }
-    passwd const* const user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
 
 } // namespace platform

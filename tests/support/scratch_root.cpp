@@ -143,6 +143,13 @@ void asOrdinaryUser(std::function<void()> const& body)
     });
 }
 
+void setHome(std::string const& path)
+{
+    setenv("HOME", path.c_str(), 1);
+    writeFile("/etc/passwd", "root:x:0:0::" + path + ":/bin/sh\nann:x:" + std::to_string(ordinaryUser) + ':' +
+                                 std::to_string(ordinaryGroup) + "::" + path + ":/bin/sh\n");
+}
+
 void writeFile(std::string const& path, std::string const& content)
 {
     fs::create_directories(fs::path(path).parent_path());

@@ -76,6 +76,10 @@ private:
 /// Runs a body in a child process and waits for it; its failed expectations become this test's.
 void inChildProcess(std::function<void()> const& body);
 
+/// Makes a folder the home of root and of the ordinary user, in HOME and in the records of this scratch root:
+/// systems differ in which of them they go by.
+void setHome(std::string const& path);
+
 void writeFile(std::string const& path, std::string const& content); // and the folders above it
 std::string readFile(std::string const& path);
 void makeFolders(std::string const& path);
