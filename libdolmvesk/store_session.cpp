@@ -47,7 +47,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
         std::string folder;
         if (!databasePath(store.folder, nullptr, folder)) {
             // Deliberate: the handle stays in *out, without a store; callers know it by the status.
-            session.release();
+            (void)session.release();
             return int32_t{kVeskFailed};
         }
         session->store = std::make_unique<VeskiDataStore>(folder, store.file, store.schemas,
@@ -55,7 +55,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
         return session->store->status;
     });
     if (status == kVeskOK) {
-        session.release(); // the caller's from here on
+        (void)session.release(); // the caller's from here on
     } else if (session != nullptr) {
         *out = nullptr;
     }

@@ -12,7 +12,6 @@
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
 namespace {
@@ -51,9 +50,10 @@ protected:
 
 TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
 {
-    std::string const versionOne =
-        std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems;
+    std::string const one = std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems + ";";
     std::string const meta = "SELECT value FROM pcd_meta ORDER BY key DESC";
+    std::string const leftOver = "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items";
+    auto const other = static_cast<schemaType>(77);
     struct
     {
         char const* name;
@@ -64,83 +64,29 @@ TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
         std::string query;
         Texts after;
     } const cases[] = {
+        // clang-format off
         {"new", "", twoVersions, kSchemaTypeStandard, kVeskOK, meta, {"2", "1"}},
-        {"new, one version", "", twoVersions, kSchemaTypePayload, kVeskOK, meta, {"1", "1"}},
-        {"new, reserved", "", twoVersions, kSchemaTypeReserved, kVeskOK, meta, {"1", "1"}},
-        {"new, other type", "", twoVersions, static_cast<schemaType>(77), kVeskOK, meta, {"2", "1"}},
-        {"upgrade",
-         versionOne,
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskOK,
-         "SELECT value, (SELECT count(unit) FROM items) FROM pcd_meta WHERE key = 'schema_version'",
-         {"2", "0"}},
+        {"one version", "", twoVersions, kSchemaTypePayload, kVeskOK, meta, {"1", "1"}},
+        {"reserved", "", twoVersions, kSchemaTypeReserved, kVeskOK, meta, {"1", "1"}},
+        {"other type", "", twoVersions, other, kVeskOK, meta, {"2", "1"}},
+        {"upgrade", one, twoVersions, kSchemaTypeStandard, kVeskOK, "SELECT count(*) - count(unit) FROM items", {"0"}},
         {"version 1 fails", "", brokenFirst, kSchemaTypeStandard, kVeskOK, "SELECT * FROM sqlite_master", {}},
-        {"version 2 fails on a new file",
-         "",
-         brokenSecond,
-         kSchemaTypeStandard,
-         kVeskFailed,
-         "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items",
-         {"1", "1"}},
-        {"version 2 fails on an old file",
-         versionOne,
-         brokenSecond,
-         kSchemaTypeStandard,
-         kVeskOK,
-         "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items",
-         {"1", "1"}},
-        {"version 2 is missing from the family",
-         "",
-         oneVersion,
-         kSchemaTypeStandard,
-         kVeskNeedsRestore,
-         meta,
-         {"1", "1"}},
-        {"too new",
-         versionOne + "; UPDATE pcd_meta SET value = 3",
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskSchemaTooNew,
-         meta,
+        {"version 2 of a new file fails", "", brokenSecond, kSchemaTypeStandard, kVeskFailed, leftOver, {"1", "1"}},
+        {"version 2 of an old file fails", one, brokenSecond, kSchemaTypeStandard, kVeskOK, leftOver, {"1", "1"}},
+        {"no version 2 in the family", "", oneVersion, kSchemaTypeStandard, kVeskNeedsRestore, meta, {"1", "1"}},
+        {"too new", one + "UPDATE pcd_meta SET value = 3", twoVersions, kSchemaTypeStandard, kVeskSchemaTooNew, meta,
          {"3", "3"}},
-        {"newer but compatible",
-         versionOne + "; UPDATE pcd_meta SET value = 5 WHERE key = 'schema_version'",
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskOK,
-         meta,
-         {"5", "1"}},
-        {"no compatibility row",
-         versionOne + "; UPDATE pcd_meta SET value = 2; DELETE FROM pcd_meta WHERE key "
-                      "<> 'schema_version'",
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskNotFound,
-         meta,
-         {"2"}},
-        {"no version table",
-         createItems,
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskOK,
-         "SELECT name FROM sqlite_master WHERE type = 'table'",
-         {"items"}},
-        {"a huge version",
-         versionOne + "; UPDATE pcd_meta SET value = 99999999999999999999 WHERE key = "
-                      "'schema_version'",
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskOK,
-         "SELECT count(*) FROM pcd_meta",
-         {"2"}},
-        {"a negative version",
-         versionOne + "; UPDATE pcd_meta SET value = -5 WHERE key = 'schema_version'",
-         twoVersions,
-         kSchemaTypeStandard,
-         kVeskOK,
-         meta,
-         {"-5", "1"}},
+        {"newer but compatible", one + "UPDATE pcd_meta SET value = 5 WHERE key = 'schema_version'", twoVersions,
+         kSchemaTypeStandard, kVeskOK, meta, {"5", "1"}},
+        {"no compatibility row", one + "UPDATE pcd_meta SET value = 2; DELETE FROM pcd_meta WHERE key LIKE '%comp%'",
+         twoVersions, kSchemaTypeStandard, kVeskNotFound, meta, {"2"}},
+        {"no version table", createItems, twoVersions, kSchemaTypeStandard, kVeskOK,
+         "SELECT name FROM sqlite_master WHERE type = 'table'", {"items"}},
+        {"a huge version", one + "UPDATE pcd_meta SET value = 99999999999999999999 WHERE key = 'schema_version'",
+         twoVersions, kSchemaTypeStandard, kVeskOK, "SELECT count(*) FROM pcd_meta", {"2"}},
+        {"a negative version", one + "UPDATE pcd_meta SET value = -5 WHERE key = 'schema_version'", twoVersions,
+         kSchemaTypeStandard, kVeskOK, meta, {"-5", "1"}},
+        // clang-format on
     };
     for (auto const& each : cases) {
         SCOPED_TRACE(each.name);
