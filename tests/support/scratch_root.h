@@ -80,6 +80,10 @@ void inChildProcess(std::function<void()> const& body);
 /// systems differ in which of them they go by.
 void setHome(std::string const& path);
 
+/// Runs a body that may come back a second time, in a copy of this process: the copy is ended. Comes back itself when
+/// all processes that the body has started have ended.
+void endingCopies(std::function<void()> const& body);
+
 void writeFile(std::string const& path, std::string const& content); // and the folders above it
 std::string readFile(std::string const& path);
 void makeFolders(std::string const& path);

@@ -1,0 +1,18 @@
+/* Stands in for a helper of the installed application: writes its arguments, one per line, to a file of its own in
+ * "/started" and ends. Linked statically, for the scratch roots hold no libraries. */
+#include <stdio.h>
+#include <unistd.h>
+
+int main(int count, char* arguments[])
+{
+    char path[64];
+    snprintf(path, sizeof path, "/started/%ld", (long)getpid());
+    FILE* const file = fopen(path, "w");
+    if (file == NULL) {
+        return 1;
+    }
+    for (int i = 0; i < count; ++i) {
+        fprintf(file, "%s\n", arguments[i]);
+    }
+    return fclose(file) == 0 ? 0 : 1;
+}
