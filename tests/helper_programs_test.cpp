@@ -31,9 +31,15 @@ std::string const analyser =
 std::string const action = "::FT::CUSTOM ACTION: ";
 std::string const opening = action + "Opening PDB Session";
 std::string const closing = action + "Closing PDB Session";
-std::string const executing = action + "Executing ";
 std::string const found = action + "Entry for Fendrial 12 Tessarine Found, looking up installdir";
 std::string const iterating = action + "Iterate through Installed Payload IDs";
+
+std::string executing(std::string const& path)
+{
+    std::string line = action + "Executing ";
+    line += path;
+    return line.substr(0, 999);
+}
 
 char const application[] = "Fendrial 12 Tessarine";
 
@@ -163,7 +169,7 @@ TEST_F(HelperPrograms, BothAreAskedToUninstallInEveryMode)
                 0U);
         });
         Texts expected =
-            session({iterating, found, "/Apps", executing + "/Apps" + analyser, executing + "/Apps" + agent});
+            session({iterating, found, "/Apps", executing("/Apps" + analyser), executing("/Apps" + agent)});
         expected.insert(expected.begin(), std::string("::FT::In ") + modes[mode] + "PreSystemCheckProc");
         EXPECT_EQ(recorder.take(), expected);
         EXPECT_THAT(started(), ElementsAre(uninstalling("/Apps" + analyser), uninstalling("/Apps" + agent)));
@@ -201,7 +207,7 @@ TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
             lines.insert(lines.end(), {found, folder});
             for (auto const& helper : {analyser, agent}) {
                 install(before + helper);
-                lines.push_back((executing + before + helper).substr(0, 999));
+                lines.push_back(executing(before + helper));
                 programs.push_back(uninstalling(before + helper));
             }
         }
@@ -221,9 +227,10 @@ TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
     for (std::string process, line; log >> process && std::getline(log.ignore(), line);) {
         linesOf[process].push_back(line);
     }
-    std::string const first = executing + "/Apps" + analyser;
-    std::string const second = executing + "/Apps" + agent;
+    std::string const first = executing("/Apps" + analyser);
+    std::string const second = executing("/Apps" + agent);
     std::vector<Texts> processes;
+    processes.reserve(linesOf.size());
     for (auto const& [process, lines] : linesOf) {
         processes.push_back(lines);
     }
@@ -243,8 +250,8 @@ TEST_F(HelperPrograms, RefusedProcessesAreToldOneByOne)
         rlimit const none = {0, 0};
         ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
         std::string const notForked = action + "Could not create the child process...exiting";
-        EXPECT_EQ(run(), session({iterating, found, "/Apps", executing + "/Apps" + analyser, notForked,
-                                  executing + "/Apps" + agent, notForked}));
+        EXPECT_EQ(run(), session({iterating, found, "/Apps", executing("/Apps" + analyser), notForked,
+                                  executing("/Apps" + agent), notForked}));
     });
 }
 
