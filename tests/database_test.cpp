@@ -50,7 +50,8 @@ protected:
 
 TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
 {
-    std::string const one = std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems + ";";
+    std::string const one =
+        std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems + ";";
     std::string const meta = "SELECT value FROM pcd_meta ORDER BY key DESC";
     std::string const leftOver = "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items";
     auto const other = static_cast<schemaType>(77);
