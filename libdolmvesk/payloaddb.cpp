@@ -17,8 +17,6 @@ char const dbDir[] = "vesk";
 char const dbName[] = "pdb.db";
 
 char const* const payloadFolder[] = {dbDir, nullptr};
-StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName,
-                                          gPdbSchemas,         false,         kSchemaTypePayload};
 
 /// Whether any argument is missing.
 template<class... Arguments>
@@ -222,6 +220,9 @@ int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo
 }
 
 } // namespace
+
+StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName,
+                                          gPdbSchemas,         false,         kSchemaTypePayload};
 
 int32_t pdbOpenSession(VeskSession** outSession)
 {

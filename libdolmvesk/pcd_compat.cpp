@@ -11,18 +11,18 @@ char const hbSubdir[] = "cache";
 char const hbName[] = "cache.db";
 
 char const* const masterFolder[] = {dbDir, nullptr};
-StoreDescription const master = {kSessionKindMaster, masterFolder, dbName,
-                                 gPcdSchemas,        false,        kSchemaTypeStandard};
-
 char const* const cacheFolder[] = {dbDir, hbSubdir, nullptr};
-StoreDescription const cache = {kSessionKindCache, cacheFolder, hbName,
-                                gHbSchemas,        true,        kSchemaTypeStandard};
 
 } // namespace
 
+StoreDescription const masterStore = {kSessionKindMaster, masterFolder, dbName,
+                                      gPcdSchemas,        false,        kSchemaTypeStandard};
+StoreDescription const cacheStore = {kSessionKindCache, cacheFolder, hbName,
+                                     gHbSchemas,        true,        kSchemaTypeStandard};
+
 int32_t pcdOpenSession(VeskSession** outSession)
 {
-    int32_t const opened = openStoreSession(master, outSession);
+    int32_t const opened = openStoreSession(masterStore, outSession);
     if (opened != kVeskOK) {
         return opened;
     }
@@ -36,17 +36,17 @@ int32_t pcdOpenSession(VeskSession** outSession)
 
 int32_t pcdOpenSessionNoCreate(VeskSession** outSession)
 {
-    return openIfStoreExists(master, outSession, pcdOpenSession);
+    return openIfStoreExists(masterStore, outSession, pcdOpenSession);
 }
 
 int32_t pcdOpenCacheSession(VeskSession** outSession)
 {
-    return openStoreSession(cache, outSession);
+    return openStoreSession(cacheStore, outSession);
 }
 
 int32_t pcdOpenCacheSessionNoCreate(VeskSession** outSession)
 {
-    return openIfStoreExists(cache, outSession, pcdOpenCacheSession);
+    return openIfStoreExists(cacheStore, outSession, pcdOpenCacheSession);
 }
 
 int32_t pcdSessionCommit(VeskSession* session)
@@ -66,12 +66,12 @@ int32_t pcdCloseSession(VeskSession* session)
 
 int32_t pcdGetLastModTime(uint32_t* outTime)
 {
-    return storeModificationTime(master, outTime);
+    return storeModificationTime(masterStore, outTime);
 }
 
 int32_t pcdCacheGetLastModTime(uint32_t* outTime)
 {
-    return storeModificationTime(cache, outTime);
+    return storeModificationTime(cacheStore, outTime);
 }
 
 int32_t pcdGetDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key,

@@ -10,10 +10,11 @@ char const dbDir[] = "vesk";
 char const dbName[] = "vesk.db";
 
 char const* const catalogueFolder[] = {dbDir, nullptr};
-StoreDescription const catalogue = {kSessionKindCatalogue, catalogueFolder, dbName,
-                                    gVeskSchemas,          false,           kSchemaTypeStandard};
 
 } // namespace
+
+StoreDescription const catalogue = {kSessionKindCatalogue, catalogueFolder, dbName,
+                                    gVeskSchemas,          false,           kSchemaTypeStandard};
 
 int32_t veskOpenSession(VeskSession** outSession)
 {

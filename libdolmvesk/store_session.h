@@ -40,6 +40,11 @@ struct StoreDescription
     schemaType type;
 };
 
+extern StoreDescription const catalogue;
+extern StoreDescription const payloadDatabase;
+extern StoreDescription const masterStore;
+extern StoreDescription const cacheStore;
+
 /// The folder, beside those of the databases, that holds the backup copies: its components, ended by null.
 extern char const* const backupFolder[];
 

@@ -1,13 +1,11 @@
 // hookhost, through the built program: each run in a scratch root of its own.
-#include "tests/support/scratch_root.h"
+#include "tests/support/shell.h"
 
-#include <cstdlib>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace testing_support;
 using testing::ElementsAre;
@@ -16,12 +14,7 @@ using Json = nlohmann::json;
 
 namespace {
 
-struct Result
-{
-    int status;
-    std::string out;
-    std::string err;
-};
+using Result = ShellResult;
 
 class Hookhost : public ScratchRootTest
 {
@@ -30,22 +23,10 @@ protected:
     /// root, where a call into it leaves the file "called".
     Result shell(std::string const& command)
     {
-        Result result = {};
-        root.outside([&] {
-            std::string const folder = root.outsidePath();
-            // Unquoted variables are split at newlines alone: the paths may hold spaces.
-            std::string const variables =
-                "IFS='\n'; unset LANG LC_ALL; export HOME=/nonexistent; hookhost='" HOOKHOST
-                "' fixture='" FIXTURE "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' product='" PRODUCT
-                "' root=" +
-                folder + " in=" + folder + "/in run='--home\n/\n--root\n" + folder + "\n" FIXTURE "'\n";
-            int const ended = std::system(
-                ("exec >" + folder + ".out 2>" + folder + ".err\n" + variables + command).c_str());
-            result = {WEXITSTATUS(ended), readFile(folder + ".out"), readFile(folder + ".err")};
-            unlink((folder + ".out").c_str());
-            unlink((folder + ".err").c_str());
-        });
-        return result;
+        return runShell(root, "hookhost='" HOOKHOST "' fixture='" FIXTURE
+                              "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' product='" PRODUCT
+                              "' in=$root/in run=\"--home / --root $root " FIXTURE "\"\n" +
+                                  command);
     }
 
     Result hookhost(std::string const& arguments) { return shell("$hookhost " + arguments); }

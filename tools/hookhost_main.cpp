@@ -1,27 +1,13 @@
 // hookhost: calls an installer's custom-hook plug-in as the installer would.
 #include "tools/hookhost_options.h"
 #include "tools/hookhost_run.h"
+#include "tools/standard_descriptors.h"
 
 #include <csignal>
 #include <exception>
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace {
-
-/// A file that the plug-in opens must not become standard output and receive the log. What is missing is
-/// taken by a descriptor that cannot be written to: a lost line is noticed.
-void occupyStandardDescriptors()
-{
-    int descriptor = 0;
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-        descriptor = open("/dev/null", O_RDONLY);
-    }
-    if (descriptor > STDERR_FILENO) {
-        close(descriptor);
-    }
-}
 
 int run(Options const& options)
 {

@@ -1,0 +1,531 @@
+// veskdb, through the built program: each command in a scratch root with a machine's records.
+#include "libdolmvesk/session.h"
+#include "tests/support/database_file.h"
+#include "tests/support/shell.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sqlite3.h>
+#include <unistd.h>
+
+using namespace testing_support;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using Json = nlohmann::json;
+
+namespace {
+
+std::string const zelko = "/Library/Application Support/Zelko/";
+std::string const pdb = zelko + "vesk/pdb.db";
+std::string const vesk = zelko + "vesk/vesk.db";
+std::string const pcd = zelko + "Zelko PCD/pcd.db";
+std::string const cache = zelko + "Zelko PCD/cache/cache.db";
+std::string const pdbBackup = zelko + "backup/pdb.db";
+std::string const veskBackup = zelko + "backup/vesk.db";
+
+/// Every file and folder of the root: dates of content and of status, access, a sum of the bytes, path.
+std::vector<std::string> everything()
+{
+    std::vector<std::string> result;
+    for (auto const& entry : std::filesystem::recursive_directory_iterator("/")) {
+        struct stat const status = statusOf(entry.path());
+        std::string line;
+        for (timespec const& time : {status.st_mtim, status.st_ctim}) {
+            line += std::to_string(time.tv_sec) + '.' + std::to_string(time.tv_nsec) + ' ';
+        }
+        std::string const bytes = entry.is_regular_file() ? readFile(entry.path()) : "";
+        result.push_back(line + accessOf(entry.path()) + ' ' +
+                         std::to_string(std::hash<std::string>{}(bytes)) + ' ' + entry.path().string());
+    }
+    return result;
+}
+
+std::string recordBytes()
+{
+    return readFile(pdb) + readFile(pcd) + readFile(cache) + readFile(vesk) + readFile(pdbBackup);
+}
+
+/// A connection that holds a lock, or a half-done change, until it ends.
+class Connection
+{
+public:
+    Connection(std::string const& path, char const* statements)
+    {
+        EXPECT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(handle, statements, nullptr, nullptr, nullptr), SQLITE_OK);
+    }
+    Connection(Connection const&) = delete;
+    Connection& operator=(Connection const&) = delete;
+    ~Connection() { sqlite3_close(handle); }
+
+private:
+    sqlite3* handle = nullptr;
+};
+
+class Veskdb : public ScratchRootTest
+{
+protected:
+    /// The script's "$veskdb" works in the root; "$ordinary" does so as an ordinary user, who may enter it.
+    ShellResult shell(std::string const& script)
+    {
+        // A sanitizer's look for leaks at the end needs a /proc, which the root has not.
+        return runShell(
+            root, "export ASAN_OPTIONS=detect_leaks=0; exec 9<" VESKDB "\n"
+                  "veskdb='" VESKDB "'\" --root $root\" pdb=\"$root" +
+                      pdb +
+                      "\"\n"
+                      "ordinary=\"setpriv --reuid 1234 --regid 2345 --clear-groups --inh-caps=+sys_chroot "
+                      "--ambient-caps=+sys_chroot /proc/self/fd/9 --root $root\"\n" +
+                      script);
+    }
+
+    ShellResult veskdb(std::string const& arguments) { return shell("$veskdb " + arguments + " </dev/null"); }
+
+    void mustDo(std::string const& arguments)
+    {
+        ShellResult const result = veskdb(arguments);
+        ASSERT_EQ(result.status, 0) << arguments << ": " << result.err;
+        ASSERT_EQ(result.out, "") << arguments;
+    }
+
+    /// All four databases, with backups: APP is installed and has upgraded OLD.
+    void makeMachine()
+    {
+        mustDo("add pdb OLD --family Halvorick --name Old --version 11.0 --signature ''");
+        mustDo("add pdb APP --family Halvorick --name 'Fendrial 12 Tessarine' --version 12.0 --signature s"
+               " --upgrades OLD");
+        mustDo("set pdb APP --state installed --data 0 INSTALLDIR /Applications/Fendrial");
+        mustDo("set pcd 1 '{E2B9}' DefaultDriverPayload '{E2B9}'");
+        mustDo("set cache -- -1 sub 'tab\there' '-v'");
+        VeskSession* session = nullptr;
+        ASSERT_EQ(veskOpenSession(&session), kVeskOK);
+        ASSERT_EQ(veskCloseSession(session), kVeskOK);
+        sql(vesk, "INSERT INTO dolm_payload VALUES('P','F','N','1','s');"
+                  "INSERT INTO dolm_collection VALUES('C','P',5,6);"
+                  "INSERT INTO dolm_collection_payload VALUES('C','P',0,7);");
+        mustDo("backup");
+    }
+};
+
+TEST_F(Veskdb, ReadingLeavesEverythingAsItIs)
+{
+    makeMachine();
+    // What the library would put right at an opening.
+    chmod(pdb.c_str(), 0664);
+    sql(vesk, "UPDATE pcd_meta SET value = 1 WHERE key = 'schema_version'");
+    unlink(cache.c_str());
+    struct
+    {
+        char const* arguments;
+        int status;
+        char const* out;
+    } const cases[] = {
+        {"list pdb --state installed", 0, "installed\tAPP\t12.0\tHalvorick\tFendrial 12 Tessarine\t2"},
+        {"show pdb APP", 0,
+         "\ndependencies\tAPP\tOLD\t1\tUpgrades\nupgraded_payloads\tOLD\tAPP\npayload_data\t0\tINS"},
+        {"list pcd 1", 0, "1\t{E2B9}\tDefaultDriverPayload\t{E2B9}\n"},
+        {"list pcd 1 '{E2B9}' None", 1, ""},
+        {"show pdb NONE", 1, ""},
+        {"list cache", 1, ""},
+        {"list vesk", 0, "dolm_payload\tP\t1\tF\tN\ts\ndolm_collection\tC\tP\t5\t6\n"},
+        {"show vesk C", 0, "dolm_collection\tcollectionID\tC\n"},
+        {"verify", 1, "\t/Library/Application Support/Zelko/vesk/pdb.db\tits mode is 0664, not 0644\t"},
+        {"info", 0, "pdb\trows\tpayloads 2, dependencies 1, "},
+    };
+    auto const before = everything();
+    for (std::string const user : {"$veskdb ", "$ordinary "}) {
+        for (auto const& each : cases) {
+            SCOPED_TRACE(user + each.arguments);
+            if (user == "$ordinary " && !canBecomeOrdinaryUser()) {
+                continue;
+            }
+            ShellResult const result = shell(user + each.arguments);
+            EXPECT_EQ(result.status, each.status) << result.err;
+            EXPECT_THAT(result.out, HasSubstr(each.out));
+            EXPECT_EQ(everything(), before);
+        }
+    }
+}
+
+TEST_F(Veskdb, ShowsRecordsToPeopleAndPrograms)
+{
+    makeMachine();
+    sql(pcd, "INSERT INTO domain_data VALUES('2', x'6380FF', 'line' || char(10) || char(27, 155), NULL),"
+             " ('10', x'FF', 'q', 'a\"b\\')");
+    EXPECT_EQ(veskdb("list cache").out, "-1\tsub\ttab\\there\t-v\n");
+    EXPECT_EQ(veskdb("list pcd 2").out, "2\tc\x80\xFF\tline\\n\\x1B\\xC2\\x9B\t\\N\n");
+    EXPECT_EQ(veskdb("list pcd 10").out, "10\t\xFF\tq\ta\"b\\\\\n");
+
+    Json const settings = Json::parse(veskdb("list --json pcd").out);
+    EXPECT_EQ(settings.size(), 3U);
+    EXPECT_EQ(settings[1], (Json{{"domain", "2"},
+                                 {"subDomain", "c\xEF\xBF\xBD\xEF\xBF\xBD"},
+                                 {"key", "line\n\x1B\xC2\x9B"},
+                                 {"value", nullptr}}));
+    Json const payload = Json::parse(veskdb("show pdb APP --json").out);
+    EXPECT_EQ(payload["payloads"]["installState"], 2);
+    EXPECT_GT(payload["payloads"]["installTime"], 1000000000);
+    EXPECT_EQ(payload["dependencies"][0]["PayloadIDb"], "OLD");
+    for (char const* const other : {"list pdb", "list vesk", "show vesk P", "verify", "info"}) {
+        EXPECT_TRUE(Json::accept(veskdb(std::string("--json ") + other).out)) << other;
+    }
+
+    std::string const table = shell("script -qec \"$veskdb list pdb\" /dev/null").out;
+    EXPECT_THAT(table,
+                HasSubstr("STATE          ID   VERSION  FAMILY     NAME                   CHANGED\r\n"));
+    EXPECT_THAT(table, HasSubstr("installed      APP  12.0     Halvorick  Fendrial 12 Tessarine  2"));
+}
+
+TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
+{
+    makeMachine();
+    mustDo("add pdb RIVAL --family F --name N --version 1 --signature s --conflicts OLD");
+    struct
+    {
+        char const* arguments;
+        int status;
+        char const* reason;
+    } const cases[] = {
+        {"", 2, "the verb is missing"},
+        {"frob pdb", 2, "'frob' is unknown"},
+        {"list", 2, "list needs a database"},
+        {"list ddb", 2, "'ddb' is unknown; give pdb, pcd, cache or vesk"},
+        {"list pdb X", 2, "too many words"},
+        {"set vesk A --state installed", 2, "no set for vesk (the catalogue)"},
+        {"remove vesk A", 2, "no remove for vesk (the catalogue)"},
+        {"list pdb --state none", 2, "--state 'none' is unknown; give installed, not-installed or all"},
+        {"list pdb --yes", 2, "--yes does not go with"},
+        {"list pcd one", 2, "domain 'one'"},
+        {"set pcd 2147483648 a b c", 2, "domain '2147483648'"},
+        {"add pdb NEW --family F --name N --version 1", 2, "--signature is missing"},
+        {"add pdb '' --family F --name N --version 1 --signature s", 2, "cannot be empty"},
+        {"add pdb APP --family F --name N --version 1 --signature s", 2, "on record already; give --replace"},
+        {"set pdb APP", 2, "nothing to set"},
+        {"set pdb APP --data 0 KEY", 2, "--data"},
+        {"set pdb APP --state=", 2, "--state= has no value"},
+        {"set pdb NONE --state installed", 1, "payload 'NONE': kVeskNotFound (8)"},
+        {"set pdb NONE --data 0 K V", 1, "payload 'NONE': kVeskNotFound (8)"},
+        {"set pdb OLD --state installed", 2, "kVeskConflict (16)"},
+        {"remove pdb NONE --yes", 1, "kVeskNotFound (8)"},
+        {"remove pdb APP", 2,
+         "with it, what it has upgraded: 'OLD'? There is no terminal to ask on; give --yes"},
+        {"remove pcd 1 '{E2B9}' none", 1, "kVeskNotFound (8)"},
+        {"remove pcd 1 none --yes", 1, "kVeskNotFound (8)"},
+        {"backup pcd", 2, "give --to FILE"},
+        {"restore cache --yes", 2, "give --from FILE"},
+        {"backup pdb vesk --to /x", 2, "one database"},
+        {"backup pcd --to x", 2, "--to 'x' is relative"},
+        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/pdb.db\"", 2, "the database itself"},
+        {"restore pdb", 2, "no terminal"},
+        {"restore pdb --yes --from /none", 1, "kVeskNotFound (8)"},
+        {"verify --root /none", 2, "root"},
+    };
+    std::string const before = recordBytes();
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.arguments);
+        ShellResult const result = veskdb(each.arguments);
+        EXPECT_EQ(result.status, each.status);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, AllOf(testing::StartsWith("veskdb: "), HasSubstr(each.reason)));
+    }
+    EXPECT_EQ(shell("printf 'n\\n' | script -qec \"$veskdb remove pdb APP\" /dev/null").status, 1);
+    EXPECT_EQ(shell("setpriv --bounding-set=-sys_chroot $veskdb list pdb").status, 2);
+    EXPECT_EQ(shell("$veskdb list pdb >/dev/full").status, 2);
+    EXPECT_EQ(shell("$veskdb list pdb >&-").status, 2);
+    EXPECT_EQ(shell("{ sleep 0.3; $veskdb show pdb APP; echo $? >&2; } | :").err,
+              "veskdb: output was lost: Broken pipe\n2\n");
+    EXPECT_TRUE(recordBytes() == before);
+}
+
+TEST_F(Veskdb, ChangesWhatItIsToldTo)
+{
+    makeMachine();
+    mustDo("set pdb APP --state not-installed --data 3 K -value");
+    EXPECT_THAT(sql(pdb, "SELECT installState FROM payloads WHERE PayloadID='APP'"), ElementsAre("0"));
+    EXPECT_THAT(sql(pdb, "SELECT value FROM payload_data WHERE domain = 3"), ElementsAre("-value"));
+    mustDo("add --replace pdb APP --family F2 --name N2 --version 13 --signature ''");
+    EXPECT_THAT(sql(pdb, "SELECT productName, installState FROM payloads WHERE PayloadID='APP'"),
+                ElementsAre("N2", "0"));
+    mustDo("set pcd 1 '{E2B9}' second 2");
+    mustDo("remove pcd 1 '{E2B9}' second");
+    EXPECT_THAT(sql(pcd, "SELECT key FROM domain_data"), ElementsAre("DefaultDriverPayload"));
+    mustDo("remove pcd 1 '{E2B9}' --yes");
+    EXPECT_THAT(sql(pcd, "SELECT key FROM domain_data"), ElementsAre());
+    EXPECT_EQ(shell("printf 'y\\n' | script -qec \"$veskdb remove pdb APP\" /dev/null").status, 0);
+    EXPECT_THAT(sql(pdb, "SELECT PayloadID FROM payloads"), ElementsAre());
+}
+
+TEST_F(Veskdb, ChangesAreAllOrNothing)
+{
+    makeMachine();
+    sql(pdb, "CREATE TRIGGER refuse BEFORE INSERT ON dependencies WHEN NEW.PayloadIDb = 'BAD' BEGIN "
+             "SELECT RAISE(ABORT, 'refused'); END;");
+    auto const records = [] {
+        auto values = sql(pdb, "SELECT * FROM payloads ORDER BY 1; SELECT * FROM dependencies ORDER BY 1;"
+                               "SELECT * FROM payload_data; SELECT * FROM upgraded_payloads");
+        EXPECT_GT(values.size(), 10U);
+        EXPECT_FALSE(exists(pdb + "-journal"));
+        return values;
+    };
+    auto const before = records();
+    std::string const add = "--family F --name N --version 1 --signature s --conflicts GOOD --conflicts BAD";
+    struct
+    {
+        std::string script;
+        int status;
+        char const* reason;
+    } const cases[] = {
+        {"$veskdb add pdb NEW " + add, 2, "kVeskConstraint (6)"},
+        {"$veskdb add pdb APP --replace " + add, 2, "kVeskConstraint (6)"},
+        {"$veskdb set pdb APP --data 0 K V --data 0 L W", 2, "--data can be given once"},
+        // A full disk, in the shape of a limit on the size of files.
+        {"trap '' XFSZ; ulimit -f 120; $veskdb set pdb APP --state not-installed --data 0 K "
+         "$(head -c 90000 /dev/zero | tr '\\0' x)",
+         2, "kVeskIOError (4)"},
+        // Interrupted while another program's lock is waited for.
+        {"{ echo 'BEGIN IMMEDIATE;'; sleep 1; } | sqlite3 \"$pdb\" & sleep 0.3; "
+         "$veskdb set pdb APP --data 0 K V & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
+         128 + SIGTERM, ""},
+        // Another program reads: the commit has to wait, in vain.
+        {"{ echo 'BEGIN; SELECT count(*) FROM payloads;'; sleep 3; } | sqlite3 \"$pdb\" >/dev/null & sleep 0.3; "
+         "$veskdb set pdb APP --data 0 K V; status=$?; wait; exit $status",
+         2, "kVeskBusy (14)"},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.script);
+        ShellResult const result = shell(each.script);
+        EXPECT_EQ(result.status, each.status);
+        EXPECT_THAT(result.err, HasSubstr(each.reason));
+        EXPECT_EQ(records(), before);
+    }
+    // A closed pipe is no reason to do half: there is nothing to print.
+    EXPECT_EQ(shell("$veskdb set pdb APP --data 0 K V >&-").status, 0);
+}
+
+TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
+{
+    auto const overwrite = [](std::string const& path, char const* object, char const* from,
+                              std::string const& to) {
+        std::string bytes = readFile(path);
+        size_t const page = std::stoul(sql(path, "PRAGMA page_size")[0]);
+        size_t const first =
+            (std::stoul(sql(path, std::string("SELECT rootpage FROM sqlite_master WHERE name = '") + object +
+                                      "'")[0]) -
+             1) *
+            page;
+        size_t const at = from == nullptr ? first : bytes.find(from, first);
+        ASSERT_LT(at, first + page);
+        writeFile(path, bytes.replace(at, to.size(), to));
+    };
+    struct
+    {
+        char const* name;
+        std::function<void()> damage;
+        std::string file;
+        char const* found;
+        char const* step;
+    } const cases[] = {
+        {"index", [&] { overwrite(pdb, "sqlite_autoindex_payloads_1", "APP", "AQQ"); }, pdb,
+         "missing from index sqlite_autoindex_payloads_1", "veskdb restore pdb"},
+        {"page", [&] { overwrite(pcd, "domain_data", nullptr, std::string(100, '\xFF')); }, pcd, "",
+         "veskdb restore pcd --from FILE"},
+        {"garbage",
+         [] { writeFile(cache, "this is no database, and long enough to tell" + std::string(600, '.')); },
+         cache, "kVeskIOError (4)", "veskdb restore cache --from FILE"},
+        {"empty", [] { writeFile(vesk, ""); }, vesk, "tables are missing: pcd_meta, ", "veskdb restore vesk"},
+        {"missing", [] { unlink(vesk.c_str()); }, vesk, "kVeskNeedsRestore (5)", "veskdb restore vesk"},
+        {"dropped", [] { sql(pdb, "DROP TABLE user_actions"); }, pdb, "tables are missing: user_actions",
+         "restore"},
+        {"another", [] { writeFile(cache, readFile(pcd)); }, cache, "it is the master store", "restore"},
+        {"newer", [] { sql(pdb, "UPDATE pcd_meta SET value = 2 WHERE key LIKE '%comp%'"); }, pdb,
+         "can be used from version 2 on and this program knows 1", "newer version"},
+        {"no version", [] { sql(pcd, "DELETE FROM pcd_meta WHERE key = 'schema_version'"); }, pcd,
+         "the row schema_version is missing", "restore"},
+        {"mode", [] { chmod(cache.c_str(), 0644); }, cache, "its mode is 0644, not 0666", "chmod 0666"},
+        {"folder's mode", [] { chmod((zelko + "Zelko PCD/cache").c_str(), 0777); }, zelko + "Zelko PCD/cache",
+         "its mode is 0777, not 1777", "chmod 1777"},
+        {"half a backup", [] { truncate(pdbBackup.c_str(), 8192); }, pdbBackup, "the backup will not do",
+         "veskdb backup pdb"},
+        {"write-ahead", [] { sql(pcd, "PRAGMA journal_mode = WAL"); }, pcd, "write-ahead mode",
+         "journal_mode=DELETE"},
+        {"log", [] { writeFile(vesk + "-wal", "x"); }, vesk, "write-ahead", "journal_mode=DELETE"},
+        {"interrupted",
+         [] {
+             inChildProcess([] {
+                 // Ends in the middle of a change that has reached the file.
+                 sqlite3* database = nullptr;
+                 sqlite3_open(pdb.c_str(), &database);
+                 EXPECT_EQ(sqlite3_exec(database,
+                                        "PRAGMA cache_size = 1; BEGIN; UPDATE payloads SET version = "
+                                        "hex(zeroblob(20000))",
+                                        nullptr, nullptr, nullptr),
+                           SQLITE_OK);
+             });
+         },
+         pdb, "in the middle of a change", "undo the change"},
+        {"journal", [] { writeFile(vesk + "-journal", ""); }, vesk, "the journal of a change that is over",
+         "rm '"},
+        {"owner", [] { (void)!chown(pdb.c_str(), ordinaryUser, 80); }, pdb, "its owner is 1234:80, not 0:80",
+         "chown 0:80"},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        if (std::string(each.name) == "owner" && !canBecomeOrdinaryUser()) {
+            continue;
+        }
+        root.renew();
+        makeMachine();
+        ShellResult const sound = veskdb("verify");
+        EXPECT_EQ(sound.status, 0) << sound.out;
+        EXPECT_THAT(sound.out, Not(HasSubstr("fault")));
+        each.damage();
+        auto const before = everything();
+        ShellResult const result = veskdb("verify");
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.out, AllOf(HasSubstr("fault\t"), HasSubstr('\t' + each.file + '\t'),
+                                      HasSubstr(each.found), HasSubstr(each.step)));
+        EXPECT_EQ(everything(), before);
+    }
+}
+
+TEST_F(Veskdb, VerifyTakesWhatIsLegalForNoFault)
+{
+    EXPECT_EQ(veskdb("verify").status, 0);
+    makeMachine();
+    mustDo("add pdb LONE --family F --name N --version 1 --signature s --conflicts GONE");
+    sql(pdb, "INSERT INTO upgraded_payloads VALUES('GONE', 'APP')");
+    Connection const writer(pdb, "BEGIN IMMEDIATE; DELETE FROM payloads WHERE PayloadID = 'LONE'");
+    ShellResult const result = veskdb("verify pdb");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, AllOf(HasSubstr("note\tpdb\t" + pdb + "-journal\ta change is under way"),
+                                  HasSubstr("1 records of upgrades"), HasSubstr("1 relations to payloads")));
+    EXPECT_THAT(result.out, Not(HasSubstr("vesk.db")));
+}
+
+TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
+{
+    makeMachine();
+    mustDo("backup pcd --to /copies.db");
+    mustDo("backup pcd --to /copies.db");
+    EXPECT_TRUE(readFile("/copies.db") == readFile(pcd));
+    EXPECT_THAT(namesIn("/"), ElementsAre("Library", "copies.db", testing::StartsWith("copies.db.2")));
+
+    std::string const kept = readFile(pdbBackup);
+    mustDo("set pdb APP --data 0 K V");
+    mustDo("backup pdb");
+    EXPECT_TRUE(readFile(pdbBackup) == readFile(pdb));
+    EXPECT_EQ(accessOf(pdbBackup).substr(0, 4), "0644");
+    ASSERT_EQ(namesIn(zelko + "backup").size(), 3U);
+    EXPECT_TRUE(readFile(zelko + "backup/" + namesIn(zelko + "backup")[1]) == kept);
+
+    std::string const backups = readFile(pdbBackup);
+    struct
+    {
+        std::string script;
+        int status;
+        char const* reason;
+    } const cases[] = {
+        {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
+        {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
+        {"$ordinary backup pdb", 2, "no file can be created there"},
+        {": >\"$pdb-journal\"; $veskdb backup pdb; status=$?; rm \"$pdb-journal\"; exit $status", 2,
+         "has a journal"},
+        {"{ echo 'BEGIN EXCLUSIVE;'; sleep 3; } | sqlite3 \"$pdb\" & sleep 0.3; $veskdb backup pdb", 1,
+         "kVeskBusy (14)"},
+        {"truncate -s 8192 \"$pdb\"; $veskdb backup pdb vesk", 1, "will not do and nothing was replaced"},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.script);
+        if (each.script.find("$ordinary") == 0 && !canBecomeOrdinaryUser()) {
+            continue;
+        }
+        ShellResult const result = shell(each.script);
+        EXPECT_EQ(result.status, each.status);
+        EXPECT_THAT(result.err, HasSubstr(each.reason));
+        EXPECT_TRUE(readFile(pdbBackup) == backups);
+        EXPECT_FALSE(exists("/new.db"));
+    }
+    // The last of them backed the catalogue up all the same.
+    EXPECT_EQ(namesIn(zelko + "backup").size(), 4U);
+}
+
+TEST_F(Veskdb, RestoreReplacesADatabaseWholly)
+{
+    makeMachine();
+    std::string const before = readFile(pdb);
+    mustDo("remove pdb APP --yes");
+    std::string const changed = readFile(pdb);
+    chmod((zelko + "vesk").c_str(), 0700);
+    mustDo("restore pdb --yes");
+    EXPECT_TRUE(readFile(pdb) == before);
+    EXPECT_EQ(accessOf(pdb).substr(0, 4), "0644");
+    EXPECT_EQ(accessOf(zelko + "vesk").substr(0, 4), "0755");
+    EXPECT_TRUE(readFile(zelko + "vesk/" + namesIn(zelko + "vesk")[1]) == changed);
+    writeFile(pdb, "garbage of any kind");
+    mustDo("restore pdb --yes");
+    EXPECT_TRUE(readFile(pdb) == before);
+    EXPECT_EQ(namesIn(zelko + "vesk").size(), 4U);
+
+    std::filesystem::remove_all(zelko + "vesk");
+    mustDo("restore vesk --yes");
+    EXPECT_TRUE(readFile(vesk) == readFile(veskBackup));
+
+    mustDo("backup cache --to /cache.copy");
+    mustDo("restore cache --from /cache.copy --yes");
+    EXPECT_EQ(accessOf(cache).substr(0, 4), "0666");
+    if (canBecomeOrdinaryUser()) {
+        EXPECT_EQ(accessOf(cache), "0666 0:80");
+        EXPECT_EQ(accessOf(vesk), "0644 0:80");
+    }
+    EXPECT_EQ(veskdb("verify cache vesk").status, 0);
+}
+
+TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
+{
+    makeMachine();
+    std::string const half = readFile(pdbBackup).substr(0, 8192);
+    writeFile("/half.db", half);
+    sql(pcd, "UPDATE pcd_meta SET value = 3 WHERE key LIKE '%comp%'");
+    writeFile("/newer.db", readFile(pcd));
+    writeFile(pcd + "-journal", "x");
+    struct
+    {
+        std::string script;
+        int status;
+        char const* reason;
+    } const cases[] = {
+        {"$veskdb restore pdb --from /half.db --yes", 1, "will not do"},
+        {"$veskdb restore pdb --from '" + vesk + "' --yes", 1, "it is not the payload database"},
+        {"$veskdb restore pdb --from '" + pdb + "' --yes", 2, "the database itself"},
+        {"$veskdb restore pcd --from /newer.db --yes", 2, "has a journal"},
+        {"rm \"$root" + pcd + "-journal\"; $veskdb restore pcd --from /newer.db --yes", 1, "newer version"},
+        {"$ordinary restore pdb --yes", 2, "cannot be locked: kVeskAccessDenied (11)"},
+        {"trap '' XFSZ; ulimit -f 16; $veskdb restore pdb --yes", 2, "cannot be copied"},
+        {"{ echo 'BEGIN; SELECT count(*) FROM payloads;'; sleep 3; } | sqlite3 \"$pdb\" >/dev/null & sleep 0.3; "
+         "$veskdb restore pdb --yes; status=$?; wait; exit $status",
+         2, "kVeskBusy (14)"},
+        {"{ echo 'BEGIN; SELECT count(*) FROM payloads;'; sleep 1; } | sqlite3 \"$pdb\" >/dev/null & sleep 0.3; "
+         "$veskdb restore pdb --yes & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
+         128 + SIGTERM, ""},
+    };
+    std::string const live = readFile(pdb);
+    std::string const master = readFile(pcd);
+    auto const names = namesIn(zelko + "vesk");
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.script);
+        if (each.script.find("$ordinary") == 0 && !canBecomeOrdinaryUser()) {
+            continue;
+        }
+        ShellResult const result = shell(each.script);
+        EXPECT_EQ(result.status, each.status);
+        EXPECT_THAT(result.err, HasSubstr(each.reason));
+        EXPECT_TRUE(readFile(pdb) == live);
+        EXPECT_TRUE(readFile(pcd) == master);
+        EXPECT_EQ(namesIn(zelko + "vesk"), names);
+    }
+}
+
+} // namespace

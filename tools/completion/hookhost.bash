@@ -1,0 +1,21 @@
+# bash completion for hookhost
+_hookhost()
+{
+    local word=${COMP_WORDS[COMP_CWORD]} candidates=''
+    case ${COMP_WORDS[COMP_CWORD-1]} in
+    --mode) candidates='install reinstall uninstall' ;;
+    --phase) candidates='pre-system-check pre-payload post-payload session-open session-close' ;;
+    --format) candidates='text raw jsonl' ;;
+    --root | --home) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
+    -D | --property | --timeout) return ;;
+    *)
+        if [[ $word != -* ]]; then
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            return
+        fi
+        candidates='--mode --phase --property --root --home --no-log-callback --format --timeout --dry-run --list --help'
+        ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")
+}
+complete -o filenames -F _hookhost hookhost

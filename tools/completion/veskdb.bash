@@ -1,0 +1,37 @@
+# bash completion for veskdb
+_veskdb()
+{
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}
+    local verbs='list show add set remove verify backup restore info' verb='' candidates='' each
+    for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        [[ " $verbs " != *" $each "* ]] || verb=$each
+    done
+    case $before in
+    --root) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
+    --to | --from) mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --state) candidates='installed not-installed all' ;;
+    --family | --name | --version | --signature | --conflicts | --upgrades) return ;;
+    list | remove | set) candidates='pdb pcd cache'; [[ $before != list ]] || candidates+=' vesk' ;;
+    show) candidates='pdb vesk' ;;
+    add) candidates=pdb ;;
+    *)
+        case $verb in
+        '') candidates=$verbs ;;
+        verify | backup | restore) candidates='pdb pcd cache vesk' ;;
+        esac
+        ;;
+    esac
+    if [[ $word == -* ]]; then
+        candidates='--root --json --help'
+        case $verb in
+        list) candidates+=' --state' ;;
+        add) candidates+=' --family --name --version --signature --conflicts --upgrades --replace' ;;
+        set) candidates+=' --state --data' ;;
+        remove) candidates+=' --yes' ;;
+        backup) candidates+=' --to' ;;
+        restore) candidates+=' --from --yes' ;;
+        esac
+    fi
+    mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")
+}
+complete -o filenames -F _veskdb veskdb

@@ -1,0 +1,12 @@
+/// The record library's statuses, for people.
+#ifndef TOOLS_STATUS_NAME_H
+#define TOOLS_STATUS_NAME_H
+
+#include <cstdint>
+#include <string>
+
+/// @return name, number and meaning, such as "kVeskNotFound (8), it does not exist"; "status 99" for a number
+///         that is no status
+std::string describeStatus(int32_t status);
+
+#endif

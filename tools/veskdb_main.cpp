@@ -1,0 +1,104 @@
+// veskdb: lists, shows, changes, verifies, backs up and restores the installer's records.
+#include "tools/alternate_root.h"
+#include "tools/standard_descriptors.h"
+#include "tools/veskdb_change.h"
+#include "tools/veskdb_copies.h"
+#include "tools/veskdb_read.h"
+#include "tools/veskdb_verify.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace {
+
+/// Everything is read, and every session closed, before a byte is written: output that is lost changes nothing.
+int print(std::vector<Section> const& sections, bool json)
+{
+    Presentation const forPeople =
+        isatty(STDOUT_FILENO) != 0 ? Presentation::kTable : Presentation::kTabSeparated;
+    std::string const output = present(sections, json ? Presentation::kJson : forPeople);
+    std::string_view rest = output;
+    while (!rest.empty()) {
+        ssize_t const written = write(STDOUT_FILENO, rest.data(), rest.size());
+        if (written < 0 && errno != EINTR) {
+            throw Refusal(kExitError, fmt::format("output was lost: {}", std::strerror(errno)));
+        }
+        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return 0;
+}
+
+int run(Options const& options)
+{
+    switch (options.command) {
+    case Command::kListPayloads:
+        return print(listPayloads(options), options.json);
+    case Command::kListCatalogue:
+        return print(listCatalogue(options), options.json);
+    case Command::kListSettings:
+        return print(listSettings(options), options.json);
+    case Command::kShowPayload:
+        return print(showPayload(options), options.json);
+    case Command::kShowCatalogue:
+        return print(showCatalogue(options), options.json);
+    case Command::kInfo:
+        return print(showDatabases(), options.json);
+    case Command::kVerify: {
+        bool sound = false;
+        print(verify(options, sound), options.json);
+        return sound ? 0 : kExitNotFound;
+    }
+    case Command::kBackup:
+        return backUp(options);
+    case Command::kAddPayload:
+        addPayload(options);
+        break;
+    case Command::kSetPayload:
+        setPayload(options);
+        break;
+    case Command::kSetSetting:
+        setSetting(options);
+        break;
+    case Command::kRemovePayload:
+        removePayload(options);
+        break;
+    case Command::kRemoveSettings:
+        removeSettings(options);
+        break;
+    case Command::kRestore:
+        restore(options);
+        break;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    occupyStandardDescriptors();
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like any other
+    try {
+        auto const options = readOptions(argc, argv);
+        if (!options) {
+            return 0;
+        }
+        if (options->root) {
+            alternate_root::enter(*options->root);
+        }
+        return run(*options);
+    } catch (Refusal const& refusal) {
+        fmt::print(stderr, "veskdb: {}\n", refusal.what());
+        return refusal.exitStatus;
+    } catch (Unreadable const& unreadable) {
+        fmt::print(stderr, "veskdb: {}{}{}\n", unreadable.what(), unreadable.nextStep.empty() ? "" : "; ",
+                   unreadable.nextStep);
+        return kExitError;
+    } catch (std::exception const& error) {
+        fmt::print(stderr, "veskdb: {}\n", error.what());
+        return kExitError;
+    }
+}
