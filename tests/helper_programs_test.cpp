@@ -1,10 +1,8 @@
 // The shutdown of the helper programs before the system check, with programs that write down how they were started.
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
-#include "libdolmvesk/payloaddb.h"
-#include "tests/support/database_file.h"
 #include "tests/support/log_recorder.h"
-#include "tests/support/scratch_root.h"
+#include "tests/support/stores.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -15,33 +13,28 @@
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::ElementsAre;
 using testing::UnorderedElementsAre;
-using Texts = std::vector<std::string>;
 
 namespace {
 
-std::string const file = "/Library/Application Support/Zelko/vesk/pdb.db";
-std::string const agent =
-    "/Zelko Fendrial 12 Tessarine.app/Contents/MacOS/FendrialTessarineVorlaAgent.app/Contents/"
-    "MacOS/FendrialTessarineVorlaAgent";
-std::string const analyser =
-    "/Zelko Fendrial 12 Tessarine.app/Contents/FendrialAutoAnalyzer.app/Contents/MacOS/FendrialAutoAnalyzer";
-
+// clang-format off
+std::string const agent = "/Zelko Fendrial 12 Tessarine.app/Contents/MacOS/FendrialTessarineVorlaAgent.app/Contents/MacOS/FendrialTessarineVorlaAgent";
+std::string const analyser = "/Zelko Fendrial 12 Tessarine.app/Contents/FendrialAutoAnalyzer.app/Contents/MacOS/FendrialAutoAnalyzer";
+// clang-format on
 std::string const action = "::FT::CUSTOM ACTION: ";
-std::string const opening = action + "Opening PDB Session";
-std::string const closing = action + "Closing PDB Session";
-std::string const found = action + "Entry for Fendrial 12 Tessarine Found, looking up installdir";
+std::string const opening = action + "Opening PDB Session", closing = action + "Closing PDB Session";
 std::string const iterating = action + "Iterate through Installed Payload IDs";
+std::string const found = action + "Entry for Fendrial 12 Tessarine Found, looking up installdir";
 
+/// What one helper is to have been started with.
+std::string uninstalling(std::string const& path)
+{
+    return path + "\n-uninstall\n-silent\n";
+}
 std::string executing(std::string const& path)
 {
-    std::string line = action + "Executing ";
-    line += path;
-    return line.substr(0, 999);
+    return (action + "Executing " + path).substr(0, 999);
 }
-
-char const application[] = "Fendrial 12 Tessarine";
 
 /// The lines of a session on the payload database, with these between listing and closing.
 Texts session(Texts const& lines)
@@ -53,15 +46,9 @@ Texts session(Texts const& lines)
     return all;
 }
 
-/// A payload on record, by default the application's.
-struct Payload
-{
-    char const* folder; ///< null: none on record
-    char const* name = application;
-    char const* family = "Halvorick";
-    int32_t state = kPdbInstalled;
-    int32_t domain = 0;
-};
+/// The session's lines when the application is found in "/Apps".
+Texts const inApps =
+    session({iterating, found, "/Apps", executing("/Apps" + analyser), executing("/Apps" + agent)});
 
 void writeToFile(char const* message)
 {
@@ -86,23 +73,20 @@ protected:
         ASSERT_EQ(chmod(path.c_str(), 0755), 0);
     }
 
-    /// Puts payloads on record, the first as the one that was installed first.
-    static void record(std::vector<Payload> const& payloads)
+    /// Puts the application's payload on record, once in each folder, the first as installed first; then changes that.
+    static void record(Texts const& folders, char const* change = "")
     {
-        VeskSession* database = nullptr;
-        ASSERT_EQ(pdbOpenSession(&database), kVeskOK);
-        std::string times;
-        for (auto const& each : payloads) {
-            std::string const id = "payload " + std::to_string(&each - payloads.data());
-            EXPECT_EQ(pdbAddPayload(database, id.c_str(), each.family, each.name, "12", "", nullptr, nullptr),
-                      kVeskOK);
-            EXPECT_EQ(pdbSetInstallState(database, id.c_str(), each.state), kVeskOK);
-            EXPECT_EQ(pdbSetPayloadData(database, id.c_str(), each.domain, "INSTALLDIR", each.folder),
-                      kVeskOK);
-            times += "UPDATE payloads SET installTime = " + id.substr(8) + " WHERE PayloadID = '" + id + "';";
+        auto const database = opened(pdbOpenSession);
+        for (auto const& folder : folders) {
+            auto const i = static_cast<int>(&folder - folders.data());
+            database->store->queryNR(
+                "INSERT INTO payloads VALUES (%d, 'Halvorick', 'Fendrial 12 Tessarine', '', '', 2, %d)", i,
+                i);
+            database->store->queryNR("INSERT INTO payload_data VALUES (%d, 0, 'INSTALLDIR', '%q')", i,
+                                     folder.c_str());
         }
-        EXPECT_EQ(pdbCloseSession(database), kVeskOK);
-        EXPECT_EQ(sql(file, times), Texts{});
+        EXPECT_EQ(pdbSessionCommit(database.get()), kVeskOK);
+        EXPECT_EQ(rows(payloadFile, change), "");
     }
 
     /// The action's lines, as this process logs them.
@@ -112,24 +96,17 @@ protected:
         return recorder.take();
     }
 
-    /// The arguments of every program started since the last call, sorted by their own paths.
-    static std::vector<Texts> started()
+    /// The arguments of every program started since the last call, one text each, sorted.
+    static Texts started()
     {
-        std::vector<Texts> all;
+        Texts all;
         for (auto const& name : namesIn("/started")) {
-            std::istringstream lines(readFile("/started/" + name));
-            all.emplace_back();
-            for (std::string line; std::getline(lines, line);) {
-                all.back().push_back(line);
-            }
+            all.push_back(readFile("/started/" + name));
             unlink(("/started/" + name).c_str());
         }
         std::sort(all.begin(), all.end());
         return all;
     }
-
-    /// What one helper is to have been started with.
-    static Texts uninstalling(std::string const& path) { return {path, "-uninstall", "-silent"}; }
 
     LogRecorder recorder;
     std::string program;
@@ -137,45 +114,42 @@ protected:
 
 TEST_F(HelperPrograms, NothingIsStartedWithoutTheApplicationsPayload)
 {
-    EXPECT_THAT(run(kVeskInvalidArgument),
-                ElementsAre(opening, action + "Unknown error opening PDB session", closing));
-    EXPECT_THAT(namesIn("/"), ElementsAre("started"));
-
+    EXPECT_EQ(run(kVeskInvalidArgument),
+              (Texts{opening, action + "Unknown error opening PDB session", closing}));
+    EXPECT_EQ(namesIn("/"), Texts{"started"});
     Texts const noList = session({action + "Unknown error getting list of payloads."});
-    record({});
-    EXPECT_EQ(run(), noList); // an empty list is an error here
-    record({{"/Apps", application, "Halvorick", kPdbNotInstalled}});
-    EXPECT_EQ(run(), noList);
-    record({{"/Apps", application, "halvorick"},
-            {"/Apps", application, ""},
-            {"/Apps", "Fendrial 12 Tessarine ", "Halvorick"}});
-    EXPECT_EQ(run(), session({iterating}));
-    record({{"/Apps"}});
-    EXPECT_EQ(sql(file, "ALTER TABLE payloads RENAME COLUMN signature TO other"), Texts{});
-    EXPECT_EQ(run(), session({iterating})); // a payload that cannot be read is passed over
+    // clang-format off
+    struct { char const* change; Texts lines; } const cases[] = {
+        {"DELETE FROM payloads", noList}, // an empty list is an error here
+        {"UPDATE payloads SET installState = 0", noList},
+        {"UPDATE payloads SET productFamily = 'halvorick'", session({iterating})},
+        {"UPDATE payloads SET productFamily = ''", session({iterating})},
+        {"UPDATE payloads SET productName = 'Fendrial 12 Tessarine '", session({iterating})},
+        {"ALTER TABLE payloads RENAME COLUMN signature TO other", session({iterating})}, // passed over unread
+    };
+    // clang-format on
+    for (auto const& each : cases) {
+        root.renew();
+        record({"/Apps"}, each.change);
+        EXPECT_EQ(run(), each.lines) << each.change;
+    }
 }
 
 TEST_F(HelperPrograms, BothAreAskedToUninstallInEveryMode)
 {
-    record({{"/elsewhere", "Another", "Halvorick"}, {"/Apps"}});
+    record({"/elsewhere", "/Apps"}, "UPDATE payloads SET productName = 'Another' WHERE PayloadID = '0'");
     install("/Apps" + agent);
     install("/Apps" + analyser);
     int const descriptors = openDescriptors();
-    char const* const modes[] = {"Install", "Reinstall", "Uninstall"};
-    for (int mode = kHookInstall; mode <= kHookUninstall; ++mode) {
-        endingCopies([&] {
-            EXPECT_EQ(
-                QvInstallerCustomHookProc(nullptr, kHookPreSystemCheck, mode, 0, LogRecorder::callback()),
-                0U);
-        });
-        Texts expected =
-            session({iterating, found, "/Apps", executing("/Apps" + analyser), executing("/Apps" + agent)});
-        expected.insert(expected.begin(), std::string("::FT::In ") + modes[mode] + "PreSystemCheckProc");
-        EXPECT_EQ(recorder.take(), expected);
-        EXPECT_THAT(started(), ElementsAre(uninstalling("/Apps" + analyser), uninstalling("/Apps" + agent)));
+    for (auto const callback : {LogRecorder::callback(), HookLogCallback{}}) { // silence changes nothing else
+        for (int mode = kHookInstall; mode <= kHookUninstall; ++mode) {
+            endingCopies([&] { QvInstallerCustomHookProc(nullptr, kHookPreSystemCheck, mode, 0, callback); });
+            Texts lines = recorder.take();
+            lines.empty() ? void() : void(lines.erase(lines.begin())); // the procedure's own
+            EXPECT_EQ(lines, callback == nullptr ? Texts{} : inApps);
+            EXPECT_EQ(started(), (Texts{uninstalling("/Apps" + analyser), uninstalling("/Apps" + agent)}));
+        }
     }
-    endingCopies([] { QvInstallerCustomHookProc(nullptr, kHookPreSystemCheck, kHookInstall, 0, nullptr); });
-    EXPECT_EQ(started().size(), 2U); // silence changes nothing else
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
@@ -185,24 +159,24 @@ TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
     for (char name = 'a'; name < 'i'; ++name) {
         deep += '/' + std::string(200, name);
     }
-    std::vector<Payload> const cases[] = {
-        {{"/A/"}},
-        {{"/100%s%n"}},
-        {{deep.c_str()}},                                    // the message is cut, the path is not
-        {{"/two"}, {"/one"}},                                // the second folder comes before the first
-        {{nullptr}},                                         // none on record: an empty text stands in for it
-        {{"/A", application, "Halvorick", kPdbInstalled, 1}} // none in this domain
+    // clang-format off
+    struct { Texts folders; char const* change; bool lost; } const cases[] = {
+        {{"/A/"}, "", false},
+        {{"/100%s%n"}, "", false},
+        {{deep}, "", false},           // the message is cut, the path is not
+        {{"/two", "/one"}, "", false}, // the second folder comes before the first
+        {{"/A"}, "UPDATE payload_data SET value = NULL", true}, // an empty text stands in for it
+        {{"/A"}, "UPDATE payload_data SET domain = 1", true},
     };
-    for (auto const& payloads : cases) {
+    // clang-format on
+    for (auto const& each : cases) {
         root.renew();
         makeFolders("/started");
-        record(payloads);
-        Texts lines{iterating};
-        std::vector<Texts> programs;
+        record(each.folders, each.change);
+        Texts lines{iterating}, programs;
         std::string before;
-        for (auto const& payload : payloads) {
-            std::string const folder = payload.folder == nullptr || payload.domain != 0 ? "" : payload.folder;
-            SCOPED_TRACE(folder);
+        for (auto const& recorded : each.folders) {
+            std::string const folder = each.lost ? "" : recorded;
             before.insert(0, folder);
             lines.insert(lines.end(), {found, folder});
             for (auto const& helper : {analyser, agent}) {
@@ -219,7 +193,7 @@ TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
 
 TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
 {
-    record({{"/Apps"}});
+    record({"/Apps"});
     install("/Apps" + agent);
     endingCopies([] { closeConflictingProcesses({nullptr, 0, 0, 0, writeToFile}); });
     std::map<std::string, Texts> linesOf; // by process
@@ -227,31 +201,30 @@ TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
     for (std::string process, line; log >> process && std::getline(log.ignore(), line);) {
         linesOf[process].push_back(line);
     }
-    std::string const first = executing("/Apps" + analyser);
-    std::string const second = executing("/Apps" + agent);
+    // This process is as if both had been started; the copy, too, goes on and starts the agent.
+    EXPECT_EQ(linesOf[std::to_string(getpid())], inApps);
     std::vector<Texts> processes;
-    processes.reserve(linesOf.size());
     for (auto const& [process, lines] : linesOf) {
         processes.push_back(lines);
     }
-    // This process is as if both had been started; the copy, too, goes on and starts the agent.
-    EXPECT_EQ(linesOf[std::to_string(getpid())], session({iterating, found, "/Apps", first, second}));
-    EXPECT_THAT(processes, UnorderedElementsAre(session({iterating, found, "/Apps", first, second}),
-                                                Texts{first, second, closing}, Texts{second}, Texts{second}));
-    EXPECT_THAT(started(), ElementsAre(uninstalling("/Apps" + agent), uninstalling("/Apps" + agent)));
-    EXPECT_EQ(sql(file, "UPDATE payloads SET installState = 0"), Texts{}); // nobody holds a lock
+    std::string const first = executing("/Apps" + analyser), second = executing("/Apps" + agent);
+    EXPECT_THAT(processes,
+                UnorderedElementsAre(inApps, Texts{first, second, closing}, Texts{second}, Texts{second}));
+    EXPECT_EQ(started(), (Texts{uninstalling("/Apps" + agent), uninstalling("/Apps" + agent)}));
+    EXPECT_EQ(sql(payloadFile, "UPDATE payloads SET installState = 0"), Texts{}); // nobody holds a lock
 }
 
 TEST_F(HelperPrograms, RefusedProcessesAreToldOneByOne)
 {
     SKIP_WITHOUT_OTHER_USERS();
-    record({{"/Apps"}});
+    record({"/Apps"});
     asOrdinaryUser([&] {
         rlimit const none = {0, 0};
         ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
-        std::string const notForked = action + "Could not create the child process...exiting";
-        EXPECT_EQ(run(), session({iterating, found, "/Apps", executing("/Apps" + analyser), notForked,
-                                  executing("/Apps" + agent), notForked}));
+        Texts expected = inApps;
+        expected.insert(expected.end() - 1, action + "Could not create the child process...exiting");
+        expected.insert(expected.end() - 3, *(expected.end() - 2));
+        EXPECT_EQ(run(), expected);
     });
 }
 

@@ -1,17 +1,12 @@
 // The product code that a reinstall records: the phase's status, its log line by line, and the row.
 #include "hooks/CustomHooks.h"
 #include "libdolmvesk/pcd_compat.h"
-#include "tests/support/database_file.h"
 #include "tests/support/log_recorder.h"
-#include "tests/support/scratch_root.h"
 #include "tests/support/stores.h"
 
-#include <gmock/gmock.h>
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::ElementsAre;
-using Texts = std::vector<std::string>;
 
 namespace {
 
@@ -19,97 +14,75 @@ HookProperty const noCode[] = {{"zelkoCode", "FT-12"}, {nullptr, "ZelkoCode"}};
 HookProperty const productCode[] = {{"INSTALLDIR", "/"}, {"ZelkoCode", "{FT'12}"}, {nullptr, nullptr}};
 HookProperty const nullCode[] = {{"ZelkoCode", nullptr}, {nullptr, nullptr}};
 
-std::string const begin = "Begin Extracting Tessarine ZelkoCode",
-                  error = "Error Extracting Tessarine ZelkoCode";
-std::string const extracted = "Extracted Tessarine ZelkoCode", closing = "Closing Master PCD";
-Texts const noStore{begin, extracted, "={FT'12}", "Master PCD does not exists", closing};
-
-/// The record's lines with a store, up to the outcome.
-Texts withStore(std::string const& code, std::string const& outcome)
-{
-    return {begin,   extracted, "=" + code, "Master PCD exists", "Updating Key in Master PCD",
-            outcome, closing};
-}
+// The record's lines without their common prefix; "=" stands before a whole line.
+// clang-format off
+Texts const refused{"Begin Extracting Tessarine ZelkoCode", "Error Extracting Tessarine ZelkoCode"};
+Texts const noMap{refused[0], "=Property map is not initialized.", refused[1]};
+Texts const noStore{refused[0], "Extracted Tessarine ZelkoCode", "={FT'12}", "Master PCD does not exists", "Closing Master PCD"};
+Texts const written{refused[0], noStore[1], "={FT'12}", "Master PCD exists", "Updating Key in Master PCD", "Key updated successfully", noStore[4]};
+Texts const failed{refused[0], noStore[1], "={FT'12}", written[3], written[4], "Error updating Key", noStore[4]};
+Texts const failedWithNull{refused[0], noStore[1], "=", written[3], written[4], failed[5], noStore[4]};
+// clang-format on
 
 class ReinstallRecord : public ScratchRootTest
 {
 protected:
-    /// Runs the phase and expects a status and the lines of the record, given without their common prefix
-    /// except where "=" stands before the whole line; the events file's migration follows.
-    void expectPhase(HookProperty const* properties, uint32_t status, Texts const& record)
+    /// Runs the phase and expects a status, the lines of the record and the row in the store.
+    void expectPhase(HookProperty const* properties, uint32_t status, Texts const& record,
+                     char const* row = "")
     {
         Texts expected{"::FT::In PostPayloadReinstallProc"};
         for (auto const& line : record) {
             expected.push_back(line[0] == '=' ? line.substr(1) : "::FT::CUSTOM ACTION: " + line);
         }
-        expected.emplace_back(
-            "::FT::CUSTOM ACTION: Function start, to copy customevents.dat file from previous install");
-        expected.insert(expected.end(), 4, "::FT::CUSTOM ACTION: customevents.dat file not found");
-        EXPECT_EQ(QvInstallerCustomHookProc(properties, kHookPostPayload, kHookReinstall, 0,
-                                            LogRecorder::callback()),
+        int const descriptors = openDescriptors();
+        EXPECT_EQ(QvInstallerCustomHookProc(properties, kHookPostPayload, 1, 0, LogRecorder::callback()),
                   status);
-        EXPECT_EQ(recorder.take(), expected);
+        Texts lines = recorder.take();
+        ASSERT_EQ(lines.size(), expected.size() + 5); // the events file's migration follows
+        lines.resize(expected.size());
+        EXPECT_EQ(lines, expected);
+        EXPECT_EQ(openDescriptors(), descriptors);
+        EXPECT_EQ(exists(masterFile) ? rows(masterFile, "SELECT * FROM domain_data") : "", row);
     }
-    static Texts rows() { return sql(masterFile, "SELECT * FROM domain_data"); }
 
     LogRecorder recorder;
 };
 
-TEST_F(ReinstallRecord, WithoutProductCodeNothingIsTouched)
+TEST_F(ReinstallRecord, NothingIsCreatedWithoutProductCodeOrStore)
 {
-    expectPhase(noCode, kHookNoProductCode, {begin, error});
-    expectPhase(nullptr, kHookNoProductCode, {begin, "=Property map is not initialized.", error});
-    EXPECT_THAT(namesIn("/"), ElementsAre());
-    opened(pcdOpenSession);
-    unlink(cacheFile.c_str());
-    expectPhase(noCode, kHookNoProductCode, {begin, error});
-    EXPECT_FALSE(exists(cacheFile)); // opening the master would have brought it back
-}
-
-TEST_F(ReinstallRecord, AMissingStoreIsNotCreated)
-{
+    expectPhase(noCode, kHookNoProductCode, refused);
+    expectPhase(nullptr, kHookNoProductCode, noMap);
     expectPhase(productCode, kHookOK, noStore);
-    EXPECT_THAT(namesIn("/"), ElementsAre());
+    EXPECT_EQ(namesIn("/"), Texts{});
     opened(pcdOpenCacheSession);
     expectPhase(productCode, kHookOK, noStore);
     EXPECT_FALSE(exists(masterFile));
+    opened(pcdOpenSession);
+    unlink(cacheFile.c_str());
+    expectPhase(noCode, kHookNoProductCode, refused);
+    EXPECT_FALSE(exists(cacheFile)); // opening the master would have brought it back
 }
 
-TEST_F(ReinstallRecord, TheRowIsWrittenOnce)
+TEST_F(ReinstallRecord, TheRowIsWrittenOnceAndFailuresAreSwallowed)
 {
     opened(pcdOpenSession);
     for (int mode : {kHookInstall, kHookUninstall}) {
         QvInstallerCustomHookProc(productCode, kHookPostPayload, mode, 0, nullptr);
-        EXPECT_EQ(rows(), Texts{});
     }
-    int const descriptors = openDescriptors();
-    for (int run = 0; run < 2; ++run) {
-        expectPhase(productCode, kHookOK, withStore("{FT'12}", "Key updated successfully"));
-        EXPECT_EQ(rows(), (Texts{"1", "{FT'12}", "DefaultDriverPayload", "{FT'12}"}));
-    }
-    EXPECT_EQ(openDescriptors(), descriptors);
-}
-
-TEST_F(ReinstallRecord, FailuresAreLoggedAndSwallowed)
-{
-    opened(pcdOpenSession);
-    Texts const refused = withStore("{FT'12}", "Error updating Key");
-    expectPhase(nullCode, kHookOK, withStore("", "Error updating Key"));
-    if (canBecomeOrdinaryUser()) {
-        asOrdinaryUser([&] { expectPhase(productCode, kHookOK, refused); });
-    }
+    expectPhase(nullCode, kHookOK, failedWithNull);
+    canBecomeOrdinaryUser() ? asOrdinaryUser([&] { expectPhase(productCode, kHookOK, failed); }) : void();
     sql(masterFile, "CREATE TRIGGER refuse BEFORE INSERT ON domain_data BEGIN SELECT RAISE(ABORT, ''); END");
-    expectPhase(productCode, kHookOK, refused);
-    EXPECT_EQ(rows(), Texts{});
-    EXPECT_EQ(sql(masterFile, "BEGIN EXCLUSIVE; DROP TRIGGER refuse; COMMIT"), Texts{}); // nothing is held
-
+    expectPhase(productCode, kHookOK, failed);
+    EXPECT_EQ(rows(masterFile, "BEGIN EXCLUSIVE; DROP TRIGGER refuse; COMMIT"), ""); // nothing is held
+    for (int run = 0; run < 2; ++run) {
+        expectPhase(productCode, kHookOK, written, "1,{FT'12},DefaultDriverPayload,{FT'12}");
+    }
     // The master store opens and the cache store does not: the log calls that no master either.
+    sql(masterFile, "DELETE FROM domain_data");
     unlink(cacheFile.c_str());
     makeFolders(cacheFile);
-    int const descriptors = openDescriptors();
-    expectPhase(productCode, kHookOK, noStore);
-    EXPECT_EQ(rows(), Texts{});
-    EXPECT_EQ(openDescriptors(), descriptors); // the live handle was closed
+    expectPhase(productCode, kHookOK, noStore); // and the live handle is closed
 }
 
 } // namespace
