@@ -8,17 +8,8 @@ namespace {
 
 TEST(CoreServices, FolderPathGrowsItsBufferAsLongAsItIsTooShort)
 {
-    using Sizes = std::vector<UInt32>;
-    struct
-    {
-        size_t length;
-        OSErr find;
-        OSStatus tooShort;
-        OSStatus make;
-        bool found;
-        Sizes offered;
-    } const cases[] = {
-        {27, 0, 0, 0, true, {1024}},
+    // clang-format off
+    struct { size_t length; OSErr find; OSStatus tooShort, make; bool found; std::vector<UInt32> offered; } const cases[] = {
         {1023, 0, -2110, 0, true, {1024}},
         {1024, 0, -2110, 0, true, {1024, 2048}},
         {5000, 0, -210, 0, true, {1024, 2048, 4096, 8192}},
@@ -29,6 +20,7 @@ TEST(CoreServices, FolderPathGrowsItsBufferAsLongAsItIsTooShort)
         {27, -43, 0, 0, false, {}},                   // no such folder
         {27, 0, 0, 0x00010000, false, {1024}},        // a failure whose low half is zero
     };
+    // clang-format on
     for (auto const& each : cases) {
         SCOPED_TRACE(testing::Message() << each.length << ' ' << each.tooShort << ' ' << each.make);
         carbon_stand_in::folderPath.assign(each.length, 'x');

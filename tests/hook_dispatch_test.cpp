@@ -5,87 +5,51 @@
 #include <gmock/gmock.h>
 
 using namespace testing_support;
-using testing::ElementsAre;
 
 namespace {
 
-class HookDispatch : public ScratchRootTest
-{
-protected:
-    LogRecorder recorder;
-};
+using HookDispatch = ScratchRootTest;
 
-TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhase)
+TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhaseAndRefusesOthers)
 {
-    char const* const procedures[3][5] = {
-        {"InstallPreSystemCheckProc", "PrePayloadInstallProc", "PostPayloadInstallProc",
-         "InstallSessionOpenProc", "InstallSessionCloseProc"},
-        {"ReinstallPreSystemCheckProc", "PrePayloadReinstallProc", "PostPayloadReinstallProc",
-         "ReinstallSessionOpenProc", "ReinstallSessionCloseProc"},
-        {"UninstallPreSystemCheckProc", "PrePayloadUninstallProc", "PostPayloadUninstallProc",
-         "UninstallSessionOpenProc", "UninstallSessionCloseProc"},
+    LogRecorder recorder;
+    // clang-format off
+    std::string const procedures[3][5] = {
+        {"InstallPreSystemCheckProc", "PrePayloadInstallProc", "PostPayloadInstallProc", "InstallSessionOpenProc", "InstallSessionCloseProc"},
+        {"ReinstallPreSystemCheckProc", "PrePayloadReinstallProc", "PostPayloadReinstallProc", "ReinstallSessionOpenProc", "ReinstallSessionCloseProc"},
+        {"UninstallPreSystemCheckProc", "PrePayloadUninstallProc", "PostPayloadUninstallProc", "UninstallSessionOpenProc", "UninstallSessionCloseProc"},
     };
+    // clang-format on
     HookProperty const properties[] = {{"ZelkoCode", "FT-12"}, {nullptr, nullptr}};
-    EXPECT_EQ(QvInstallerCustomHookInitSession(), 0U);
-    for (int mode = 0; mode < 3; ++mode) {
-        for (unsigned phase = 0; phase < 5; ++phase) {
-            SCOPED_TRACE(procedures[mode][phase]);
-            EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, LogRecorder::callback()), 0U);
+    for (int32_t mode : {0, 1, 2, 3, -1, INT32_MIN}) {
+        for (uint32_t phase : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFFFFFFU}) {
+            SCOPED_TRACE(testing::Message() << mode << '/' << phase);
+            bool const knownMode = mode >= 0 && mode < 3, known = knownMode && phase < 5;
+            uint32_t const status = known ? 0 : knownMode ? 4 : 3;
+            EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, LogRecorder::callback()),
+                      status);
             auto const lines = recorder.take();
             ASSERT_FALSE(lines.empty());
-            EXPECT_EQ(lines[0], std::string("::FT::In ") + procedures[mode][phase]);
+            EXPECT_EQ(lines[0], known       ? "::FT::In " + procedures[mode][phase]
+                                : knownMode ? "::FT::Unsupported entry mode specified."
+                                            : "::FT::Unsupported install mode specified.");
             // Only the phases with custom actions say more.
-            bool const acts =
-                phase == kHookPreSystemCheck || (phase == kHookPostPayload && mode != kHookUninstall);
-            EXPECT_EQ(lines.size() > 1, acts);
-            EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, nullptr), 0U);
+            EXPECT_EQ(lines.size() > 1, known && (phase == kHookPreSystemCheck ||
+                                                  (phase == kHookPostPayload && mode != kHookUninstall)));
+            EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, nullptr), status);
         }
     }
-    EXPECT_EQ(QvInstallerCustomHookCloseSession(), 0U);
 }
 
-TEST_F(HookDispatch, RefusesOtherModesAndPhases)
-{
-    struct
-    {
-        int32_t installMode;
-        uint32_t entryMode;
-        uint32_t status;
-        char const* message;
-    } const cases[] = {
-        {3, 0, 3, "::FT::Unsupported install mode specified."},
-        {-1, 0, 3, "::FT::Unsupported install mode specified."},
-        {INT32_MIN, 99, 3, "::FT::Unsupported install mode specified."},
-        {0, 5, 4, "::FT::Unsupported entry mode specified."},
-        {2, 0xFFFFFFFF, 4, "::FT::Unsupported entry mode specified."},
-    };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(testing::Message() << each.installMode << '/' << each.entryMode);
-        EXPECT_EQ(
-            QvInstallerCustomHookProc(nullptr, each.entryMode, each.installMode, 0, LogRecorder::callback()),
-            each.status);
-        EXPECT_THAT(recorder.take(), ElementsAre(each.message));
-        EXPECT_EQ(QvInstallerCustomHookProc(nullptr, each.entryMode, each.installMode, 0, nullptr),
-                  each.status);
-    }
-}
-
-TEST(HookProperties, LookUp)
+TEST_F(HookDispatch, PropertiesAreLookedUp)
 {
     LogRecorder recorder;
     HookProperty const none[] = {{nullptr, "unreachable"}};
     HookProperty const some[] = {
         {"Code", "first"}, {"code", nullptr}, {"Code", "second"}, {nullptr, nullptr}};
     char const untouched[] = "untouched";
-    struct
-    {
-        HookProperty const* map;
-        char const* name;
-        bool wantsValue;
-        bool found;
-        char const* value;
-        std::vector<std::string> lines;
-    } const cases[] = {
+    // clang-format off
+    struct { HookProperty const* map; char const* name; bool wantsValue, found; char const* value; std::vector<std::string> lines; } const cases[] = {
         {some, "Code", true, true, some[0].value, {}},
         {some, "code", true, true, nullptr, {}},
         {some, "CODE", true, false, untouched, {}},
@@ -94,11 +58,11 @@ TEST(HookProperties, LookUp)
         {nullptr, "Code", false, false, untouched, {"NULL pointer passed for property name."}},
         {nullptr, nullptr, false, false, untouched, {"NULL pointer passed as property name."}},
     };
+    // clang-format on
     for (auto const& each : cases) {
         char const* value = untouched;
-        EXPECT_EQ(
-            LogRecorder::session(each.map).GetPropetyValue(each.name, each.wantsValue ? &value : nullptr),
-            each.found);
+        auto const session = LogRecorder::session(each.map);
+        EXPECT_EQ(session.GetPropetyValue(each.name, each.wantsValue ? &value : nullptr), each.found);
         EXPECT_EQ(value, each.value); // the very pointer
         EXPECT_EQ(recorder.take(), each.lines);
     }

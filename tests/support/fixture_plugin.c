@@ -15,12 +15,10 @@ __attribute__((constructor)) static void loaded(void)
 
 static char const* valueOf(struct HookProperty const* property, char const* name)
 {
-    for (; property->name != NULL; ++property) {
-        if (strcmp(property->name, name) == 0) {
-            return property->value;
-        }
+    while (property->name != NULL && strcmp(property->name, name) != 0) {
+        ++property;
     }
-    return "";
+    return property->name != NULL ? property->value : "";
 }
 
 uint32_t QvInstallerCustomHookInitSession(void)
@@ -40,31 +38,24 @@ uint32_t QvInstallerCustomHookProc(struct HookProperty const* properties, uint32
                                    int32_t installMode, int32_t reserved, HookLogCallback logCallback)
 {
     char text[200];
-    char const* const act = valueOf(properties, "act");
     snprintf(text, sizeof text, "%s/called", getenv("HOME"));
     fclose(fopen(text, "a"));
-    snprintf(text, sizeof text, "%d/%u %s", (int)installMode, (unsigned)entryMode,
-             valueOf(properties, "say"));
+    snprintf(text, sizeof text, "%d/%u %s", installMode, entryMode, valueOf(properties, "say"));
     if (logCallback != NULL) {
         logCallback(text);
     }
-    if (strcmp(act, "hang") == 0) {
-        for (;;) {
-            pause();
-        }
-    } else if (strcmp(act, "crash") == 0) {
-        signal(SIGSEGV, SIG_DFL);
-        raise(SIGSEGV);
-    } else if (strcmp(act, "exit") == 0) {
+    switch (valueOf(properties, "act")[0]) {
+    case 'h': /* hang */
+        sleep(60);
+        break;
+    case 'c':           /* crash */
+        raise(SIGTRAP); /* none that a sanitizer catches */
+        break;
+    case 'e': /* exit */
         exit(5);
-    } else if (strcmp(act, "copy") == 0) {
-        /* A copy returns first, as after a program that could not be started. */
-        pid_t const copy = fork();
-        int status = 1;
-        if (copy != 0 && (waitpid(copy, &status, 0) != copy || status != 0)) {
-            return 99;
-        }
-        logCallback(copy == 0 ? "copy" : "original");
+    case 't': /* twice: a copy returns first, as after a program that could not be started */
+        logCallback(fork() == 0 ? "copy" : wait(&reserved) > 0 && reserved == 0 ? "original" : "failed copy");
+        reserved = 0;
     }
     return entryMode * (uint32_t)strtoul(valueOf(properties, "times"), NULL, 10) + (uint32_t)reserved;
 }

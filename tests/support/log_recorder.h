@@ -5,6 +5,7 @@
 #include "hooks/HookSession.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace testing_support {
@@ -12,22 +13,22 @@ namespace testing_support {
 class LogRecorder
 {
 public:
-    LogRecorder();
-    LogRecorder(LogRecorder const&) = delete;
-    LogRecorder& operator=(LogRecorder const&) = delete;
-    ~LogRecorder();
+    LogRecorder() { lines.clear(); }
 
-    static HookLogCallback callback();
+    static HookLogCallback callback() { return record; }
 
     /// A session for calling an action directly.
-    static CCustomHookSession session(HookProperty const* properties = nullptr);
+    static CCustomHookSession session(HookProperty const* properties = nullptr)
+    {
+        return {properties, 0, 0, 0, record};
+    }
 
     /// The lines so far; the next call starts anew.
-    std::vector<std::string> take();
+    std::vector<std::string> take() { return std::exchange(lines, {}); }
 
 private:
-    std::vector<std::string> lines;
-    friend void recordLine(char const* message);
+    static void record(char const* message) { lines.emplace_back(message); }
+    static inline std::vector<std::string> lines;
 };
 
 } // namespace testing_support

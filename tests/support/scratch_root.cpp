@@ -6,8 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <grp.h>
-#include <iterator>
-#include <stdexcept>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,97 +14,64 @@ namespace fs = std::filesystem;
 
 namespace testing_support {
 
-namespace {
-
-void require(bool done, char const* what)
+static void require(bool done, std::string const& what)
 {
     if (!done) {
         throw std::system_error(errno, std::generic_category(), what);
     }
 }
 
-} // namespace
-
 ScratchRoot::ScratchRoot() : realRoot(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC))
 {
-    require(realRoot >= 0, "/");
-    canBecomeOrdinaryUser();
-    make();
+    renew();
 }
 
 ScratchRoot::~ScratchRoot()
 {
-    leave();
-    remove();
+    leaveAndRemove();
     close(realRoot);
 }
 
 void ScratchRoot::renew()
 {
-    leave();
-    remove();
-    make();
-}
-
-void ScratchRoot::make()
-{
+    leaveAndRemove();
     // In memory where there is such a folder: the tests sync to disk as the product does.
     folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm/scratch-root-XXXXXX" : "/tmp/scratch-root-XXXXXX";
-    require(mkdtemp(folder.data()) != nullptr, folder.c_str());
-    require(chmod(folder.c_str(), 0755) == 0, folder.c_str());
-    enter();
+    require(mkdtemp(folder.data()) != nullptr && chmod(folder.c_str(), 0755) == 0, folder);
     umask(022);
+    outside([] {});
 }
 
-void ScratchRoot::remove() const
+void ScratchRoot::leaveAndRemove() const
 {
     std::error_code ignored;
-    fs::remove_all(folder, ignored);
-}
-
-void ScratchRoot::enter() const
-{
-    require(chroot(folder.c_str()) == 0, "chroot (run as root, or under unshare --user --map-root-user)");
-    require(chdir("/") == 0, "/");
-}
-
-void ScratchRoot::leave() const
-{
     require(fchdir(realRoot) == 0 && chroot(".") == 0, "leaving the scratch root");
+    fs::remove_all(folder, ignored);
 }
 
 void ScratchRoot::outside(std::function<void()> const& body) const
 {
-    leave();
+    require(fchdir(realRoot) == 0 && chroot(".") == 0, "leaving the scratch root");
     body();
-    enter();
+    require(chroot(folder.c_str()) == 0 && chdir("/") == 0,
+            "chroot (run as root, or under unshare --user --map-root-user)");
 }
 
 bool canBecomeOrdinaryUser()
 {
-    // Looked up once, before the first scratch root is entered: there is no /proc in it.
-    static bool const can = [] {
-        std::ifstream map("/proc/self/uid_map");
-        unsigned long long first = 0;
-        unsigned long long outsideFirst = 0;
-        unsigned long long count = 0;
-        return map >> first >> outsideFirst >> count && count > ordinaryUser;
-    }();
-    return can;
+    return seteuid(ordinaryUser) == 0 && seteuid(0) == 0;
 }
 
 OtherProcess::OtherProcess(std::function<void()> const& body)
 {
-    require(pipe(trigger) == 0, "pipe");
-    child = fork();
-    require(child >= 0, "fork");
+    require(pipe(trigger) == 0 && (child = fork()) >= 0, "a child process");
     if (child == 0) {
-        char go = 0;
+        char go;
         close(trigger[1]);
         if (read(trigger[0], &go, 1) == 1) {
             body();
         }
-        _exit(::testing::Test::HasFailure() ? 1 : 0);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
     }
 }
 
@@ -114,19 +79,14 @@ OtherProcess::~OtherProcess()
 {
     close(trigger[0]);
     close(trigger[1]);
-    if (child > 0) {
-        waitpid(child, nullptr, 0);
-    }
+    waitpid(child, nullptr, 0);
 }
 
-void OtherProcess::run()
+void OtherProcess::run() const
 {
     int status = 0;
-    require(write(trigger[1], "g", 1) == 1, "pipe");
-    require(waitpid(child, &status, 0) == child, "waitpid");
-    child = -1;
-    ASSERT_TRUE(WIFEXITED(status)) << "the child process died of signal " << WTERMSIG(status);
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "expectations failed in the child process, see above";
+    require(write(trigger[1], "g", 1) == 1 && waitpid(child, &status, 0) == child, "the child process");
+    EXPECT_EQ(status, 0) << "expectations failed in the child process, see above, or a signal ended it";
 }
 
 void inChildProcess(std::function<void()> const& body)
@@ -138,7 +98,7 @@ void asOrdinaryUser(std::function<void()> const& body)
 {
     inChildProcess([&] {
         require(setgroups(0, nullptr) == 0 && setgid(ordinaryGroup) == 0 && setuid(ordinaryUser) == 0,
-                "becoming an ordinary user");
+                "setuid");
         body();
     });
 }
@@ -146,8 +106,8 @@ void asOrdinaryUser(std::function<void()> const& body)
 void setHome(std::string const& path)
 {
     setenv("HOME", path.c_str(), 1);
-    writeFile("/etc/passwd", "root:x:0:0::" + path + ":/bin/sh\nann:x:" + std::to_string(ordinaryUser) + ':' +
-                                 std::to_string(ordinaryGroup) + "::" + path + ":/bin/sh\n");
+    std::string const rest = "::" + path + ":/bin/sh\n";
+    writeFile("/etc/passwd", "root:x:0:0" + rest + "ann:x:1234:2345" + rest);
 }
 
 void endingCopies(std::function<void()> const& body)
@@ -163,10 +123,8 @@ void endingCopies(std::function<void()> const& body)
 
 void writeFile(std::string const& path, std::string const& content)
 {
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream file(path, std::ios::binary);
-    file << content;
-    require(file.flush().good(), path.c_str());
+    makeFolders(fs::path(path).parent_path());
+    require((std::ofstream(path, std::ios::binary) << content << std::flush).good(), path);
 }
 
 std::string readFile(std::string const& path)
@@ -192,14 +150,14 @@ std::vector<std::string> namesIn(std::string const& folder)
 
 bool exists(std::string const& path)
 {
-    struct stat status = {};
+    struct stat status;
     return lstat(path.c_str(), &status) == 0;
 }
 
 struct stat statusOf(std::string const& path)
 {
-    struct stat status = {};
-    require(lstat(path.c_str(), &status) == 0, path.c_str());
+    struct stat status;
+    require(lstat(path.c_str(), &status) == 0, path);
     return status;
 }
 
@@ -207,8 +165,7 @@ std::string accessOf(std::string const& path)
 {
     struct stat const status = statusOf(path);
     char text[64];
-    snprintf(text, sizeof text, "%04o %u:%u", static_cast<unsigned>(status.st_mode & 07777),
-             static_cast<unsigned>(status.st_uid), static_cast<unsigned>(status.st_gid));
+    snprintf(text, sizeof text, "%04o %u:%u", status.st_mode & 07777U, status.st_uid, status.st_gid);
     return text;
 }
 

@@ -21,7 +21,6 @@ class ScratchRoot
 public:
     ScratchRoot();
     ScratchRoot(ScratchRoot const&) = delete;
-    ScratchRoot& operator=(ScratchRoot const&) = delete;
     ~ScratchRoot();
 
     /// Exchanges the folder for a new, empty one: for the next row of a table.
@@ -34,12 +33,9 @@ public:
     void outside(std::function<void()> const& body) const;
 
 private:
-    void make();
-    void remove() const;
-    void enter() const;
-    void leave() const;
+    void leaveAndRemove() const;
 
-    int realRoot;
+    int const realRoot;
     std::string folder;
 };
 
@@ -51,9 +47,6 @@ bool canBecomeOrdinaryUser();
     if (!testing_support::canBecomeOrdinaryUser())                                                           \
     GTEST_SKIP() << "needs users other than root: run as the machine's root"
 
-/// Runs a body in a child process as an ordinary user; its failed expectations become this test's.
-void asOrdinaryUser(std::function<void()> const& body);
-
 /// A process forked off at once that runs its body when it is told to. SQLite keeps book of its process's
 /// locks in memory, which a fork copies: the process that plays somebody else is forked before the test opens
 /// anything.
@@ -62,19 +55,19 @@ class OtherProcess
 public:
     explicit OtherProcess(std::function<void()> const& body);
     OtherProcess(OtherProcess const&) = delete;
-    OtherProcess& operator=(OtherProcess const&) = delete;
     ~OtherProcess();
 
     /// Runs the body and waits for its end; its failed expectations become this test's.
-    void run();
+    void run() const;
 
 private:
-    int trigger[2] = {-1, -1};
-    pid_t child = -1;
+    int trigger[2];
+    pid_t child;
 };
 
-/// Runs a body in a child process and waits for it; its failed expectations become this test's.
+/// Runs a body in a child process, or as an ordinary user in one; its failed expectations become this test's.
 void inChildProcess(std::function<void()> const& body);
+void asOrdinaryUser(std::function<void()> const& body);
 
 /// Makes a folder the home of root and of the ordinary user, in HOME and in the records of this scratch root:
 /// systems differ in which of them they go by.
