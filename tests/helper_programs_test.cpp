@@ -204,6 +204,7 @@ TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
     // This process is as if both had been started; the copy, too, goes on and starts the agent.
     EXPECT_EQ(linesOf[std::to_string(getpid())], inApps);
     std::vector<Texts> processes;
+    processes.reserve(linesOf.size());
     for (auto const& [process, lines] : linesOf) {
         processes.push_back(lines);
     }

@@ -84,11 +84,15 @@ TEST_F(StoreSchemas, TriggersGuardTheRows)
         {{mediaFile}, "PayloadData", "(PayloadID)", "('X')", "PayloadID"},
     };
     // clang-format on
-    for (auto const& [files, table, columns, values, refused] : refusals) {
+    auto const check = [](std::string const& file, auto const& row) {
+        auto const& [files, table, columns, values, refused] = row;
         std::string const why = "_" + table + ": " + refused + " is invalid.";
-        for (auto const& file : files) {
-            EXPECT_EQ(rows(file, "INSERT INTO " + table + columns + " VALUES " + values), "error: cti" + why);
-            EXPECT_EQ(rows(file, "UPDATE " + table + " SET " + columns + " = " + values), "error: ctu" + why);
+        EXPECT_EQ(rows(file, "INSERT INTO " + table + columns + " VALUES " + values), "error: cti" + why);
+        EXPECT_EQ(rows(file, "UPDATE " + table + " SET " + columns + " = " + values), "error: ctu" + why);
+    };
+    for (auto const& row : refusals) {
+        for (auto const& file : row.files) {
+            check(file, row);
         }
     }
     // clang-format off
