@@ -67,13 +67,14 @@ TEST_F(Sessions, AreOpenedWithAndWithoutCreating)
         EXPECT_TRUE(allGive(kVeskInvalidArgument, {store.open(nullptr), store.openNoCreate(nullptr),
                                                    store.commit(nullptr), store.rollback(nullptr),
                                                    store.close(nullptr), store.modificationTime(nullptr)}));
-        timeval const times[2] = {{1, 0}, {3000000000, 999999}};
-        ASSERT_EQ(utimes(store.file.c_str(), times), 0);
         std::string const content = readFile(store.file);
         opened(store.openNoCreate);
         EXPECT_EQ(readFile(store.file), content); // nothing to upgrade, nothing written
+        timeval const times[2] = {{1, 0}, {3000000000, 999999}};
+        ASSERT_EQ(utimes(store.file.c_str(), times), 0);
         EXPECT_EQ(store.modificationTime(&time), kVeskOK);
         EXPECT_EQ(time, 3000000000U);
+        utimes(store.file.c_str(), nullptr); // Debian's 32-bit SQLite opens no file of so late a date
         sql(store.file, "UPDATE pcd_meta SET value = 3");
         EXPECT_TRUE(allGive(kVeskSchemaTooNew, {store.openNoCreate(&session), store.open(&session)}));
         EXPECT_EQ(session, nullptr);
