@@ -139,9 +139,10 @@ TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
         for (std::string const format : {"text", "raw", "jsonl"}) {
             SCOPED_TRACE(act + format);
             // A sanitizer's look for leaks at exit() needs a /proc, which the root has not.
-            EXPECT_EQ(shell("ASAN_OPTIONS=detect_leaks=0 $hookhost --mode 0 --phase 1 --phase 2 --format " +
-                            format + " $run -D act=" + act),
-                      status);
+            std::string command =
+                "ASAN_OPTIONS=detect_leaks=0 $hookhost --mode 0 --phase 1 --phase 2 $run -D act=";
+            command.append(act).append(" --format ").append(format);
+            EXPECT_EQ(shell(command), status);
             EXPECT_THAT(err, ContainsRegex("install/pre-payload: .*" + reason + ".*calls not made: 2"));
             EXPECT_THAT(out, ContainsRegex("^[^\n]*0/1[^\n]*\n[^\n]*" + reason + "[^\n]*\n$"));
             EXPECT_EQ(out.find("\"outcome\":\"" + outcome) != std::string::npos, format == "jsonl") << out;

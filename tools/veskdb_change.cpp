@@ -68,6 +68,7 @@ private:
 std::vector<char const*> listOf(std::vector<std::string> const& texts)
 {
     std::vector<char const*> list;
+    list.reserve(texts.size() + 1);
     for (std::string const& text : texts) {
         list.push_back(text.c_str());
     }
@@ -113,13 +114,13 @@ void HeldSignals::requireNone() const
 void requireConsent(Options const& options, std::string const& question)
 {
     if (options.yes) {
-        fmt::print(stderr, "veskdb: {} Yes\n", question);
+        tell({question.c_str(), " Yes"});
         return;
     }
     if (isatty(STDIN_FILENO) == 0) {
         throw Refusal(kExitError, question + " There is no terminal to ask on; give --yes");
     }
-    fmt::print(stderr, "veskdb: {} [y/N] ", question);
+    tell({question.c_str(), " [y/N] "}, "");
     std::string answer;
     std::getline(std::cin, answer);
     if (answer != "y" && answer != "Y" && answer != "yes") {

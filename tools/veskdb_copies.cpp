@@ -84,7 +84,7 @@ std::string keepAside(std::string const& path)
     char stamp[32] = "";
     strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", gmtime_r(&now, &utc));
     for (int attempt = 0;; ++attempt) {
-        std::string const aside =
+        std::string aside =
             fmt::format("{}.{}{}", path, stamp, attempt == 0 ? "" : fmt::format(".{}", attempt));
         if (link(path.c_str(), aside.c_str()) == 0) {
             return aside;
@@ -98,8 +98,8 @@ std::string keepAside(std::string const& path)
 
 void tellKept(std::string const& path, std::string const& aside)
 {
-    fmt::print(stderr, "veskdb: '{}' is in place{}\n", path,
-               aside.empty() ? "" : fmt::format("; the file before is kept as '{}'", aside));
+    std::string const kept = aside.empty() ? "" : fmt::format("; the file before is kept as '{}'", aside);
+    tell({"'", path.c_str(), "' is in place", kept.c_str()});
 }
 
 /// A new file beside the target, removed with the object unless it has taken the target's place.
@@ -247,10 +247,10 @@ int backUp(Options const& options)
         try {
             backUpOne(*database, options.to);
         } catch (Refusal const& refusal) {
-            fmt::print(stderr, "veskdb: {}\n", refusal.what());
+            tell({refusal.what()});
             exitStatus = std::max<int>(exitStatus, refusal.exitStatus);
         } catch (Unreadable const& unreadable) {
-            fmt::print(stderr, "veskdb: {}\n", unreadable.what());
+            tell({unreadable.what()});
             exitStatus = kExitError;
         }
     }

@@ -4,6 +4,7 @@
 #include "libdolmvesk/pcd_compat.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
 
@@ -55,6 +56,15 @@ std::string folderOf(Database const& database)
 std::string backupPathOf(Database const& database)
 {
     return formPath(backupFolder, database.store->file);
+}
+
+void tell(std::initializer_list<char const*> pieces, char const* end) noexcept
+{
+    std::fputs("veskdb: ", stderr);
+    for (char const* piece : pieces) {
+        std::fputs(piece, stderr);
+    }
+    std::fputs(end, stderr);
 }
 
 std::optional<struct stat> lookAt(std::string const& path)

@@ -5,6 +5,7 @@
 #include "libdolmvesk/store_session.h"
 
 #include <array>
+#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -50,6 +51,13 @@ Database const& databaseNamed(std::string const& name);
 std::string pathOf(Database const& database);
 std::string folderOf(Database const& database);
 std::string backupPathOf(Database const& database);
+
+/// Says something on standard error, behind the program's name. What cannot be written is lost: the exit status
+/// tells the outcome all the same.
+///
+/// @param pieces  the message
+/// @param end     what comes behind it
+void tell(std::initializer_list<char const*> pieces, char const* end = "\n") noexcept;
 
 /// Looks at a path, following links.
 ///

@@ -91,14 +91,13 @@ int main(int argc, char** argv)
         }
         return run(*options);
     } catch (Refusal const& refusal) {
-        fmt::print(stderr, "veskdb: {}\n", refusal.what());
+        tell({refusal.what()});
         return refusal.exitStatus;
     } catch (Unreadable const& unreadable) {
-        fmt::print(stderr, "veskdb: {}{}{}\n", unreadable.what(), unreadable.nextStep.empty() ? "" : "; ",
-                   unreadable.nextStep);
+        tell({unreadable.what(), unreadable.nextStep.empty() ? "" : "; ", unreadable.nextStep.c_str()});
         return kExitError;
     } catch (std::exception const& error) {
-        fmt::print(stderr, "veskdb: {}\n", error.what());
+        tell({error.what()});
         return kExitError;
     }
 }

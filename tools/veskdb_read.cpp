@@ -11,6 +11,7 @@ namespace {
 std::vector<Column> columnsNamed(std::vector<std::string> const& names)
 {
     std::vector<Column> columns;
+    columns.reserve(names.size());
     for (std::string const& name : names) {
         columns.push_back({name, name});
     }
@@ -23,6 +24,7 @@ Section read(RecordReader const& reader, std::string const& name, bool single,
              std::vector<std::string> const& parameters = {})
 {
     std::vector<std::string> names;
+    names.reserve(columns.size());
     for (Column const& column : columns) {
         names.push_back(column.name);
     }
@@ -260,6 +262,7 @@ std::vector<Section> showCatalogue(Options const& options)
 std::vector<Section> showDatabases()
 {
     std::vector<Section> sections;
+    sections.reserve(databases.size());
     for (Database const& database : databases) {
         sections.push_back(describe(database));
     }
