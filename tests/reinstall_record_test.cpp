@@ -71,6 +71,7 @@ TEST_F(ReinstallRecord, TheRowIsWrittenOnceAndFailuresAreSwallowed)
         QvInstallerCustomHookProc(productCode, kHookPostPayload, mode, 0, nullptr);
     }
     expectPhase(nullCode, kHookOK, failedWithNull);
+    setHome("/"); // Foundation wants a record of the user
     canBecomeOrdinaryUser() ? asOrdinaryUser([&] { expectPhase(productCode, kHookOK, failed); }) : void();
     sql(masterFile, "CREATE TRIGGER refuse BEFORE INSERT ON domain_data BEGIN SELECT RAISE(ABORT, ''); END");
     expectPhase(productCode, kHookOK, failed);
