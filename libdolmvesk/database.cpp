@@ -143,7 +143,6 @@ VeskiDataStore::~VeskiDataStore()
 
 int32_t VeskiDataStore::dbOpen()
 {
-    std::string path;
     if (!veskiPathAppend(directory, fileName, path)) {
         return kVeskInvalidArgument;
     }
@@ -246,10 +245,7 @@ int32_t VeskiDataStore::commit()
             return committed;
         }
     }
-    std::string path;
-    if (veskiPathAppend(directory, fileName, path)) {
-        veskiFlushFileBuffers(path);
-    }
+    veskiFlushFileBuffers(path);
     return kVeskOK;
 }
 

@@ -81,6 +81,7 @@ public:
     SchemaFamily schemaLists = nullptr;
     bool checkSchema = false; ///< whether dbOpen brings the schema up to date
     ::schemaType schemaType = kSchemaTypeStandard;
+    std::string path; ///< of the file; formed by dbOpen, so that a commit needs no memory to flush it
 
     /// A store that is not open, on which every operation does nothing.
     VeskiDataStore() = default;
