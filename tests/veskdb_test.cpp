@@ -235,6 +235,10 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
     EXPECT_EQ(shell("setpriv --bounding-set=-sys_chroot $veskdb list pdb").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >&-").status, 2);
+    // What went wrong counts, whether it can be told or not.
+    EXPECT_EQ(shell("$veskdb frob 2>/dev/full").status, 2);
+    EXPECT_EQ(shell("$veskdb show pdb NONE 2>/dev/full").status, 1);
+    EXPECT_EQ(shell("$veskdb remove pdb NONE --yes 2>&-").status, 1);
     EXPECT_EQ(shell("{ sleep 0.3; $veskdb show pdb APP; echo $? >&2; } | :").err,
               "veskdb: output was lost: Broken pipe\n2\n");
     EXPECT_TRUE(recordBytes() == before);
