@@ -2,6 +2,7 @@
 
 #include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
+#include "platform/planted_links.h"
 #include "platform/platform.h"
 
 #include <cstdio>
@@ -183,6 +184,10 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
         if (source.empty()) {
             return;
         }
+        if (platform::leadsAstray(home, eventsDataFolder)) {
+            log(session, "::FT::CUSTOM ACTION: A link leads the folder of customevents.dat astray");
+            return;
+        }
         bool const dataFolderExisted = platform::fileExists(dataFolder);
         log(session, "::FT::CUSTOM ACTION: customevents.dat file found");
         if (!dataFolderExisted) {
@@ -196,9 +201,11 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
             giveAccessWhenLacking(session, dataFolder, homeAttributes,
                                   "::FT::Giving Permission to Tessarine");
         }
-        // Deliberate: a version-12 file is its own newest; the copy onto itself is refused and it stays.
-        platform::copyItem(source, target);
-        platform::applyAttributes(platform::attributesOf(source), target);
+        // A version-12 file is its own newest: it stays as it is, and the log says the same.
+        if (source != target) {
+            platform::copyItem(source, target);
+            platform::applyAttributes(platform::attributesOf(source), target);
+        }
         log(session, "::FT::CUSTOM ACTION: File Copied");
     });
 }

@@ -14,6 +14,9 @@ namespace {
 
 int const busyTimeout = 2000; // milliseconds
 
+// A table of versions gives its answer in some twenty steps of SQLite's machine.
+int const versionQuerySteps = 1'000'000;
+
 char const* const emptyListEntries[] = {nullptr};
 
 struct SQLiteDeleter
@@ -155,6 +158,9 @@ int32_t VeskiDataStore::dbOpen()
             return created;
         }
     }
+    if (!veskiMayOpenDatabase(directory, path)) {
+        return kVeskAccessDenied;
+    }
     int const opened = sqlite3_open(path.c_str(), &db);
     if (opened != SQLITE_OK) {
         sqlite3_close(db); // SQLite hands out a connection together with most failures
@@ -193,7 +199,11 @@ int32_t VeskiDataStore::applySchemas()
     int32_t const newest = schemaType == kSchemaTypePayload || schemaType == kSchemaTypeReserved ? 1 : 2;
     int32_t current = 0;
     int32_t compatible = 0;
+    // A file in which the versions never end, such as a view that counts for ever, must not hold up the opening.
+    sqlite3_progress_handler(
+        db, versionQuerySteps, [](void*) { return 1; }, nullptr);
     int32_t result = readVersions(current, compatible);
+    sqlite3_progress_handler(db, 0, nullptr, nullptr);
     if (compatible > newest) {
         return kVeskSchemaTooNew;
     }

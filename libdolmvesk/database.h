@@ -110,7 +110,7 @@ public:
     /// tables but without version rows is usable.
     ///
     /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (something other than a file
-    ///         is there, or a later version failed); kVeskSchemaTooNew; kVeskNotFound (a version row is
+    ///         is there, or a later version failed); kVeskAccessDenied (veskiMayOpenDatabase says no); kVeskSchemaTooNew; kVeskNotFound (a version row is
     ///         missing from a file that needs no step); a status of veskiCreatePath or veskiSQLiteErrorMap.
     ///         On failure nothing is left open; versions applied so far stay.
     int32_t dbOpen();

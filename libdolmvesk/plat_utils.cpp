@@ -1,6 +1,7 @@
 #include "libdolmvesk/plat_utils.h"
 
 #include "libdolmvesk/vesk_status.h"
+#include "platform/planted_links.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -27,12 +28,6 @@ mode_t const databaseFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 bool isSuperUser()
 {
     return geteuid() == 0;
-}
-
-/// Whether the super-user may follow what stands at a path: it is no link, or a link of the super-user's own.
-bool isPlantedLink(struct stat const& unfollowed)
-{
-    return S_ISLNK(unfollowed.st_mode) && unfollowed.st_uid != 0;
 }
 
 /// The process's file mask while the object lives.
@@ -114,7 +109,7 @@ int openTarget(std::string const& path, mode_t mode)
     int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK;
     struct stat unfollowed = {};
     bool const exists = lstat(path.c_str(), &unfollowed) == 0;
-    bool const trustedLink = exists && S_ISLNK(unfollowed.st_mode) && !isPlantedLink(unfollowed);
+    bool const trustedLink = exists && S_ISLNK(unfollowed.st_mode) && !platform::isPlantedLink(unfollowed);
     if (isSuperUser() && !trustedLink) {
         flags |= O_NOFOLLOW;
     }
@@ -144,7 +139,7 @@ void setAccess(std::string const& path, bool shared)
         return;
     }
     bool const trustedLink = superUser && S_ISLNK(status.st_mode);
-    if (trustedLink && (isPlantedLink(status) || stat(path.c_str(), &status) != 0)) {
+    if (trustedLink && (platform::isPlantedLink(status) || stat(path.c_str(), &status) != 0)) {
         return;
     }
     if (superUser && !S_ISDIR(status.st_mode) && status.st_nlink > 1) {
@@ -166,6 +161,41 @@ void setAccess(std::string const& path, bool shared)
         shared ? S_ISVTX | S_IRWXU | S_IRWXG | S_IRWXO : S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
     mode_t const fileMode = shared ? databaseFileMode | S_IWGRP | S_IWOTH : databaseFileMode;
     (void)chmod(path.c_str(), (status.st_mode & S_IFDIR) != 0 ? folderMode : fileMode);
+}
+
+/// Whether somebody other than the super-user can create, exchange and remove files in a folder.
+bool othersMayWriteIn(std::string const& folder)
+{
+    struct stat status = {};
+    return stat(folder.c_str(), &status) == 0 &&
+           (status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0);
+}
+
+/// Whether what stands at a path is a file of this name alone, or nothing.
+bool isOrdinaryFile(std::string const& path)
+{
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return true;
+    }
+    if (platform::isPlantedLink(status) || (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) != 0)) {
+        return false;
+    }
+    return S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
+/// Whether a journal ends by naming a file that SQLite would delete once it has rolled the journal back. Only
+/// transactions over several databases leave such a journal; this library has none.
+bool namesFileToDelete(std::string const& journal)
+{
+    std::array<unsigned char, 8> const mark{0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7};
+    std::array<unsigned char, 8> end{};
+    Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    return file.isOpen() && fstat(file.get(), &status) == 0 &&
+           pread(file.get(), end.data(), end.size(), status.st_size - static_cast<off_t>(end.size())) ==
+               static_cast<ssize_t>(end.size()) &&
+           end == mark;
 }
 
 } // namespace
@@ -302,10 +332,20 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
     return true;
 }
 
+bool veskiMayOpenDatabase(std::string const& folder, std::string const& path)
+{
+    if (!isSuperUser() || !othersMayWriteIn(folder)) {
+        return true;
+    }
+    std::string const journal = path + "-journal";
+    return isOrdinaryFile(path) && isOrdinaryFile(journal) && isOrdinaryFile(path + "-wal") &&
+           isOrdinaryFile(path + "-shm") && !namesFileToDelete(journal);
+}
+
 int veskiSetDBMod(std::string const& path)
 {
     struct stat unfollowed = {};
-    if (isSuperUser() && lstat(path.c_str(), &unfollowed) == 0 && isPlantedLink(unfollowed)) {
+    if (isSuperUser() && lstat(path.c_str(), &unfollowed) == 0 && platform::isPlantedLink(unfollowed)) {
         errno = ELOOP;
         return -1;
     }

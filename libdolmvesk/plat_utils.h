@@ -72,6 +72,17 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 ///         backup that cannot be written as no reason to fail
 bool veskiCopyDatabaseFile(std::string const& source, std::string const& target);
 
+/// Whether a database may be opened, as far as what others have laid in its folder goes.
+///
+/// In a folder that others may write, the super-user keeps off a database whose file, journal or companion file
+/// is a link, has a second name or is no file, and off a journal that names another file for deletion: opening
+/// it would change, delete or wait for what it leads to. Everywhere else, and for an ordinary user, the answer is
+/// yes. Nothing is changed, and nothing is waited for.
+///
+/// @param folder  folder of the database
+/// @param path    the file in it
+bool veskiMayOpenDatabase(std::string const& folder, std::string const& path);
+
 /// Sets a database file's mode to 0644.
 ///
 /// @return 0, or -1 with errno set
