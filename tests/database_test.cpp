@@ -1,7 +1,6 @@
 #include "libdolmvesk/database.h"
 #include "libdolmvesk/vesk_status.h"
 #include "tests/support/database_file.h"
-#include "tests/support/failing_vfs.h"
 #include "tests/support/scratch_root.h"
 
 #include <cstring>
@@ -316,61 +315,6 @@ TEST_F(DataStore, ResultCodesBecomeStatuses)
                               {19, 6}, {12, 8},  {16, 8},  {3, 11}, {8, 11}, {14, 11}, {23, 11}, {5, 14}};
     for (auto const& each : others2) {
         EXPECT_EQ(veskiSQLiteErrorMap(each[0]), each[1]) << each[0];
-    }
-}
-
-// Opens, changes, lists, commits and closes under every fault at every place, until a run meets none.
-TEST_F(DataStore, FaultsOfTheDiskLoseNothingAndInventNothing)
-{
-    std::set<int32_t> const documented{kVeskOK,       kVeskFailed,       kVeskNoMemory, kVeskIOError,
-                                       kVeskNotFound, kVeskAccessDenied, kVeskError,    kVeskBusy};
-    open();
-    sql(file, "INSERT INTO items (name) VALUES ('old 1'), ('old 2'), ('old 3')");
-    std::string const original = readFile(file);
-    FailingVfs vfs;
-    for (Fault const& fault : allFaults) {
-        for (int nth = 1;; ++nth) {
-            SCOPED_TRACE(testing::Message() << fault.name << ' ' << nth);
-            writeFile(file, original);
-            unlink((file + "-journal").c_str());
-            vfs.arm(fault, nth);
-            std::optional<size_t> listed;
-            bool committed = false;
-            {
-                auto const store = open();
-                EXPECT_EQ(documented.count(store->status), 1U) << store->status;
-                store->queryNR("PRAGMA cache_size = 5"); // changes reach the file before the COMMIT
-                bool inserted = true;
-                for (int row = 1; row <= 60; ++row) {
-                    int32_t const status =
-                        store->queryNR("INSERT INTO items (name, note) VALUES ('new %d', '%q')", row,
-                                       std::string(3000, 'x').c_str());
-                    EXPECT_EQ(documented.count(status), 1U) << status;
-                    inserted = inserted && status == kVeskOK;
-                }
-                char const** list = nullptr;
-                if (store->queryList(&list, "SELECT name FROM items") == kVeskOK) {
-                    listed = 0;
-                    while (list[*listed] != nullptr) {
-                        ++*listed;
-                    }
-                } else {
-                    EXPECT_EQ(list, empty_list);
-                }
-                int32_t const status = store->commit();
-                EXPECT_EQ(documented.count(status), 1U) << status;
-                committed = inserted && status == kVeskOK;
-                EXPECT_TRUE(!listed || !inserted || *listed == 63);
-            }
-            vfs.disarm();
-            EXPECT_EQ(sql(file, "PRAGMA integrity_check"), Texts{"ok"});
-            std::string const kept = sql(file, "SELECT count(*) FROM items").at(0);
-            EXPECT_TRUE(!committed || kept == "63") << kept;
-            EXPECT_EQ(sql(file, "SELECT count(*) FROM items WHERE name LIKE 'old%'"), Texts{"3"});
-            if (!FailingVfs::struck() || testing::Test::HasFailure()) {
-                break;
-            }
-        }
     }
 }
 

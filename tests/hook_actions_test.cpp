@@ -161,27 +161,4 @@ TEST_F(HookActions, FoldersThatTheUserCannotUseAreOpened)
     }
 }
 
-TEST_F(HookActions, PlantedLinksAreNotFollowed)
-{
-    // As the super-user in a home that somebody else can write.
-    std::string const version = product + "12";
-    std::pair<char const*, std::string> const links[] = {
-        {"/victim", events("11.0")}, {"/created", events("12")}, {"/victims", version}};
-    for (auto const& [victim, link] : links) {
-        SCOPED_TRACE(victim);
-        root.renew();
-        setHome(home);
-        writeFile("/victim", "secret");
-        makeFolders("/victims");
-        ASSERT_EQ(chmod("/victim", 0600) + chmod("/victims", 0711), 0);
-        writeFile(events("10.0"), "events");
-        makeFolders(link.substr(0, link.rfind('/')));
-        ASSERT_EQ(symlink(victim, link.c_str()), 0);
-        copyEvents(LogRecorder::session());
-        EXPECT_EQ(S_ISLNK(statusOf(events("12")).st_mode), link != version); // a link is copied as a link
-        EXPECT_EQ(accessOf("/victim") + accessOf("/victims"), "0600 0:00711 0:0");
-        EXPECT_FALSE(exists("/created"));
-    }
-}
-
 } // namespace

@@ -1,6 +1,6 @@
 // What sessions on all four databases have in common, and the backup copies.
 #include "libdolmvesk/pcd_compat.h"
-#include "tests/support/failing_vfs.h"
+#include "tests/support/faults.h"
 #include "tests/support/stores.h"
 
 #include <sys/time.h>
@@ -193,9 +193,9 @@ TEST_F(Sessions, BackupsCopyTheFile)
         EXPECT_EQ(backup(), kVeskOK);
         EXPECT_EQ(readFile(copy), readFile(store.file));
         FailingVfs vfs;
-        vfs.arm({FileOperation::kRead, SQLITE_IOERR_READ, true, "read"}, 1);
+        arm({FaultPlace::kRead, SQLITE_IOERR_READ, true, "read"}, 1);
         EXPECT_EQ(backup(), kVeskIOError);
-        vfs.disarm();
+        disarm();
         // Intended: a target that does not open counts as copied, and the status is the folder's.
         unlink(copy.c_str());
         makeFolders(copy);

@@ -8,7 +8,7 @@ using namespace testing_support;
 namespace {
 
 // Every place; where everything is slower, one of so many.
-int const stride = UNDER_SANITIZERS ? 23 : 1;
+int const stride = UNDER_SANITIZERS ? 5 : 1;
 
 class Faults : public ScratchRootTest
 {

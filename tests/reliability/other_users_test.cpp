@@ -5,6 +5,7 @@
 #include "tests/support/log_recorder.h"
 
 #include <algorithm>
+#include <list>
 #include <numeric>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -46,16 +47,16 @@ TEST_F(OtherUsers, WritersLoseNothingToEachOther)
         int const count = 120 / processes;
         root.renew();
         {
-            std::vector<std::unique_ptr<OtherProcess>> writers;
+            std::list<OtherProcess> writers;
             for (int process = 0; process < processes; ++process) {
-                writers.push_back(std::make_unique<OtherProcess>([=] { writeRows(process, count); }));
+                writers.emplace_back([=] { writeRows(process, count); });
             }
             inChildProcess([] { makeMachine(); });
             for (auto const& writer : writers) {
-                writer->start();
+                writer.start();
             }
             for (auto const& writer : writers) {
-                writer->wait();
+                writer.wait();
             }
         }
         for (auto const& store : stores) {
@@ -134,6 +135,10 @@ TEST_F(OtherUsers, NothingIsReachedThroughWhatTheyPlant)
         {"a folder far above", "/home/Library/Application Support/Zelko/Fendrial Tessarine",
          linkTo("/victims"), carryEventsOver},
         {"the events file", events, linkTo("/victims/file"), carryEventsOver},
+        {"the events file, to be created", events, linkTo("/victims/new"), carryEventsOver},
+        {"an older events file",
+         "/home" + databaseRoot + "Fendrial Tessarine/11.0/Tessarine/customevents.dat",
+         linkTo("/victims/file"), carryEventsOver},
         {"another name for the events file", events, secondName, carryEventsOver},
     };
     for (auto const& each : cases) {

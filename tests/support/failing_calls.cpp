@@ -3,7 +3,6 @@
 #include "tests/support/faults.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdlib>
 #include <fcntl.h>
 #include <new>
@@ -51,16 +50,6 @@ bool callFails()
 extern "C" {
 void* __real_malloc(size_t size);
 void __real_free(void* block);
-int __real_open64(char const* path, int flags, mode_t mode);
-int __real_mkdir(char const* path, mode_t mode);
-int __real_chmod(char const* path, mode_t mode);
-int __real_fchmod(int file, mode_t mode);
-int __real_chown(char const* path, uid_t owner, gid_t group);
-int __real_lchown(char const* path, uid_t owner, gid_t group);
-int __real_fchown(int file, uid_t owner, gid_t group);
-int __real_fsync(int file);
-int __real_link(char const* from, char const* to);
-int __real_rename(char const* from, char const* to);
 ssize_t __real_write(int file, void const* bytes, size_t size);
 
 void* __wrap_malloc(size_t size)
@@ -72,46 +61,24 @@ void __wrap_free(void* block)
     liveAllocations -= block != nullptr ? 1 : 0;
     __real_free(block);
 }
-int __wrap_open64(char const* path, int flags, mode_t mode)
-{
-    return callFails() ? -1 : __real_open64(path, flags, mode);
-}
-int __wrap_mkdir(char const* path, mode_t mode)
-{
-    return callFails() ? -1 : __real_mkdir(path, mode);
-}
-int __wrap_chmod(char const* path, mode_t mode)
-{
-    return callFails() ? -1 : __real_chmod(path, mode);
-}
-int __wrap_fchmod(int file, mode_t mode)
-{
-    return callFails() ? -1 : __real_fchmod(file, mode);
-}
-int __wrap_chown(char const* path, uid_t owner, gid_t group)
-{
-    return callFails() ? -1 : __real_chown(path, owner, group);
-}
-int __wrap_lchown(char const* path, uid_t owner, gid_t group)
-{
-    return callFails() ? -1 : __real_lchown(path, owner, group);
-}
-int __wrap_fchown(int file, uid_t owner, gid_t group)
-{
-    return callFails() ? -1 : __real_fchown(file, owner, group);
-}
-int __wrap_fsync(int file)
-{
-    return callFails() ? -1 : __real_fsync(file);
-}
-int __wrap_link(char const* from, char const* to)
-{
-    return callFails() ? -1 : __real_link(from, to);
-}
-int __wrap_rename(char const* from, char const* to)
-{
-    return callFails() ? -1 : __real_rename(from, to);
-}
+
+#define FAILING_CALL(name, parameters, arguments)                                                            \
+    int __real_##name parameters;                                                                            \
+    int __wrap_##name parameters                                                                             \
+    {                                                                                                        \
+        return callFails() ? -1 : __real_##name arguments;                                                   \
+    }
+FAILING_CALL(open64, (char const* path, int flags, mode_t mode), (path, flags, mode))
+FAILING_CALL(mkdir, (char const* path, mode_t mode), (path, mode))
+FAILING_CALL(chmod, (char const* path, mode_t mode), (path, mode))
+FAILING_CALL(fchmod, (int file, mode_t mode), (file, mode))
+FAILING_CALL(chown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
+FAILING_CALL(lchown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
+FAILING_CALL(fchown, (int file, uid_t owner, gid_t group), (file, owner, group))
+FAILING_CALL(fsync, (int file), (file))
+FAILING_CALL(link, (char const* from, char const* to), (from, to))
+FAILING_CALL(rename, (char const* from, char const* to), (from, to))
+
 // Half of the bytes reach the file, as on a disk that has just become full.
 ssize_t __wrap_write(int file, void const* bytes, size_t size)
 {
@@ -123,16 +90,32 @@ ssize_t __wrap_write(int file, void const* bytes, size_t size)
 }
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
+void* operator new(size_t size, std::nothrow_t const& /*tag*/) noexcept
+{
+    return __wrap_malloc(size);
+}
 void* operator new(size_t size)
 {
     void* const block = __wrap_malloc(size);
     return block != nullptr ? block : throw std::bad_alloc();
+}
+void* operator new[](size_t size)
+{
+    return operator new(size);
 }
 void operator delete(void* block) noexcept
 {
     __wrap_free(block);
 }
 void operator delete(void* block, size_t /*size*/) noexcept
+{
+    __wrap_free(block);
+}
+void operator delete[](void* block) noexcept
+{
+    __wrap_free(block);
+}
+void operator delete[](void* block, size_t /*size*/) noexcept
 {
     __wrap_free(block);
 }

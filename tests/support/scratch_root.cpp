@@ -82,11 +82,22 @@ OtherProcess::~OtherProcess()
     waitpid(child, nullptr, 0);
 }
 
-void OtherProcess::run() const
+void OtherProcess::start() const
+{
+    require(write(trigger[1], "g", 1) == 1, "the child process");
+}
+
+void OtherProcess::wait() const
 {
     int status = 0;
-    require(write(trigger[1], "g", 1) == 1 && waitpid(child, &status, 0) == child, "the child process");
+    require(waitpid(child, &status, 0) == child, "the child process");
     EXPECT_EQ(status, 0) << "expectations failed in the child process, see above, or a signal ended it";
+}
+
+void OtherProcess::run() const
+{
+    start();
+    wait();
 }
 
 void inChildProcess(std::function<void()> const& body)

@@ -57,7 +57,9 @@ public:
     OtherProcess(OtherProcess const&) = delete;
     ~OtherProcess();
 
-    /// Runs the body and waits for its end; its failed expectations become this test's.
+    /// Starts the body; waits for its end, when its failed expectations become this test's; or both.
+    void start() const;
+    void wait() const;
     void run() const;
 
 private:
