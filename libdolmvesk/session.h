@@ -39,6 +39,10 @@ VESK_API int32_t veskOpenSessionNoCreate(VeskSession** outSession);
 
 /// Commits a session's open transaction, if there is one. Serves every kind of session but the payload one.
 ///
+/// A statement, be it a reading one, that runs out of memory, fills the disk or cannot read or write its file
+/// can make SQLite itself roll the transaction back. That call's own status tells of it; this one finds no
+/// transaction then. After kVeskNoMemory or kVeskIOError roll back and begin again.
+///
 /// @param session  open session
 /// @return kVeskOK; kVeskInvalidArgument (null argument); kVeskBusy (another connection holds a lock; the
 ///         transaction stays open and the call may be repeated); else the status of the failed commit

@@ -372,6 +372,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
          pdb, "in the middle of a change", "undo the change"},
         {"journal", [] { writeFile(vesk + "-journal", ""); }, vesk, "the journal of a change that is over",
          "rm '"},
+        {"planted", [] { mkfifo((cache + "-journal").c_str(), 0666); }, cache, "not safe to open", "rm what"},
         {"owner", [] { (void)!chown(pdb.c_str(), ordinaryUser, 80); }, pdb, "its owner is 1234:80, not 0:80",
          "chown 0:80"},
     };

@@ -1,5 +1,6 @@
 #include "tools/veskdb_verify.h"
 
+#include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/schemas.h"
 #include "tools/status_name.h"
 #include "tools/veskdb_read.h"
@@ -187,6 +188,14 @@ void checkDatabase(Database const& database, Findings& findings)
     std::string const backup = backupPathOf(database);
     bool const hasBackup = database.hasBackup && lookAt(backup);
     std::size_t const before = findings.section.rows.size();
+    if (!veskiMayOpenDatabase(folderOf(database), path)) {
+        findings.fault(
+            database, path,
+            "it, or its journal, is not safe to open: a link, a file of several names, no file at "
+            "all, or a journal that names another file",
+            fmt::format("as root: ls -la '{}'; rm what does not belong there", folderOf(database)));
+        return;
+    }
     if (auto const status = lookAt(path)) {
         checkLiveFile(database, path, *status, findings);
     } else if (hasBackup) {
