@@ -1,6 +1,7 @@
 #include "libdolmvesk/plat_utils.h"
 
 #include "libdolmvesk/vesk_status.h"
+#include "platform/descriptor.h"
 #include "platform/planted_links.h"
 #include "platform/platform.h"
 
@@ -41,25 +42,6 @@ public:
 
 private:
     mode_t previous;
-};
-
-class Descriptor
-{
-public:
-    explicit Descriptor(int opened) : value(opened) {}
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-    ~Descriptor()
-    {
-        if (isOpen()) {
-            close(value);
-        }
-    }
-    bool isOpen() const { return value >= 0; }
-    int get() const { return value; }
-
-private:
-    int value;
 };
 
 /// A database file opened for reading through SQLite's default file system layer. The system drops all locks
@@ -190,7 +172,7 @@ bool namesFileToDelete(std::string const& journal)
 {
     std::array<unsigned char, 8> const mark{0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7};
     std::array<unsigned char, 8> end{};
-    Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    platform::Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     return file.isOpen() && fstat(file.get(), &status) == 0 &&
            pread(file.get(), end.data(), end.size(), status.st_size - static_cast<off_t>(end.size())) ==
@@ -302,7 +284,7 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
         out.clear();
         return true;
     }
-    Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    platform::Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen() || static_cast<uintmax_t>(status.st_size) > out.max_size()) {
         return false;
     }
@@ -318,7 +300,7 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
     }
     DatabaseSource from(source);
     if (from.isOpen()) {
-        Descriptor const to(openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
+        platform::Descriptor const to(openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
         if (to.isOpen()) {
             // The size is the file's own: SQLite's layer takes a file of one byte for an empty one.
             if (!copyBytes(from, status.st_size, to.get())) {

@@ -2,6 +2,7 @@
 // runtime: objects are retained and released by hand, and what a function makes dies with its pool.
 #import <Foundation/Foundation.h>
 
+#include "platform/descriptor.h"
 #include "platform/platform.h"
 #include "platform/unpublished_copy.h"
 
@@ -36,24 +37,6 @@ public:
 
 private:
     NSAutoreleasePool* pool;
-};
-
-class Descriptor
-{
-public:
-    explicit Descriptor(int opened) : value(opened) {}
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-    ~Descriptor()
-    {
-        if (value >= 0) {
-            close(value);
-        }
-    }
-    int get() const { return value; }
-
-private:
-    int value;
 };
 
 NSFileManager* fileManager()
@@ -184,7 +167,7 @@ bool applyAttributes(Attributes const& attributes, std::string const& path)
     Descriptor const opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     int const failure = errno;
     struct stat status = {};
-    if (opened.get() >= 0) {
+    if (opened.isOpen()) {
         if (fstat(opened.get(), &status) != 0) {
             return false;
         }

@@ -1,3 +1,4 @@
+#include "platform/descriptor.h"
 #include "platform/platform.h"
 #include "platform/posix/temporary_file.h"
 #include "platform/unpublished_copy.h"
@@ -30,24 +31,6 @@ struct FileAttributes
 
 namespace {
 
-class Descriptor
-{
-public:
-    explicit Descriptor(int opened) : value(opened) {}
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-    ~Descriptor()
-    {
-        if (value >= 0) {
-            close(value);
-        }
-    }
-    int get() const { return value; }
-
-private:
-    int value;
-};
-
 bool copyBytes(int source, TemporaryFile& target)
 {
     std::array<char, 65536> buffer;
@@ -67,7 +50,7 @@ bool copyFile(std::string const& from, std::string const& to)
     // What stands at the path may have changed since the caller looked: never a link, never waiting for a pipe.
     Descriptor const source(open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
-    if (source.get() < 0 || fstat(source.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!source.isOpen() || fstat(source.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
     TemporaryFile target(to, 0600);
@@ -119,7 +102,7 @@ bool copyFolder(std::string const& from, std::string const& to, mode_t permissio
         }
     }
     Descriptor const copy(open(to.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    return copy.get() >= 0 && fchmod(copy.get(), permissions) == 0;
+    return copy.isOpen() && fchmod(copy.get(), permissions) == 0;
 }
 
 bool copyAny(std::string const& from, std::string const& to)
@@ -204,7 +187,7 @@ bool applyAttributes(Attributes const& attributes, std::string const& path)
     }
     // Never a link, and without waiting for a pipe's other end.
     Descriptor const opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (opened.get() >= 0) {
+    if (opened.isOpen()) {
         return applyThroughDescriptor(*attributes, opened.get());
     }
     struct stat status = {};
