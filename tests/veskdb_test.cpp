@@ -84,6 +84,30 @@ protected:
 
     ShellResult veskdb(std::string const& arguments) { return shell("$veskdb " + arguments + " </dev/null"); }
 
+    struct Refusal
+    {
+        std::string script;
+        int status;
+        char const* reason;
+    };
+
+    /// Expects each script to end with its status and reason, and the look at what must stay to find it as it was.
+    template<class Look>
+    void refuses(std::vector<Refusal> const& cases, Look look)
+    {
+        auto const before = look();
+        for (auto const& each : cases) {
+            SCOPED_TRACE(each.script);
+            if (each.script.find("$ordinary") == 0 && !canBecomeOrdinaryUser()) {
+                continue;
+            }
+            ShellResult const result = shell(each.script);
+            EXPECT_EQ(result.status, each.status);
+            EXPECT_THAT(result.err, HasSubstr(each.reason));
+            EXPECT_TRUE(look() == before);
+        }
+    }
+
     void mustDo(std::string const& arguments)
     {
         ShellResult const result = veskdb(arguments);
@@ -274,14 +298,8 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
         EXPECT_FALSE(exists(pdb + "-journal"));
         return values;
     };
-    auto const before = records();
     std::string const add = "--family F --name N --version 1 --signature s --conflicts GOOD --conflicts BAD";
-    struct
-    {
-        std::string script;
-        int status;
-        char const* reason;
-    } const cases[] = {
+    std::vector<Refusal> const cases = {
         {"$veskdb add pdb NEW " + add, 2, "kVeskConstraint (6)"},
         {"$veskdb add pdb APP --replace " + add, 2, "kVeskConstraint (6)"},
         {"$veskdb set pdb APP --data 0 K V --data 0 L W", 2, "--data can be given once"},
@@ -298,13 +316,7 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
          "$veskdb set pdb APP --data 0 K V; status=$?; wait; exit $status",
          2, "kVeskBusy (14)"},
     };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.script);
-        ShellResult const result = shell(each.script);
-        EXPECT_EQ(result.status, each.status);
-        EXPECT_THAT(result.err, HasSubstr(each.reason));
-        EXPECT_EQ(records(), before);
-    }
+    refuses(cases, records);
     // A closed pipe is no reason to do half: there is nothing to print.
     EXPECT_EQ(shell("$veskdb set pdb APP --data 0 K V >&-").status, 0);
 }
@@ -426,13 +438,7 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
     ASSERT_EQ(namesIn(zelko + "backup").size(), 3U);
     EXPECT_TRUE(readFile(zelko + "backup/" + namesIn(zelko + "backup")[1]) == kept);
 
-    std::string const backups = readFile(pdbBackup);
-    struct
-    {
-        std::string script;
-        int status;
-        char const* reason;
-    } const cases[] = {
+    std::vector<Refusal> const cases = {
         {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
         {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
         {"$ordinary backup pdb", 2, "no file can be created there"},
@@ -442,17 +448,7 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
          "kVeskBusy (14)"},
         {"truncate -s 8192 \"$pdb\"; $veskdb backup pdb vesk", 1, "will not do and nothing was replaced"},
     };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.script);
-        if (each.script.find("$ordinary") == 0 && !canBecomeOrdinaryUser()) {
-            continue;
-        }
-        ShellResult const result = shell(each.script);
-        EXPECT_EQ(result.status, each.status);
-        EXPECT_THAT(result.err, HasSubstr(each.reason));
-        EXPECT_TRUE(readFile(pdbBackup) == backups);
-        EXPECT_FALSE(exists("/new.db"));
-    }
+    refuses(cases, [] { return std::pair(readFile(pdbBackup), exists("/new.db")); });
     // The last of them backed the catalogue up all the same.
     EXPECT_EQ(namesIn(zelko + "backup").size(), 4U);
 }
@@ -496,12 +492,7 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
     sql(pcd, "UPDATE pcd_meta SET value = 3 WHERE key LIKE '%comp%'");
     writeFile("/newer.db", readFile(pcd));
     writeFile(pcd + "-journal", "x");
-    struct
-    {
-        std::string script;
-        int status;
-        char const* reason;
-    } const cases[] = {
+    std::vector<Refusal> const cases = {
         {"$veskdb restore pdb --from /half.db --yes", 1, "will not do"},
         {"$veskdb restore pdb --from '" + vesk + "' --yes", 1, "it is not the payload database"},
         {"$veskdb restore pdb --from '" + pdb + "' --yes", 2, "the database itself"},
@@ -516,21 +507,7 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
          "$veskdb restore pdb --yes & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
          128 + SIGTERM, ""},
     };
-    std::string const live = readFile(pdb);
-    std::string const master = readFile(pcd);
-    auto const names = namesIn(zelko + "vesk");
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.script);
-        if (each.script.find("$ordinary") == 0 && !canBecomeOrdinaryUser()) {
-            continue;
-        }
-        ShellResult const result = shell(each.script);
-        EXPECT_EQ(result.status, each.status);
-        EXPECT_THAT(result.err, HasSubstr(each.reason));
-        EXPECT_TRUE(readFile(pdb) == live);
-        EXPECT_TRUE(readFile(pcd) == master);
-        EXPECT_EQ(namesIn(zelko + "vesk"), names);
-    }
+    refuses(cases, [] { return std::tuple(readFile(pdb), readFile(pcd), namesIn(zelko + "vesk")); });
 }
 
 } // namespace
