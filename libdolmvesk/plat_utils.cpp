@@ -15,6 +15,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -49,7 +50,7 @@ private:
 class DatabaseSource
 {
 public:
-    explicit DatabaseSource(std::string path) : vfs(sqlite3_vfs_find(nullptr))
+    explicit DatabaseSource(std::string source) : path(std::move(source)), vfs(sqlite3_vfs_find(nullptr))
     {
         if (vfs == nullptr) {
             return;
@@ -78,6 +79,7 @@ public:
     }
 
 private:
+    std::string path; // the layer looks at it again when it closes the file
     sqlite3_vfs* vfs;
     std::unique_ptr<std::max_align_t[]> storage;
     sqlite3_file* file = nullptr;

@@ -94,6 +94,22 @@ TEST_F(FileHelpers, CopiesAreWholeAtEverySize)
     }
 }
 
+TEST_F(FileHelpers, CopyGivesSQLiteNothingToWarnOf)
+{
+    // In a process of its own: what SQLite's log calls is set before SQLite is used.
+    inChildProcess([] {
+        auto const warn = [](void*, int code, char const* message) {
+            ADD_FAILURE() << code << ": " << message;
+        };
+        ASSERT_EQ(sqlite3_shutdown(), SQLITE_OK);
+        ASSERT_EQ(
+            sqlite3_config(SQLITE_CONFIG_LOG, static_cast<void (*)(void*, int, char const*)>(warn), nullptr),
+            SQLITE_OK);
+        sql("/a database with a long name", "CREATE TABLE t (x)");
+        EXPECT_TRUE(veskiCopyDatabaseFile("/a database with a long name", "/copy"));
+    });
+}
+
 TEST_F(FileHelpers, CopyKeepsTheLocksOfASessionInThisProcess)
 {
     sql("/live.db", "CREATE TABLE t (x)");
