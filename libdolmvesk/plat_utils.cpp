@@ -21,6 +21,7 @@ namespace {
 
 char const makerFolder[] = "/Zelko";
 size_t const longestPath = 1024;
+size_t const usualPathSize = 100;
 size_t const copyBufferSize = 16384;
 
 uid_t const databaseOwner = 0;
@@ -186,12 +187,11 @@ bool namesFileToDelete(std::string const& journal)
 
 bool veskiDbPath(std::string& out)
 {
-    std::string path;
-    if (!platform::localApplicationSupport(path)) {
+    out.reserve(usualPathSize); // once, for all that is appended to it too
+    if (!platform::localApplicationSupport(out)) {
         return false;
     }
-    path += makerFolder;
-    out = std::move(path);
+    out += makerFolder;
     return true;
 }
 
@@ -228,19 +228,22 @@ bool veskiPathParent(std::string const& path, std::string& parent)
     return true;
 }
 
-bool veskiPathAppend(std::string const& base, std::string const& tail, std::string& out)
+bool veskiPathAppend(std::string const& base, std::string_view tail, std::string& out)
 {
     if (base.size() + tail.size() > longestPath) {
         return false;
     }
-    out = base;
+    if (&out != &base) {
+        out = base;
+    }
     if (tail.empty()) {
         return true;
     }
     if (out.empty() || out.back() != '/') {
         out.push_back('/');
     }
-    out.append(tail, std::min(tail.find_first_not_of('/'), tail.size()), std::string::npos);
+    tail.remove_prefix(std::min(tail.find_first_not_of('/'), tail.size()));
+    out += tail;
     return true;
 }
 
@@ -294,13 +297,13 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
     return read(file.get(), out.data(), out.size()) == static_cast<ssize_t>(out.size());
 }
 
-bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
+bool veskiCopyDatabaseFile(std::string source, std::string const& target)
 {
     struct stat status = {};
     if (stat(source.c_str(), &status) != 0) {
         return false;
     }
-    DatabaseSource from(source);
+    DatabaseSource from(std::move(source));
     if (from.isOpen()) {
         platform::Descriptor const to(openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
         if (to.isOpen()) {

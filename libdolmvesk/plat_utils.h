@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The folder below which every database lies: the computer-wide Application Support folder's "Zelko".
@@ -40,7 +41,7 @@ bool veskiPathParent(std::string const& path, std::string& parent);
 /// @param tail  what to append; empty: the result is the base as it is
 /// @param out   receives the path; may be the base; untouched on failure
 /// @return false when the two lengths add up to more than 1024 bytes
-bool veskiPathAppend(std::string const& base, std::string const& tail, std::string& out);
+bool veskiPathAppend(std::string const& base, std::string_view tail, std::string& out);
 
 /// Creates one folder, mode 0775. Only the super-user creates folders.
 ///
@@ -70,7 +71,7 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 /// @return false when the source cannot be examined, or a read or write fails (the target is then incomplete).
 ///         Deliberate: true although nothing was copied when either file cannot be opened; callers treat a
 ///         backup that cannot be written as no reason to fail
-bool veskiCopyDatabaseFile(std::string const& source, std::string const& target);
+bool veskiCopyDatabaseFile(std::string source, std::string const& target);
 
 /// Whether a database may be opened, as far as what others have laid in its folder goes.
 ///

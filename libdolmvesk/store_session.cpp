@@ -96,13 +96,15 @@ int32_t backupStore(StoreDescription const& store)
         if (!existingStore(store, source)) {
             return int32_t{kVeskNotFound};
         }
-        std::string folder;
-        std::string target;
-        if (!databasePath(backupFolder, nullptr, folder) || !veskiPathAppend(folder, store.file, target)) {
+        std::string target; // first its folder
+        if (!databasePath(backupFolder, nullptr, target)) {
             return int32_t{kVeskNotFound};
         }
-        int32_t const status = veskiDirectoryExists(folder) ? int32_t{kVeskOK} : veskiCreateDirectory(folder);
-        return veskiCopyDatabaseFile(source, target) ? status : int32_t{kVeskIOError};
+        int32_t const status = veskiDirectoryExists(target) ? int32_t{kVeskOK} : veskiCreateDirectory(target);
+        if (!veskiPathAppend(target, store.file, target)) {
+            return int32_t{kVeskNotFound};
+        }
+        return veskiCopyDatabaseFile(std::move(source), target) ? status : int32_t{kVeskIOError};
     });
 }
 
