@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,9 @@ public:
     bool checkSchema = false; ///< whether dbOpen brings the schema up to date
     ::schemaType schemaType = kSchemaTypeStandard;
     std::string path; ///< of the file; formed by dbOpen, so that a commit needs no memory to flush it
+
+    /// What its session copies after each commit; null: nothing, or what is not formed yet.
+    std::shared_ptr<struct BackupPaths const> backupOfCommit;
 
     /// A store that is not open, on which every operation does nothing.
     VeskiDataStore() = default;

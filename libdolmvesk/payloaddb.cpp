@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <sqlite3.h>
+#include <utility>
 
 static_assert(sizeof(void*) != 4 || sizeof(PdbPayloadInfo) == 28, "seven 32-bit words");
 
@@ -226,7 +227,18 @@ StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, db
 
 int32_t pdbOpenSession(VeskSession** outSession)
 {
-    return openStoreSession(payloadDatabase, outSession);
+    int32_t const status = openStoreSession(payloadDatabase, outSession);
+    if (status == kVeskOK) {
+        // Each commit needs them. Without the memory for them now, each commit forms them itself.
+        reportingNoMemory([&] {
+            auto paths = std::make_shared<BackupPaths>();
+            if (backupPathsOf(catalogue, *paths)) {
+                (*outSession)->store->backupOfCommit = std::move(paths);
+            }
+            return int32_t{kVeskOK};
+        });
+    }
+    return status;
 }
 
 int32_t pdbOpenSessionNoCreate(VeskSession** outSession)
@@ -238,7 +250,9 @@ int32_t pdbSessionCommit(VeskSession* session)
 {
     int32_t const status = commitSession(session);
     if (status == kVeskOK) {
-        veskBackup(); // Deliberate: of the catalogue, and whatever comes of it
+        // Deliberate: a backup of the catalogue, and whatever comes of it.
+        bool const formed = session->store != nullptr && session->store->backupOfCommit != nullptr;
+        formed ? backUp(*session->store->backupOfCommit) : veskBackup();
     }
     return status;
 }
@@ -265,7 +279,7 @@ int32_t pdbGetLastModTime(int32_t* outTime)
 
 int32_t pdbBackup()
 {
-    return backupStore(payloadDatabase);
+    return backUp(payloadDatabase);
 }
 
 int32_t pdbAddPayload(VeskSession* session, char const* payloadID, char const* productFamily,

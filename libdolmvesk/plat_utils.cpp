@@ -8,14 +8,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstddef>
 #include <fcntl.h>
 #include <libgen.h>
 #include <memory>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
@@ -51,17 +49,20 @@ private:
 class DatabaseSource
 {
 public:
-    explicit DatabaseSource(std::string source) : path(std::move(source)), vfs(sqlite3_vfs_find(nullptr))
+    explicit DatabaseSource(std::string const& source) : vfs(sqlite3_vfs_find(nullptr))
     {
         if (vfs == nullptr) {
             return;
         }
-        path.push_back('\0'); // the layer expects an empty list of parameters behind the name
-        storage = std::make_unique<std::max_align_t[]>(
-            static_cast<size_t>(vfs->szOsFile) / sizeof(std::max_align_t) + 1);
+        // The layer's record of the file and behind it, for as long, the name that it keeps looking at: ended by two
+        // zeros, the second for an empty list of parameters.
+        auto const recordSize = static_cast<size_t>(vfs->szOsFile);
+        storage = std::make_unique<char[]>(recordSize + source.size() + 2);
+        char* const name = storage.get() + recordSize;
+        source.copy(name, source.size());
         file = reinterpret_cast<sqlite3_file*>(storage.get());
         int const flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB;
-        opened = vfs->xOpen(vfs, path.c_str(), file, flags, nullptr) == SQLITE_OK;
+        opened = vfs->xOpen(vfs, name, file, flags, nullptr) == SQLITE_OK;
     }
     DatabaseSource(DatabaseSource const&) = delete;
     DatabaseSource& operator=(DatabaseSource const&) = delete;
@@ -80,9 +81,8 @@ public:
     }
 
 private:
-    std::string path; // the layer looks at it again when it closes the file
     sqlite3_vfs* vfs;
-    std::unique_ptr<std::max_align_t[]> storage;
+    std::unique_ptr<char[]> storage; // as aligned as whatever comes from new
     sqlite3_file* file = nullptr;
     bool opened = false;
 };
@@ -297,13 +297,13 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
     return read(file.get(), out.data(), out.size()) == static_cast<ssize_t>(out.size());
 }
 
-bool veskiCopyDatabaseFile(std::string source, std::string const& target)
+bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
 {
     struct stat status = {};
     if (stat(source.c_str(), &status) != 0) {
         return false;
     }
-    DatabaseSource from(std::move(source));
+    DatabaseSource from(source);
     if (from.isOpen()) {
         platform::Descriptor const to(openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
         if (to.isOpen()) {

@@ -71,7 +71,7 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 /// @return false when the source cannot be examined, or a read or write fails (the target is then incomplete).
 ///         Deliberate: true although nothing was copied when either file cannot be opened; callers treat a
 ///         backup that cannot be written as no reason to fail
-bool veskiCopyDatabaseFile(std::string source, std::string const& target);
+bool veskiCopyDatabaseFile(std::string const& source, std::string const& target);
 
 /// Whether a database may be opened, as far as what others have laid in its folder goes.
 ///

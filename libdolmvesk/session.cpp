@@ -52,7 +52,7 @@ int32_t veskGetLastModTime(uint32_t* outTime)
 
 int32_t veskBackup()
 {
-    return backupStore(catalogue);
+    return backUp(catalogue);
 }
 
 int32_t veskVerifyIntegrity()

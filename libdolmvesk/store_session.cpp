@@ -2,8 +2,6 @@
 
 #include "libdolmvesk/plat_utils.h"
 
-#include <utility>
-
 namespace {
 
 char const dbBackupDir[] = "backup";
@@ -89,22 +87,30 @@ int32_t storeModificationTime(StoreDescription const& store, uint32_t* out)
     });
 }
 
-int32_t backupStore(StoreDescription const& store)
+bool backupPathsOf(StoreDescription const& store, BackupPaths& out)
+{
+    return databasePath(store.folder, store.file, out.live) &&
+           databasePath(backupFolder, nullptr, out.folder) &&
+           veskiPathAppend(out.folder, store.file, out.copy);
+}
+
+int32_t backUp(BackupPaths const& paths)
 {
     return reportingNoMemory([&] {
-        std::string source;
-        if (!existingStore(store, source)) {
+        if (!veskiFileExists(paths.live)) {
             return int32_t{kVeskNotFound};
         }
-        std::string target; // first its folder
-        if (!databasePath(backupFolder, nullptr, target)) {
-            return int32_t{kVeskNotFound};
-        }
-        int32_t const status = veskiDirectoryExists(target) ? int32_t{kVeskOK} : veskiCreateDirectory(target);
-        if (!veskiPathAppend(target, store.file, target)) {
-            return int32_t{kVeskNotFound};
-        }
-        return veskiCopyDatabaseFile(std::move(source), target) ? status : int32_t{kVeskIOError};
+        int32_t const status =
+            veskiDirectoryExists(paths.folder) ? int32_t{kVeskOK} : veskiCreateDirectory(paths.folder);
+        return veskiCopyDatabaseFile(paths.live, paths.copy) ? status : int32_t{kVeskIOError};
+    });
+}
+
+int32_t backUp(StoreDescription const& store)
+{
+    return reportingNoMemory([&] {
+        BackupPaths paths;
+        return backupPathsOf(store, paths) ? backUp(paths) : int32_t{kVeskNotFound};
     });
 }
 
