@@ -35,7 +35,8 @@ char const* const eventsFiles[] = {
 char const eventsVersionFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
 char const eventsDataFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine";
 
-/// Runs the body of an action; out of memory ends it there and nothing more.
+/// Runs the body of an action; out of memory ends it there and nothing more. Deliberate: with a line of its own, or a
+/// log would end in mid-action without a reason.
 template<class Body>
 void runAction(CCustomHookSession const& session, Body body) noexcept
 {
@@ -185,6 +186,7 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
             return;
         }
         if (platform::leadsAstray(home, eventsDataFolder)) {
+            // Deliberate: the super-user makes nothing where a user's link leads out of what that user owns.
             log(session, "::FT::CUSTOM ACTION: A link leads the folder of customevents.dat astray");
             return;
         }

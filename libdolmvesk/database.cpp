@@ -158,6 +158,7 @@ int32_t VeskiDataStore::dbOpen()
             return created;
         }
     }
+    // Deliberate: a refusal that only those see who open what somebody has laid out for the super-user.
     if (!veskiMayOpenDatabase(directory, path)) {
         return kVeskAccessDenied;
     }

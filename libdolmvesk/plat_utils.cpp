@@ -169,20 +169,6 @@ bool isOrdinaryFile(std::string const& path)
     return S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
-/// Whether a journal ends by naming a file that SQLite would delete once it has rolled the journal back. Only
-/// transactions over several databases leave such a journal; this library has none.
-bool namesFileToDelete(std::string const& journal)
-{
-    std::array<unsigned char, 8> const mark{0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7};
-    std::array<unsigned char, 8> end{};
-    platform::Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status = {};
-    return file.isOpen() && fstat(file.get(), &status) == 0 &&
-           pread(file.get(), end.data(), end.size(), status.st_size - static_cast<off_t>(end.size())) ==
-               static_cast<ssize_t>(end.size()) &&
-           end == mark;
-}
-
 } // namespace
 
 bool veskiDbPath(std::string& out)
@@ -319,6 +305,18 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
     return true;
 }
 
+bool veskiJournalNamesFile(std::string const& journal)
+{
+    std::array<unsigned char, 8> const mark{0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7};
+    std::array<unsigned char, 8> end{};
+    platform::Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    return file.isOpen() && fstat(file.get(), &status) == 0 &&
+           pread(file.get(), end.data(), end.size(), status.st_size - static_cast<off_t>(end.size())) ==
+               static_cast<ssize_t>(end.size()) &&
+           end == mark;
+}
+
 bool veskiMayOpenDatabase(std::string const& folder, std::string const& path)
 {
     if (!isSuperUser() || !othersMayWriteIn(folder)) {
@@ -326,7 +324,7 @@ bool veskiMayOpenDatabase(std::string const& folder, std::string const& path)
     }
     std::string const journal = path + "-journal";
     return isOrdinaryFile(path) && isOrdinaryFile(journal) && isOrdinaryFile(path + "-wal") &&
-           isOrdinaryFile(path + "-shm") && !namesFileToDelete(journal);
+           isOrdinaryFile(path + "-shm") && !veskiJournalNamesFile(journal);
 }
 
 int veskiSetDBMod(std::string const& path)

@@ -73,6 +73,10 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 ///         backup that cannot be written as no reason to fail
 bool veskiCopyDatabaseFile(std::string const& source, std::string const& target);
 
+/// Whether a journal ends by naming a file that SQLite would delete once it has rolled the journal back. Only
+/// transactions over several databases leave such a journal; this library has none.
+bool veskiJournalNamesFile(std::string const& journal);
+
 /// Whether a database may be opened, as far as what others have laid in its folder goes.
 ///
 /// In a folder that others may write, the super-user keeps off a database whose file, journal or companion file

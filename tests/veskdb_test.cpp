@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -75,7 +76,7 @@ protected:
         return runShell(
             root, "export ASAN_OPTIONS=detect_leaks=0; exec 9<" VESKDB "\n"
                   "veskdb='" VESKDB "'\" --root $root\" pdb=\"$root" +
-                      pdb +
+                      pdb + "\" cache=\"$root" + cache +
                       "\"\n"
                       "ordinary=\"setpriv --reuid 1234 --regid 2345 --clear-groups --inh-caps=+sys_chroot "
                       "--ambient-caps=+sys_chroot /proc/self/fd/9 --root $root\"\n" +
@@ -242,7 +243,10 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
         {"restore cache --yes", 2, "give --from FILE"},
         {"backup pdb vesk --to /x", 2, "one database"},
         {"backup pcd --to x", 2, "--to 'x' is relative"},
-        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/pdb.db\"", 2, "the database itself"},
+        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/pdb.db\"", 2,
+         "is the payload database itself"},
+        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/vesk.db\"", 2, "is the catalogue itself"},
+        {"add pdb A --family F --name N --version 1 --signature s --conflicts B --upgrades B", 2, "not both"},
         {"restore pdb", 2, "no terminal"},
         {"restore pdb --yes --from /none", 1, "kVeskNotFound (8)"},
         {"verify --root /none", 2, "root"},
@@ -261,6 +265,7 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
     EXPECT_EQ(shell("$veskdb list pdb >&-").status, 2);
     // What went wrong counts, whether it can be told or not.
     EXPECT_EQ(shell("$veskdb frob 2>/dev/full").status, 2);
+    EXPECT_EQ(shell("$veskdb --help >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb show pdb NONE 2>/dev/full").status, 1);
     EXPECT_EQ(shell("$veskdb remove pdb NONE --yes 2>&-").status, 1);
     EXPECT_EQ(shell("{ sleep 0.3; $veskdb show pdb APP; echo $? >&2; } | :").err,
@@ -296,21 +301,36 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
                                "SELECT * FROM payload_data; SELECT * FROM upgraded_payloads");
         EXPECT_GT(values.size(), 10U);
         EXPECT_FALSE(exists(pdb + "-journal"));
-        return values;
+        return std::tuple(values, sql(cache, "SELECT * FROM domain_data"), readFile(veskBackup));
     };
+    sql(vesk,
+        "INSERT INTO dolm_payload VALUES('Q','F','N','1','s')"); // not to be backed up by what is refused
     std::string const add = "--family F --name N --version 1 --signature s --conflicts GOOD --conflicts BAD";
     std::vector<Refusal> const cases = {
         {"$veskdb add pdb NEW " + add, 2, "kVeskConstraint (6)"},
         {"$veskdb add pdb APP --replace " + add, 2, "kVeskConstraint (6)"},
         {"$veskdb set pdb APP --data 0 K V --data 0 L W", 2, "--data can be given once"},
         // A full disk, in the shape of a limit on the size of files.
-        {"trap '' XFSZ; ulimit -f 120; $veskdb set pdb APP --state not-installed --data 0 K "
+        {"ulimit -f 120; $veskdb set pdb APP --state not-installed --data 0 K "
          "$(head -c 90000 /dev/zero | tr '\\0' x)",
          2, "kVeskIOError (4)"},
         // Interrupted while another program's lock is waited for.
         {"{ echo 'BEGIN IMMEDIATE;'; sleep 1; } | sqlite3 \"$pdb\" & sleep 0.3; "
          "$veskdb set pdb APP --data 0 K V & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
          128 + SIGTERM, ""},
+        // Interrupted in a statement that never ends.
+        {"sqlite3 \"$cache\" 'CREATE TRIGGER t AFTER INSERT ON domain_data BEGIN INSERT INTO pcd_meta WITH RECURSIVE "
+         "n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) SELECT x, x FROM n; END'; "
+         "$veskdb set cache 1 a b c & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
+         128 + SIGTERM, ""},
+        {"sqlite3 \"$cache\" \"DROP TRIGGER t; INSERT INTO domain_data VALUES (7, 1, x'410042', 1)\"; "
+         "$veskdb remove cache 7 1 --yes; status=$?; sqlite3 \"$cache\" 'DELETE FROM domain_data WHERE domain = 7'; "
+         "exit $status",
+         2, "a key that is no text"},
+        {"sqlite3 \"$pdb\" \"UPDATE pcd_meta SET key = 'x' WHERE key LIKE '%comp%'\"; $veskdb set pdb APP --state "
+         "installed; status=$?; sqlite3 \"$pdb\" \"UPDATE pcd_meta SET key = 'schema_compatibility_version' WHERE "
+         "key = 'x'\"; exit $status",
+         2, "a row of its version is missing: kVeskNotFound (8)"},
         // Another program reads: the commit has to wait, in vain.
         {"{ echo 'BEGIN; SELECT count(*) FROM payloads;'; sleep 3; } | sqlite3 \"$pdb\" >/dev/null & sleep 0.3; "
          "$veskdb set pdb APP --data 0 K V; status=$?; wait; exit $status",
@@ -345,14 +365,14 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
         char const* step;
     } const cases[] = {
         {"index", [&] { overwrite(pdb, "sqlite_autoindex_payloads_1", "APP", "AQQ"); }, pdb,
-         "missing from index sqlite_autoindex_payloads_1", "veskdb restore pdb"},
+         "missing from index sqlite_autoindex_payloads_1", "restore pdb"},
         {"page", [&] { overwrite(pcd, "domain_data", nullptr, std::string(100, '\xFF')); }, pcd, "",
-         "veskdb restore pcd --from FILE"},
+         "restore pcd --from FILE"},
         {"garbage",
          [] { writeFile(cache, "this is no database, and long enough to tell" + std::string(600, '.')); },
-         cache, "kVeskIOError (4)", "veskdb restore cache --from FILE"},
-        {"empty", [] { writeFile(vesk, ""); }, vesk, "tables are missing: pcd_meta, ", "veskdb restore vesk"},
-        {"missing", [] { unlink(vesk.c_str()); }, vesk, "kVeskNeedsRestore (5)", "veskdb restore vesk"},
+         cache, "kVeskIOError (4)", "restore cache --from FILE"},
+        {"empty", [] { writeFile(vesk, ""); }, vesk, "tables are missing: pcd_meta, ", "restore vesk"},
+        {"missing", [] { unlink(vesk.c_str()); }, vesk, "kVeskNeedsRestore (5)", "restore vesk"},
         {"dropped", [] { sql(pdb, "DROP TABLE user_actions"); }, pdb, "tables are missing: user_actions",
          "restore"},
         {"another", [] { writeFile(cache, readFile(pcd)); }, cache, "it is the master store", "restore"},
@@ -364,7 +384,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
         {"folder's mode", [] { chmod((zelko + "Zelko PCD/cache").c_str(), 0777); }, zelko + "Zelko PCD/cache",
          "its mode is 0777, not 1777", "chmod 1777"},
         {"half a backup", [] { truncate(pdbBackup.c_str(), 8192); }, pdbBackup, "the backup will not do",
-         "veskdb backup pdb"},
+         "backup pdb"},
         {"write-ahead", [] { sql(pcd, "PRAGMA journal_mode = WAL"); }, pcd, "write-ahead mode",
          "journal_mode=DELETE"},
         {"log", [] { writeFile(vesk + "-wal", "x"); }, vesk, "write-ahead", "journal_mode=DELETE"},
@@ -384,6 +404,26 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
          pdb, "in the middle of a change", "undo the change"},
         {"journal", [] { writeFile(vesk + "-journal", ""); }, vesk, "the journal of a change that is over",
          "rm '"},
+        {"empty log", [] { writeFile(pcd + "-wal", ""); }, pcd, "write-ahead", "rm '"},
+        {"backup gone too", [] { truncate(pdbBackup.c_str(), 8192), unlink(pdb.c_str()); }, pdb,
+         "kVeskNeedsRestore (5)", "restore pdb --from FILE, a sound copy; if there is none"},
+        {"open backup", [] { chmod(veskBackup.c_str(), 0666); }, veskBackup, "others may write it",
+         "chmod o-w"},
+        {"dangling", [] { unlink(pcd.c_str()), (void)!symlink("/none", pcd.c_str()); }, pcd, "leads nowhere",
+         "rm '"},
+        {"columns", [] { sql(pcd, "DROP TABLE domain_data; CREATE TABLE domain_data(a)"); }, pcd,
+         "lacks what the installer creates: column domain_data.domain", "restore"},
+        {"trigger", [] { sql(pdb, "DROP TRIGGER ctd_payloads"); }, pdb, "creates: trigger ctd_payloads",
+         "restore"},
+        {"addition",
+         [] { sql(cache, "CREATE TRIGGER extra AFTER INSERT ON domain_data BEGIN SELECT 1; END"); }, cache,
+         "does not create: trigger extra", "drop it"},
+        {"endless",
+         [] {
+             sql(cache, "DROP TABLE pcd_meta; CREATE VIEW pcd_meta AS WITH RECURSIVE n(x) AS (SELECT 1 "
+                        "UNION ALL SELECT x + 1 FROM n) SELECT x AS key, x AS value FROM n");
+         },
+         cache, "tables are missing: pcd_meta", "restore"},
         {"planted", [] { mkfifo((cache + "-journal").c_str(), 0666); }, cache, "not safe to open", "rm what"},
         {"owner", [] { (void)!chown(pdb.c_str(), ordinaryUser, 80); }, pdb, "its owner is 1234:80, not 0:80",
          "chown 0:80"},
@@ -405,6 +445,22 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
         EXPECT_THAT(result.out, AllOf(HasSubstr("fault\t"), HasSubstr('\t' + each.file + '\t'),
                                       HasSubstr(each.found), HasSubstr(each.step)));
         EXPECT_EQ(everything(), before);
+
+        // Steps that are commands do what they say.
+        std::string const fault = result.out.substr(result.out.find("fault\t"));
+        std::string step = fault.substr(0, fault.find('\n'));
+        step = std::regex_replace(step.substr(step.rfind('\t') + 1), std::regex("^as root[^:]*: |^veskdb "),
+                                  step.find("\tveskdb ") != std::string::npos ? VESKDB " " : "");
+        bool const command = step.find("FILE") == std::string::npos &&
+                             step.find("ls -la") == std::string::npos && std::string(each.name) != "newer" &&
+                             std::string(each.name) != "addition";
+        if (command) {
+            ShellResult const done =
+                shell(step + (step.find("restore") != std::string::npos ? " --yes" : ""));
+            EXPECT_EQ(done.status, 0) << step << '\n' << done.err;
+            ShellResult const mended = veskdb("verify");
+            EXPECT_EQ(mended.status, 0) << step << '\n' << mended.out;
+        }
     }
 }
 
@@ -439,9 +495,13 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
     EXPECT_TRUE(readFile(zelko + "backup/" + namesIn(zelko + "backup")[1]) == kept);
 
     std::vector<Refusal> const cases = {
-        {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
-        {"trap '' XFSZ; ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
+        {"ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
+        {"ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
         {"$ordinary backup pdb", 2, "no file can be created there"},
+        {"journal=\"$root" + pdbBackup +
+             "-journal\"; : >\"$journal\"; $veskdb backup pdb; status=$?; rm \"$journal\"; "
+             "exit $status",
+         2, "has a journal"},
         {": >\"$pdb-journal\"; $veskdb backup pdb; status=$?; rm \"$pdb-journal\"; exit $status", 2,
          "has a journal"},
         {"{ echo 'BEGIN EXCLUSIVE;'; sleep 3; } | sqlite3 \"$pdb\" & sleep 0.3; $veskdb backup pdb", 1,
@@ -489,6 +549,7 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
     makeMachine();
     std::string const half = readFile(pdbBackup).substr(0, 8192);
     writeFile("/half.db", half);
+    writeFile("/cache.db", readFile(cache));
     sql(pcd, "UPDATE pcd_meta SET value = 3 WHERE key LIKE '%comp%'");
     writeFile("/newer.db", readFile(pcd));
     writeFile(pcd + "-journal", "x");
@@ -498,8 +559,9 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
         {"$veskdb restore pdb --from '" + pdb + "' --yes", 2, "the database itself"},
         {"$veskdb restore pcd --from /newer.db --yes", 2, "has a journal"},
         {"rm \"$root" + pcd + "-journal\"; $veskdb restore pcd --from /newer.db --yes", 1, "newer version"},
+        {"$ordinary restore cache --from /cache.db --yes", 2, "/cache.db': it cannot be replaced"},
         {"$ordinary restore pdb --yes", 2, "cannot be locked: kVeskAccessDenied (11)"},
-        {"trap '' XFSZ; ulimit -f 16; $veskdb restore pdb --yes", 2, "cannot be copied"},
+        {"ulimit -f 16; $veskdb restore pdb --yes", 2, "cannot be copied"},
         {"{ echo 'BEGIN; SELECT count(*) FROM payloads;'; sleep 3; } | sqlite3 \"$pdb\" >/dev/null & sleep 0.3; "
          "$veskdb restore pdb --yes; status=$?; wait; exit $status",
          2, "kVeskBusy (14)"},
@@ -507,7 +569,10 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
          "$veskdb restore pdb --yes & veskdb=$!; sleep 0.3; kill -TERM $veskdb; wait $veskdb",
          128 + SIGTERM, ""},
     };
-    refuses(cases, [] { return std::tuple(readFile(pdb), readFile(pcd), namesIn(zelko + "vesk")); });
+    refuses(cases, [] {
+        return std::tuple(readFile(pdb), readFile(pcd), namesIn(zelko + "vesk"),
+                          namesIn(zelko + "Zelko PCD/cache"));
+    });
 }
 
 } // namespace

@@ -39,6 +39,8 @@ void refuseUnless(int error, std::string const& folder)
     }
 }
 
+std::string enteredFolder;
+
 } // namespace
 
 void requireUsable(std::string const& folder)
@@ -57,6 +59,21 @@ void requireUsable(std::string const& folder)
 void enter(std::string const& folder)
 {
     refuseUnless(tryToEnter(folder), folder);
+    enteredFolder = folder;
+}
+
+std::string const& entered()
+{
+    return enteredFolder;
+}
+
+std::string quotedFromOutside(std::string const& path)
+{
+    std::string quoted = "'";
+    for (char const each : enteredFolder + path) {
+        quoted += each == '\'' ? "'\\''" : std::string(1, each);
+    }
+    return quoted + "'";
 }
 
 } // namespace alternate_root

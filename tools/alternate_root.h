@@ -27,6 +27,12 @@ void requireUsable(std::string const& folder);
 /// @throws Refused when it cannot; the caller ends then and never goes on in the root it has
 void enter(std::string const& folder);
 
+/// The folder that was entered, as it was given; empty for the machine's own root.
+std::string const& entered();
+
+/// A path of the root that was entered as a command outside it has to name it; between single quotes.
+std::string quotedFromOutside(std::string const& path);
+
 } // namespace alternate_root
 
 #endif

@@ -25,7 +25,7 @@ std::string describeStatus(int32_t status)
          "this user may not do that, or the file is not safe to open; run this as root, or veskdb verify"},
         {kVeskError, "kVeskError", "the database refuses the statement"},
         {kVeskSchemaTooNew, "kVeskSchemaTooNew", "the database is of a newer version than this program"},
-        {kVeskBusy, "kVeskBusy", "another program keeps the database locked; try again when it has ended"},
+        {kVeskBusy, "kVeskBusy", "another program keeps the database locked"},
         {kVeskConflict, "kVeskConflict", "a payload in conflict with it is on record"},
     };
     for (auto const& each : statuses) {

@@ -5,13 +5,17 @@
 #include "tools/status_name.h"
 #include "tools/veskdb_read.h"
 
+#include <algorithm>
+#include <ctime>
 #include <fmt/format.h>
 #include <iostream>
+#include <sqlite3.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr bool createWhenMissing = true;
+constexpr int stepsBetweenLooks = 100000; // of SQLite's machine: some milliseconds
 
 [[noreturn]] void refuse(std::string const& what, int32_t status)
 {
@@ -26,16 +30,32 @@ void require(int32_t status, std::string const& what)
     }
 }
 
-/// A session that is rolled back unless it is committed.
+/// A session in a transaction that is rolled back unless it is committed. What is looked at through it is of the
+/// moment at which it is changed: nobody else writes meanwhile.
 class Change
 {
 public:
     Change(Database const& changed, bool create) : database(changed)
     {
-        int32_t const status = create ? database.open(&session) : database.openExisting(&session);
+        std::string const what = fmt::format("{}, '{}'", database.title, pathOf(database));
+        int32_t status = create ? database.open(&session) : database.openExisting(&session);
+        if (status == kVeskNotFound && lookAt(pathOf(database))) {
+            end();
+            throw Refusal(kExitError,
+                          fmt::format("{}: a row of its version is missing: kVeskNotFound ({}); see {}", what,
+                                      kVeskNotFound, commandLine("verify")));
+        }
+        if (status == kVeskOK) {
+            // A statement without end, such as a trigger that somebody else has made, can be interrupted.
+            sqlite3_progress_handler(
+                session->store->db, stepsBetweenLooks,
+                [](void* held) { return static_cast<HeldSignals const*>(held)->anyHasCome() ? 1 : 0; },
+                &signals);
+            status = session->store->queryNR("BEGIN IMMEDIATE");
+        }
         if (status != kVeskOK) {
             end();
-            refuse(fmt::format("{}, '{}'", database.title, pathOf(database)), status);
+            refuse(what, status);
         }
     }
     Change(Change const&) = delete;
@@ -49,14 +69,36 @@ public:
     {
         signals.requireNone();
         require(database.commit(session), fmt::format("committing to '{}'", pathOf(database)));
+        signals.forget();
+        if (database.store == &payloadDatabase) {
+            tellOfLostBackup();
+        }
     }
 
 private:
-    /// Closing commits: what cannot be rolled back is left to SQLite, which does so at the next opening.
+    /// The library says nothing about the backup of the catalogue that it makes after a commit.
+    static void tellOfLostBackup() noexcept
+    {
+        try {
+            Database const& copied = databaseNamed("vesk");
+            auto const live = lookAt(pathOf(copied));
+            auto const copy = lookAt(backupPathOf(copied));
+            if (live && (!copy || copy->st_size != live->st_size)) {
+                tell(
+                    {"the change is made, but not all of the catalogue's backup that goes with it; when there is "
+                     "room: ",
+                     commandLine("backup vesk").c_str()});
+            }
+        } catch (std::exception const&) { // who may not look there has nothing to mend there
+        }
+    }
+
+    /// Closing commits: what cannot be rolled back is left to SQLite, which does so at the next opening. Closed like
+    /// any other session, a payload session refreshes no backup: its commit has done so, and a refusal must not.
     void end()
     {
         if (session != nullptr && veskSessionRollback(session) == kVeskOK) {
-            database.close(session);
+            veskCloseSession(session);
         }
     }
 
@@ -83,10 +125,16 @@ std::string settingName(Options const& options, std::string const& key)
 
 } // namespace
 
+namespace {
+
+constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+} // namespace
+
 HeldSignals::HeldSignals()
 {
     sigemptyset(&held);
-    for (int const each : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    for (int const each : endingSignals) {
         struct sigaction action = {};
         if (sigaction(each, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
             sigaddset(&held, each);
@@ -100,14 +148,28 @@ HeldSignals::~HeldSignals()
     sigprocmask(SIG_SETMASK, &before, nullptr); // one that has come ends the process here
 }
 
-void HeldSignals::requireNone() const
+bool HeldSignals::anyHasCome() const
 {
     sigset_t pending;
     sigpending(&pending);
-    for (int const each : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        if (sigismember(&held, each) == 1 && sigismember(&pending, each) == 1) {
-            throw Refusal(kExitError, "interrupted; nothing was changed");
-        }
+    return std::any_of(std::begin(endingSignals), std::end(endingSignals), [&](int each) {
+        return sigismember(&held, each) == 1 && sigismember(&pending, each) == 1;
+    });
+}
+
+void HeldSignals::requireNone() const
+{
+    if (anyHasCome()) {
+        tell(
+            {"interrupted; nothing was changed"}); // now: the signal ends the process before the refusal is told
+        throw Refusal(kExitError, "interrupted");
+    }
+}
+
+void HeldSignals::forget() const
+{
+    timespec const noTime = {0, 0};
+    while (sigtimedwait(&held, nullptr, &noTime) > 0) {
     }
 }
 
@@ -131,6 +193,12 @@ void requireConsent(Options const& options, std::string const& question)
 void addPayload(Options const& options)
 {
     std::string const what = fmt::format("payload '{}'", options.payloadID);
+    for (std::string const& other : options.upgrades) {
+        if (std::count(options.conflicts.begin(), options.conflicts.end(), other) > 0) {
+            throw Refusal(kExitError,
+                          fmt::format("payload '{}' can be in conflict or be upgraded, not both", other));
+        }
+    }
     Change change(options.database(), createWhenMissing);
     PdbPayloadInfo existing = {};
     int32_t const found = pdbGetPayload(change.get(), options.payloadID.c_str(), &existing);
@@ -193,6 +261,8 @@ void removePayload(Options const& options)
     }
     requireConsent(options, question + '?');
     Change change(options.database(), !createWhenMissing);
+    int32_t state = 0;
+    require(pdbGetInstallState(change.get(), options.payloadID.c_str(), &state), what);
     require(pdbRemovePayload(change.get(), options.payloadID.c_str()), what);
     change.commit();
 }
@@ -217,5 +287,11 @@ void removeSettings(Options const& options)
         }
     }
     require(found ? kVeskOK : kVeskNotFound, what);
+    if (!one && pcdGetDomainDataKeys(change.get(), *options.domain, subdomain, &keys) != kVeskNotFound) {
+        throw Refusal(kExitError,
+                      fmt::format("{}: a key that is no text cannot be named, and stays; nothing was "
+                                  "changed",
+                                  what));
+    }
     change.commit();
 }

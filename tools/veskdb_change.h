@@ -31,8 +31,13 @@ public:
     HeldSignals& operator=(HeldSignals const&) = delete;
     ~HeldSignals();
 
-    /// @throws Refusal when one has come: the last moment to give up
+    bool anyHasCome() const;
+
+    /// @throws Refusal when one has come, and says so: the last moment to give up
     void requireNone() const;
+
+    /// Lets those that have come be: what they were to end is done.
+    void forget() const;
 
 private:
     sigset_t held = {};

@@ -1,6 +1,7 @@
 #include "tools/veskdb_copies.h"
 
 #include "libdolmvesk/plat_utils.h"
+#include "platform/descriptor.h"
 #include "tools/status_name.h"
 #include "tools/veskdb_change.h"
 #include "tools/veskdb_present.h"
@@ -70,15 +71,33 @@ void requireSound(std::string const& path, Database const& database, char const*
     auto const faults = faultsOf(path, database);
     if (!faults.empty()) {
         throw Refusal(kExitNotFound, fmt::format("{} '{}' will not do and nothing was replaced: {}", what,
-                                                 path, faults.front().what));
+                                                 path, escaped(faults.front().what)));
     }
 }
 
-/// Gives a file a second name, its own with the time: "pdb.db.20090213T233130Z". Nothing is overwritten.
+/// Refuses to replace a file that somebody else owns in a sticky folder of somebody else's.
+void requireReplaceable(std::string const& path)
+{
+    auto const file = lookAt(path);
+    auto const folder = lookAt(folderPart(path));
+    uid_t const user = geteuid();
+    if (file && folder && (folder->st_mode & S_ISVTX) != 0 && user != 0 && user != file->st_uid &&
+        user != folder->st_uid) {
+        errno = EPERM;
+        require(false, path, "it cannot be replaced");
+    }
+}
+
+/// Copies a file, under its own name and the time: "pdb.db.20090213T233130Z". Nothing is overwritten. A second name
+/// would do no good: as long as a database has two, the library keeps off it.
 ///
-/// @return the second name; empty when there is no such file
+/// @return the path of the copy; empty when there is no such file
 std::string keepAside(std::string const& path)
 {
+    auto const file = lookAt(path);
+    if (!file) {
+        return "";
+    }
     time_t const now = std::time(nullptr);
     tm utc = {};
     char stamp[32] = "";
@@ -86,11 +105,14 @@ std::string keepAside(std::string const& path)
     for (int attempt = 0;; ++attempt) {
         std::string aside =
             fmt::format("{}.{}{}", path, stamp, attempt == 0 ? "" : fmt::format(".{}", attempt));
-        if (link(path.c_str(), aside.c_str()) == 0) {
+        platform::Descriptor const made(open(aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        if (made.isOpen()) {
+            auto const copied = veskiCopyDatabaseFile(path, aside) ? lookAt(aside) : std::nullopt;
+            if (!copied || copied->st_size != file->st_size || fsync(made.get()) != 0) {
+                unlink(aside.c_str());
+                refuse(fmt::format("'{}': it cannot be kept aside as '{}'; is the disk full?", path, aside));
+            }
             return aside;
-        }
-        if (errno == ENOENT) {
-            return "";
         }
         require(errno == EEXIST, path, "it cannot be kept aside");
     }
@@ -120,6 +142,7 @@ public:
     std::string replaceTarget() const
     {
         sync(path);
+        requireReplaceable(target);
         std::string aside = keepAside(target);
         if (rename(path.c_str(), target.c_str()) != 0) {
             int const error = errno;
@@ -214,10 +237,14 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
     if (replaced && !S_ISREG(replaced->st_mode)) {
         refuse(fmt::format("'{}' is not a file; give the path of a new file", target));
     }
-    if (replaced && isSameFile(*replaced, *live)) {
-        refuse(fmt::format("--to '{}' is the database itself; give the path of a new file", target));
+    for (Database const& each : databases) {
+        auto const other = lookAt(pathOf(each));
+        if (replaced && other && isSameFile(*replaced, *other)) {
+            refuse(fmt::format("--to '{}' is {} itself; give the path of a new file", target, each.title));
+        }
     }
     requireNoJournal(source);
+    requireNoJournal(target);
     requireSound(source, database, "the database");
     HeldSignals const signals;
     if (!to) {
@@ -227,6 +254,7 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
     copyChecked(source, copy, database);
     signals.requireNone();
     tellKept(target, copy.replaceTarget());
+    signals.forget();
 }
 
 } // namespace
@@ -275,6 +303,7 @@ void restore(Options const& options)
         refuse(fmt::format("'{}' is not a file; move away what stands there", target));
     }
     requireNoJournal(source);
+    requireSafe(target);
     requireNoJournal(target);
     requireSound(source, database, "the copy");
     requireConsent(options, fmt::format("{} {}, '{}', by '{}' of {}?", live ? "Replace" : "Bring back",
@@ -290,4 +319,5 @@ void restore(Options const& options)
                      database.store->sharedAccess);
     signals.requireNone();
     tellKept(target, restored.replaceTarget());
+    signals.forget();
 }

@@ -2,6 +2,7 @@
 
 #include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
+#include "tools/alternate_root.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -56,6 +57,14 @@ std::string folderOf(Database const& database)
 std::string backupPathOf(Database const& database)
 {
     return formPath(backupFolder, database.store->file);
+}
+
+std::string commandLine(std::string const& words)
+{
+    return (alternate_root::entered().empty()
+                ? "veskdb "
+                : "veskdb --root " + alternate_root::quotedFromOutside("") + ' ') +
+           words;
 }
 
 void tell(std::initializer_list<char const*> pieces, char const* end) noexcept

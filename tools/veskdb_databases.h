@@ -52,6 +52,11 @@ std::string pathOf(Database const& database);
 std::string folderOf(Database const& database);
 std::string backupPathOf(Database const& database);
 
+/// A command line of this program, for the root that it works in now.
+///
+/// @param words  verb and what follows
+std::string commandLine(std::string const& words);
+
 /// Says something on standard error, behind the program's name. What cannot be written is lost: the exit status
 /// tells the outcome all the same.
 ///

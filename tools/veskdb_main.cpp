@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 #include <fmt/format.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -23,7 +24,10 @@ int print(std::vector<Section> const& sections, bool json)
     std::string_view rest = output;
     while (!rest.empty()) {
         ssize_t const written = write(STDOUT_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) {
+        if (written < 0 && errno == EAGAIN) {
+            pollfd waiting = {STDOUT_FILENO, POLLOUT, 0};
+            poll(&waiting, 1, -1);
+        } else if (written < 0 && errno != EINTR) {
             throw Refusal(kExitError, fmt::format("output was lost: {}", std::strerror(errno)));
         }
         rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
@@ -80,7 +84,8 @@ int run(Options const& options)
 int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like any other
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like any other,
+    std::signal(SIGXFSZ, SIG_IGN); // and so is a file that may not grow
     try {
         auto const options = readOptions(argc, argv);
         if (!options) {

@@ -4,7 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <fmt/format.h>
 
 namespace {
@@ -272,6 +275,9 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         app.parse(arguments);
     } catch (CLI::CallForHelp const&) {
         fmt::print("{}", app.help());
+        if (std::fflush(stdout) != 0) {
+            refuse(fmt::format("output was lost: {}", std::strerror(errno)));
+        }
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
         refuse(fmt::format("{}; see veskdb --help", error.what()));

@@ -1,13 +1,18 @@
 #include "tools/veskdb_reader.h"
 
 #include "libdolmvesk/database.h"
+#include "libdolmvesk/plat_utils.h"
+#include "tools/alternate_root.h"
 #include "tools/status_name.h"
 #include "tools/veskdb_databases.h"
+#include "tools/veskdb_present.h"
 
 #include <array>
 #include <fmt/format.h>
 #include <fstream>
 #include <sqlite3.h>
+
+using alternate_root::quotedFromOutside;
 
 namespace {
 
@@ -43,7 +48,25 @@ Json valueOf(sqlite3_stmt* statement, int column)
     }
 }
 
+std::string removal(std::string const& file)
+{
+    return fmt::format("as root, once no program uses the database: rm {}", quotedFromOutside(file));
+}
+
 } // namespace
+
+void requireSafe(std::string const& path)
+{
+    std::string folder;
+    veskiPathParent(path, folder);
+    if (!veskiMayOpenDatabase(folder, path)) {
+        throw Unreadable(
+            fmt::format("'{}', or its journal, is not safe to open: a link, a file of several "
+                        "names, no file at all, or a journal that names another file",
+                        path),
+            fmt::format("as root: ls -la {}; rm what does not belong there", quotedFromOutside(folder)));
+    }
+}
 
 void RecordReader::Closer::operator()(sqlite3* connection) const
 {
@@ -52,6 +75,7 @@ void RecordReader::Closer::operator()(sqlite3* connection) const
 
 RecordReader::RecordReader(std::string const& file) : path(file)
 {
+    requireSafe(path);
     auto const status = lookAt(path);
     if (!status || !S_ISREG(status->st_mode)) {
         throw Unreadable(fmt::format("'{}' is not a file", path), "move away what stands there");
@@ -61,7 +85,9 @@ RecordReader::RecordReader(std::string const& file) : path(file)
             fmt::format("'{}' is in write-ahead mode or has such a log beside it (-wal), which the "
                         "installer cannot read",
                         path),
-            fmt::format("as root: sqlite3 '{}' 'PRAGMA journal_mode=DELETE'", path));
+            lookAt(path + "-wal") && lookAt(path + "-wal")->st_size == 0
+                ? removal(path + "-wal")
+                : fmt::format("as root: sqlite3 {} 'PRAGMA journal_mode=DELETE'", quotedFromOutside(path)));
     }
     sqlite3* opened = nullptr;
     int const code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
@@ -70,6 +96,8 @@ RecordReader::RecordReader(std::string const& file) : path(file)
         refuse(code);
     }
     sqlite3_busy_timeout(opened, busyTimeout);
+    // None of the databases has a view; one that somebody has put in a table's place can count for ever.
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
     requireNoLeftoverJournal();
     rows("BEGIN");
     rows("SELECT count(*) FROM sqlite_master"); // takes the lock
@@ -91,11 +119,18 @@ void RecordReader::requireNoLeftoverJournal() const
     bool const over = status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0;
     if (over) {
         throw Unreadable(fmt::format("'{}' has the journal of a change that is over: '{}'", path, journal),
-                         fmt::format("as root, once no program uses the database: rm '{}'", journal));
+                         removal(journal));
+    }
+    if (veskiJournalNamesFile(journal)) {
+        throw Unreadable(fmt::format("'{}' has a journal, '{}', that names another file for deletion; the "
+                                     "installer leaves none such",
+                                     path, journal),
+                         removal(journal));
     }
     throw Unreadable(fmt::format("'{}' is in the middle of a change that was interrupted: '{}' is left over",
                                  path, journal),
-                     fmt::format("as root, undo the change: sqlite3 '{}' 'SELECT * FROM pcd_meta'", path));
+                     fmt::format("as root, undo the change: sqlite3 {} 'SELECT * FROM pcd_meta'",
+                                 quotedFromOutside(path)));
 }
 
 std::vector<Row> RecordReader::rows(std::string const& query,
@@ -126,7 +161,7 @@ std::vector<Row> RecordReader::rows(std::string const& query,
 
 void RecordReader::refuse(int code) const
 {
-    std::string const message = fmt::format("'{}': {}: {}", path, sqlite3_errmsg(database.get()),
+    std::string const message = fmt::format("'{}': {}: {}", path, escaped(sqlite3_errmsg(database.get())),
                                             describeStatus(veskiSQLiteErrorMap(code)));
     switch (code) {
     case SQLITE_BUSY:

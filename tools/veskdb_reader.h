@@ -27,6 +27,11 @@ public:
     std::string nextStep; ///< what to do; empty when the file is damaged
 };
 
+/// Refuses a file that veskiMayOpenDatabase says no to, as the super-user.
+///
+/// @throws Unreadable
+void requireSafe(std::string const& path);
+
 /// One read transaction: all that is read is of one moment, and nobody changes the file while this lives.
 class RecordReader
 {
@@ -34,7 +39,7 @@ public:
     /// Waits for a lock for up to 2000 milliseconds.
     ///
     /// Refuses a file in write-ahead mode, or with such a log beside it, because SQLite creates files to read
-    /// one, and a file beside which a change has left its journal.
+    /// one, and a file beside which a change has left its journal. No view is read.
     ///
     /// @throws Unreadable
     explicit RecordReader(std::string const& path);

@@ -2,12 +2,19 @@
 
 #include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/schemas.h"
+#include "tools/alternate_root.h"
 #include "tools/status_name.h"
 #include "tools/veskdb_read.h"
 
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <sqlite3.h>
+
+using alternate_root::quotedFromOutside;
 
 namespace {
 
@@ -84,6 +91,60 @@ void checkVersion(RecordReader const& reader, Database const& database, std::vec
     }
 }
 
+/// What a database consists of, one line for each trigger, view and column.
+char const partsQuery[] =
+    "SELECT type || ' ' || name FROM sqlite_master WHERE type IN ('trigger', 'view') UNION "
+    "SELECT 'column ' || object.name || '.' || part.name FROM sqlite_master AS object, "
+    "pragma_table_info(object.name) AS part WHERE object.type = 'table'";
+
+using Parts = std::set<std::string>;
+
+Parts partsOf(RecordReader const& reader)
+{
+    Parts parts;
+    for (Row const& row : reader.rows(partsQuery)) {
+        parts.insert(row[0].get<std::string>());
+    }
+    return parts;
+}
+
+/// The parts of a database as the library creates it.
+Parts partsCreated(Database const& database, int version)
+{
+    sqlite3* opened = nullptr;
+    sqlite3_open(":memory:", &opened);
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> const memory(opened, sqlite3_close);
+    for (int each = 0; each < version; ++each) {
+        for (StatementList text = database.store->schemas[each]; *text != nullptr; ++text) {
+            sqlite3_exec(opened, *text, nullptr, nullptr, nullptr);
+        }
+    }
+    Parts parts;
+    auto const collect = [](void* into, int /*columns*/, char** texts, char** /*names*/) {
+        static_cast<Parts*>(into)->insert(texts[0]);
+        return 0;
+    };
+    sqlite3_exec(opened, partsQuery, collect, &parts, nullptr);
+    return parts;
+}
+
+std::string without(Parts const& parts, Parts const& taken)
+{
+    std::vector<std::string> rest;
+    std::set_difference(parts.begin(), parts.end(), taken.begin(), taken.end(), std::back_inserter(rest));
+    return fmt::format("{}", fmt::join(rest, ", "));
+}
+
+void checkParts(RecordReader const& reader, Database const& database, std::vector<Fault>& faults)
+{
+    auto const rows = reader.rows("SELECT CAST(value AS INTEGER) FROM pcd_meta WHERE key = 'schema_version'");
+    int const version = !rows.empty() && rows[0][0] == 1 ? 1 : newestVersion(database);
+    std::string const missing = without(partsCreated(database, version), partsOf(reader));
+    if (!missing.empty()) {
+        faults.push_back({fmt::format("it lacks what the installer creates: {}", missing), ""});
+    }
+}
+
 class Findings
 {
 public:
@@ -113,10 +174,16 @@ public:
                        {}};
 };
 
-std::string restoreStep(Database const& database)
+/// @param backupSound  whether the library's own backup will do
+std::string restoreStep(Database const& database, bool backupSound)
 {
-    return fmt::format("veskdb restore {}{}", database.name,
-                       database.hasBackup ? "" : " --from FILE, a sound copy");
+    std::string const restore = commandLine(fmt::format("restore {}", database.name));
+    std::string const path = quotedFromOutside(pathOf(database));
+    return backupSound
+               ? restore
+               : fmt::format("{} --from FILE, a sound copy; if there is none, as root: mv {} {}.damaged, and "
+                             "the installer starts a new one",
+                             restore, path, path);
 }
 
 void checkAccess(Database const& database, std::string const& path, struct stat const& status,
@@ -128,11 +195,11 @@ void checkAccess(Database const& database, std::string const& path, struct stat 
     if (status.st_uid != owner || status.st_gid != group) {
         findings.fault(database, path,
                        fmt::format("its owner is {}, not {}:{}", ownerOf(status), owner, group),
-                       fmt::format("as root: chown {}:{} '{}'", owner, group, path));
+                       fmt::format("as root: chown {}:{} {}", owner, group, quotedFromOutside(path)));
     }
     if ((status.st_mode & 07777U) != mode) {
         findings.fault(database, path, fmt::format("its mode is {}, not {:04o}", modeOf(status), mode),
-                       fmt::format("as root: chmod {:04o} '{}'", mode, path));
+                       fmt::format("as root: chmod {:04o} {}", mode, quotedFromOutside(path)));
     }
 }
 
@@ -159,19 +226,41 @@ void noteLeftovers(Database const& database, std::string const& path, Findings& 
     }
 }
 
-void checkLiveFile(Database const& database, std::string const& path, struct stat const& status,
-                   Findings& findings)
+/// A backup that others can write would bring their records back.
+void checkBackupAccess(Database const& database, std::string const& path, Findings& findings)
 {
-    if (auto const folder = lookAt(folderOf(database))) {
-        checkAccess(database, folderOf(database), *folder, findings);
+    auto const status = lookAt(path);
+    if (status && (status->st_uid != owner || (status->st_mode & S_IWOTH) != 0)) {
+        findings.fault(database, path,
+                       fmt::format("others may write it: its owner is {}, its mode {}", ownerOf(*status),
+                                   modeOf(*status)),
+                       fmt::format("as root: chown {0} {1}; chmod o-w {1}", owner, quotedFromOutside(path)));
     }
+}
+
+/// What somebody has added: a trigger acts on every change.
+void checkAdditions(Database const& database, std::string const& path, Findings& findings)
+{
+    Parts const created = partsCreated(database, newestVersion(database));
+    for (std::string const& part : partsOf(RecordReader(path))) {
+        if (part.compare(0, 6, "column") != 0 && created.count(part) == 0) {
+            findings.fault(database, path, fmt::format("it has what the installer does not create: {}", part),
+                           "find out who made it and what it does, and drop it if nobody needs it");
+        }
+    }
+}
+
+void checkLiveFile(Database const& database, std::string const& path, struct stat const& status,
+                   bool backupSound, Findings& findings)
+{
     checkAccess(database, path, status, findings);
     auto const faults = faultsOf(path, database);
     for (Fault const& fault : faults) {
         findings.fault(database, path, fault.what,
-                       fault.nextStep.empty() ? restoreStep(database) : fault.nextStep);
+                       fault.nextStep.empty() ? restoreStep(database, backupSound) : fault.nextStep);
     }
     if (faults.empty()) {
+        checkAdditions(database, path, findings);
         if (lookAt(path + "-journal")) {
             findings.add("note", database, path + "-journal", "a change is under way, or left this behind",
                          "verify again later");
@@ -187,33 +276,43 @@ void checkDatabase(Database const& database, Findings& findings)
     std::string const path = pathOf(database);
     std::string const backup = backupPathOf(database);
     bool const hasBackup = database.hasBackup && lookAt(backup);
+    auto const backupFaults = hasBackup ? faultsOf(backup, database) : std::vector<Fault>();
+    bool const backupSound = hasBackup && backupFaults.empty();
+
     std::size_t const before = findings.section.rows.size();
-    if (!veskiMayOpenDatabase(folderOf(database), path)) {
-        findings.fault(
-            database, path,
-            "it, or its journal, is not safe to open: a link, a file of several names, no file at "
-            "all, or a journal that names another file",
-            fmt::format("as root: ls -la '{}'; rm what does not belong there", folderOf(database)));
-        return;
+    requireSafe(path);
+    if (auto const folder = lookAt(folderOf(database))) {
+        checkAccess(database, folderOf(database), *folder, findings);
     }
+    struct stat link = {};
     if (auto const status = lookAt(path)) {
-        checkLiveFile(database, path, *status, findings);
+        checkLiveFile(database, path, *status, backupSound, findings);
+    } else if (lstat(path.c_str(), &link) == 0) {
+        findings.fault(database, path, "it is a link that leads nowhere",
+                       fmt::format("as root: rm {}", quotedFromOutside(path)));
     } else if (hasBackup) {
-        findings.fault(database, path, describeStatus(kVeskNeedsRestore), restoreStep(database));
+        findings.fault(database, path, describeStatus(kVeskNeedsRestore), restoreStep(database, backupSound));
     } else {
         findings.add("note", database, path, "nothing has been recorded yet", "");
     }
-    if (findings.section.rows.size() == before) {
+    bool const sound = findings.section.rows.size() == before;
+    if (sound) {
         findings.add("ok", database, path, "sound", "");
     }
     if (hasBackup) {
-        std::vector<Fault> const faults = faultsOf(backup, database);
-        for (Fault const& fault : faults) {
+        std::size_t const beforeBackup = findings.section.rows.size();
+        for (Fault const& fault : backupFaults) {
+            std::string const anew = sound ? commandLine(fmt::format("backup {}", database.name))
+                                           : "after the database itself is sound: " +
+                                                 commandLine(fmt::format("backup {}", database.name));
             findings.fault(database, backup, fmt::format("the backup will not do: {}", fault.what),
-                           fault.nextStep.empty() ? fmt::format("veskdb backup {}", database.name)
-                                                  : fault.nextStep);
+                           fault.nextStep.empty() ? anew : fault.nextStep);
         }
-        if (faults.empty()) {
+        std::string folder;
+        veskiPathParent(backup, folder);
+        checkBackupAccess(database, folder, findings);
+        checkBackupAccess(database, backup, findings);
+        if (findings.section.rows.size() == beforeBackup) {
             findings.add("ok", database, backup, "sound", "");
         }
     }
@@ -235,6 +334,9 @@ std::vector<Fault> faultsOf(std::string const& path, Database const& database)
         if (faults.empty()) {
             checkVersion(reader, database, faults);
         }
+        if (faults.empty()) {
+            checkParts(reader, database, faults);
+        }
     } catch (Unreadable const& unreadable) {
         faults.push_back({unreadable.what(), unreadable.nextStep});
     } catch (Refusal const& refusal) {
@@ -252,6 +354,8 @@ std::vector<Section> verify(Options const& options, bool& sound)
         if (named || options.named.empty()) {
             try {
                 checkDatabase(database, findings);
+            } catch (Unreadable const& unreadable) {
+                findings.fault(database, pathOf(database), unreadable.what(), unreadable.nextStep);
             } catch (std::exception const& error) {
                 findings.fault(database, pathOf(database), error.what(),
                                "run this as a user who may look there");

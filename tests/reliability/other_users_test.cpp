@@ -128,6 +128,8 @@ TEST_F(OtherUsers, NothingIsReachedThroughWhatTheyPlant)
         {"the log's index", cacheFile + "-shm", secondName, openCache},
         {"a pipe for a journal", cacheFile + "-journal",
          [](std::string const& path) { mkfifo(path.c_str(), 0666); }, openCache},
+        {"a pipe for a log", cacheFile + "-wal", [](std::string const& path) { mkfifo(path.c_str(), 0666); },
+         openCache},
         {"a journal that names a file", cacheFile + "-journal",
          [](std::string const& path) { writeFile(path, journalNaming("/victims/file")); }, openCache},
         {"the folder of version 12", newEventsFolder, linkTo("/victims"), carryEventsOver},
