@@ -104,7 +104,7 @@ TEST_F(Hookhost, CallsAndReports)
         {123, "$hookhost --format raw --mode 0 --phase 1 --phase 2 -D times=123 $run", "0/1 \n0/2 \n", ""},
         {123, "$hookhost --format raw --mode 0 --phase 1 -D times=256 $run", "0/1 \n", ""},
         {7, "$hookhost --format raw --mode 0 --phase 1 -D times=7 --no-log-callback $run", "", ""},
-        {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
+        {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m"\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
         {0, "{ $hookhost --mode 0 --phase 2 $run -D act=hang & sleep 2.5; kill -KILL $!; } | timeout 10 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"}, // and the pipe ends: no worker outlives its host

@@ -1,5 +1,7 @@
 #include "tools/hookhost_report.h"
 
+#include "tools/printable.h"
+
 #include <cerrno>
 #include <ctime>
 #include <fmt/format.h>
@@ -20,22 +22,6 @@ std::string now()
     gmtime_r(&time.tv_sec, &utc);
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", utc.tm_year + 1900, utc.tm_mon + 1,
                        utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, time.tv_nsec / 1000000);
-}
-
-/// Control characters made visible: a message stays on its line and leaves the terminal alone.
-std::string printable(std::string_view text)
-{
-    std::string result;
-    for (char const each : text) {
-        if (each == '\n') {
-            result += "\\n";
-        } else if ((each >= 0 && each < ' ' && each != '\t') || each == '\x7F') {
-            result += fmt::format("\\x{:02X}", static_cast<unsigned>(each));
-        } else {
-            result += each;
-        }
-    }
-    return result;
 }
 
 std::string textLine(std::string const& mode, std::string const& phase, pid_t process,
