@@ -111,6 +111,12 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
         {125, "$hookhost --mode 0 $run >/dev/full", "", "output was lost: No space left"},
         {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
+        {125, "$hookhost --help >/dev/full", "", "output was lost: No space left"},
+        {125, "$hookhost -n --mode 0 $run >/dev/full", "", "output was lost: No space left"},
+        {128 + SIGTRAP, "$hookhost --mode 0 --phase 2 -D act=crash $run 2>/dev/full", ".* 0/2 \n.* = failed .*\n", "^$"},
+        // A pipe that does not block, full until its reader wakes up.
+        {0, "{ dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; $hookhost --format raw --mode 0 $run; echo ended $? >&2; } |"
+            " { sleep 1; tr -d '\\0'; }", "0/3 \n0/0 \n0/1 \n0/2 \n0/4 \n", "\nended 0\n"},
         {126, "$hookhost --list $lacking", "[^]*HookProc +exported\n.*CloseSession  missing\n[^]*", ""},
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},

@@ -1,11 +1,11 @@
 // hookhost: calls an installer's custom-hook plug-in as the installer would.
 #include "tools/hookhost_options.h"
+#include "tools/hookhost_output.h"
 #include "tools/hookhost_run.h"
 #include "tools/standard_descriptors.h"
 
 #include <csignal>
 #include <exception>
-#include <fmt/format.h>
 
 namespace {
 
@@ -27,10 +27,10 @@ int main(int argc, char** argv)
         auto const options = readOptions(argc, argv);
         return options ? run(*options) : 0;
     } catch (Refusal const& refusal) {
-        fmt::print(stderr, "hookhost: {}\n", refusal.what());
+        complain(refusal.what());
         return refusal.exitStatus;
     } catch (std::exception const& error) {
-        fmt::print(stderr, "hookhost: {}\n", error.what());
+        complain(error.what());
         return kExitHostError;
     }
 }

@@ -1,5 +1,7 @@
 #include "tools/hookhost_options.h"
 
+#include "tools/hookhost_output.h"
+
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
@@ -137,7 +139,7 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     try {
         app.parse(argc, argv);
     } catch (CLI::CallForHelp const&) {
-        fmt::print("{}", app.help());
+        printAnswer(app.help());
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
         refuse(fmt::format("{}; see hookhost --help", error.what()));

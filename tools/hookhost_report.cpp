@@ -1,12 +1,12 @@
 #include "tools/hookhost_report.h"
 
+#include "tools/hookhost_output.h"
 #include "tools/printable.h"
 
 #include <cerrno>
 #include <ctime>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <string_view>
 #include <unistd.h>
 
 using Json = nlohmann::ordered_json;
@@ -106,13 +106,8 @@ void Report::failed(std::string const& phase, pid_t worker, Failure const& failu
 
 void Report::text(std::string const& lines) const
 {
-    std::string_view rest = lines;
-    while (!rest.empty()) {
-        ssize_t const written = write(STDOUT_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) {
-            writeError = errno;
-            return;
-        }
-        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    int const error = writeAll(STDOUT_FILENO, lines);
+    if (error != 0) {
+        writeError = error;
     }
 }

@@ -1,6 +1,7 @@
 #include "tools/hookhost_run.h"
 
 #include "tools/alternate_root.h"
+#include "tools/hookhost_output.h"
 #include "tools/hookhost_plugin.h"
 #include "tools/hookhost_report.h"
 
@@ -67,11 +68,6 @@ std::unique_ptr<RunRecord, SharedMemory> newRunRecord()
         throw std::bad_alloc();
     }
     return std::unique_ptr<RunRecord, SharedMemory>(new (memory) RunRecord);
-}
-
-void complain(std::string const& message)
-{
-    fmt::print(stderr, "hookhost: {}\n", message);
 }
 
 /// Wakes pselect when the worker ends, and does nothing else.
@@ -244,7 +240,7 @@ int inWorker(Run const& run)
         exitStatus = static_cast<int>(record.firstStatus);
     }
     if (record.writeError != 0) {
-        complain(fmt::format("output was lost: {}", std::strerror(record.writeError)));
+        complain(lossOf(record.writeError));
         return exitStatus == 0 ? kExitHostError : exitStatus;
     }
     return exitStatus;
@@ -344,7 +340,7 @@ int showRun(Options const& options)
                              options.logCallback ? "log" : "null", options.mode.name, phase.name);
     }
     lines += "would call QvInstallerCustomHookCloseSession()\n";
-    fmt::print("{}", lines);
+    printAnswer(lines);
     return 0;
 }
 
