@@ -13,13 +13,16 @@ class Hookhost : public ScratchRootTest
 {
 protected:
     /// Runs a shell command, where "$run" is the fixture with its home in the root: a call into it leaves "called".
+    /// After "unread", descriptor 4 is a pipe whose reader has left.
     int shell(std::string const& command)
     {
         // Unquoted variables are split at newlines alone: the paths may hold spaces.
         ShellResult const result =
             runShell(root, "IFS='\n'; hookhost='" HOOKHOST "' fixture='" FIXTURE "' product='" PRODUCT
                            "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' in=$root/in\n"
-                           "run=--home'\n/\n--root\n'$root'\n'$fixture\n" +
+                           "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
+                           "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
+                           "rm $root/unread; }\n" +
                                command);
         out = result.out;
         err = result.err;
@@ -113,7 +116,13 @@ TEST_F(Hookhost, CallsAndReports)
         {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
         {125, "$hookhost --help >/dev/full", "", "output was lost: No space left"},
         {125, "$hookhost -n --mode 0 $run >/dev/full", "", "output was lost: No space left"},
+        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 $run >&4", "", "^fixture loaded\nhookhost: output was lost: Broken pipe\n$"},
+        {3, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 --phase 2 -D times=3 $run >&4", "", "^fixture loaded\nhookhost: output was lost: Broken pipe\n$"},
         {128 + SIGTRAP, "$hookhost --mode 0 --phase 2 -D act=crash $run 2>/dev/full", ".* 0/2 \n.* = failed .*\n", "^$"},
+        // What the hook starts has SIGPIPE as it was: exec() lets an ignored signal be and resets a handled one.
+        {0, "for how in default ignore; do env --$how-signal=PIPE $hookhost --mode 0 --phase 2 $run -D act=hang |"
+            " { IFS=' ' read -r time phase pid said; grep SigIgn /proc/$pid/status; kill $pid; }; done",
+            "SigIgn:\t.*[02468ace].{3}\nSigIgn:\t.*[13579bdf].{3}\n", ""},
         // A pipe that does not block, full until its reader wakes up.
         {0, "{ dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; $hookhost --format raw --mode 0 $run; echo ended $? >&2; } |"
             " { sleep 1; tr -d '\\0'; }", "0/3 \n0/0 \n0/1 \n0/2 \n0/4 \n", "\nended 0\n"},

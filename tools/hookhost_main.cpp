@@ -22,6 +22,7 @@ int run(Options const& options)
 int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
+    outliveReaders();
     std::signal(SIGCHLD, SIG_DFL); // inherited as ignored, child processes could not be waited for
     try {
         auto const options = readOptions(argc, argv);

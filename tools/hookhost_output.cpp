@@ -3,10 +3,31 @@
 #include "tools/hookhost_options.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fmt/format.h>
 #include <poll.h>
 #include <unistd.h>
+
+namespace {
+
+/// Lets a write to a closed pipe fail instead, and does nothing else.
+void noticeBrokenPipe(int /*signal*/)
+{
+}
+
+} // namespace
+
+void outliveReaders()
+{
+    struct sigaction action = {};
+    sigaction(SIGPIPE, nullptr, &action);
+    if (action.sa_handler == SIG_DFL) {
+        // Deliberate: a handler, for SIG_IGN would outlast exec() and reach the hook's helper programs.
+        action.sa_handler = noticeBrokenPipe;
+        sigaction(SIGPIPE, &action, nullptr);
+    }
+}
 
 int writeAll(int descriptor, std::string_view text) noexcept
 {

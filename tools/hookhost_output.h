@@ -5,6 +5,11 @@
 #include <string>
 #include <string_view>
 
+/// A reader that leaves costs what was still to be printed and never ends the hook in mid-phase: a write to a
+/// closed pipe fails, the hook's own too. Programs that the hook starts find SIGPIPE as hookhost found it. To be
+/// called before anything is written.
+void outliveReaders();
+
 /// Writes all of a text, in one piece as far as the descriptor allows. Waits for room, even in a descriptor that
 /// does not block.
 ///
