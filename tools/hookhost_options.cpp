@@ -12,7 +12,8 @@ namespace {
 char const* const exitStatusHelp =
     "Exit status: 0, or the first status other than 0 that the hook returned (123 stands for 123 and above);\n"
     "124 a call took longer than --timeout, 125 usage or host error, 126 the plug-in lacks an entry point,\n"
-    "127 the plug-in cannot be loaded, 128+N the plug-in was ended by signal N. The last five end the run.";
+    "127 the plug-in cannot be loaded, 128+N the plug-in was ended by signal N. The last five end the run,\n"
+    "but for 125 after lost output, which stands in for 0 alone.";
 
 [[noreturn]] void refuse(std::string const& message)
 {
@@ -121,7 +122,9 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         app.add_option("--home", options.home, "The user's home folder, as seen from inside the root")
             ->type_name("DIR"),
         app.add_flag("--no-log-callback", silent, "Give the hook no log to write to"),
-        app.add_option("--format", format, "text (with time and phase), raw (the messages alone) or jsonl")
+        app.add_option(
+               "--format", format,
+               "text (with time and phase), raw (the messages, and\nhow a call failed to return) or jsonl")
             ->type_name("FORMAT"),
         app.add_flag("-n,--dry-run", options.dryRun,
                      "Check what can be checked without loading the plug-in,\nand say what would be called"),

@@ -41,7 +41,7 @@ constexpr std::array<char const*, 5> phaseNames = {"pre-system-check", "pre-payl
 enum class OutputFormat
 {
     kText,     ///< for people: time, mode/phase, process id and message; a closing line per phase
-    kRaw,      ///< the hook's messages alone, byte for byte
+    kRaw,      ///< the hook's messages, byte for byte; a line for a phase that did not return
     kJsonLines ///< one JSON object per message and per phase
 };
 
