@@ -10,19 +10,10 @@
 /// called before anything is written.
 void outliveReaders();
 
-/// Writes all of a text, in one piece as far as the descriptor allows. Waits for room, even in a descriptor that
-/// does not block.
-///
-/// @return 0, or the errno for which the rest of the text was lost
-int writeAll(int descriptor, std::string_view text) noexcept;
-
 /// Prints a text that is all of the answer.
 ///
 /// @throws Refusal (kExitHostError) if any of it was lost
 void printAnswer(std::string_view text);
-
-/// What is said of lost output, from the errno for which it was lost.
-std::string lossOf(int error);
 
 /// Says something on standard error, after hookhost's name. Should that be lost, there is nobody to tell.
 void complain(std::string const& message);

@@ -2,6 +2,7 @@
 
 #include "tools/hookhost_output.h"
 #include "tools/printable.h"
+#include "tools/standard_descriptors.h"
 
 #include <cerrno>
 #include <ctime>

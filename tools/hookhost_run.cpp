@@ -4,6 +4,7 @@
 #include "tools/hookhost_output.h"
 #include "tools/hookhost_plugin.h"
 #include "tools/hookhost_report.h"
+#include "tools/standard_descriptors.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,9 @@
 #include "tools/standard_descriptors.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 void occupyStandardDescriptors()
@@ -12,4 +15,27 @@ void occupyStandardDescriptors()
     if (descriptor > STDERR_FILENO) {
         close(descriptor);
     }
+}
+
+int writeAll(int descriptor, std::string_view text) noexcept
+{
+    while (!text.empty()) {
+        ssize_t const written = write(descriptor, text.data(), text.size());
+        if (written >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EAGAIN) {
+            pollfd room = {descriptor, POLLOUT, 0};
+            if (poll(&room, 1, -1) < 0 && errno != EINTR) {
+                return errno;
+            }
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+std::string lossOf(int error)
+{
+    return std::string("output was lost: ") + std::strerror(error);
 }

@@ -6,11 +6,7 @@
 #include "tools/veskdb_read.h"
 #include "tools/veskdb_verify.h"
 
-#include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <fmt/format.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -20,17 +16,9 @@ int print(std::vector<Section> const& sections, bool json)
 {
     Presentation const forPeople =
         isatty(STDOUT_FILENO) != 0 ? Presentation::kTable : Presentation::kTabSeparated;
-    std::string const output = present(sections, json ? Presentation::kJson : forPeople);
-    std::string_view rest = output;
-    while (!rest.empty()) {
-        ssize_t const written = write(STDOUT_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno == EAGAIN) {
-            pollfd waiting = {STDOUT_FILENO, POLLOUT, 0};
-            poll(&waiting, 1, -1);
-        } else if (written < 0 && errno != EINTR) {
-            throw Refusal(kExitError, fmt::format("output was lost: {}", std::strerror(errno)));
-        }
-        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    int const error = writeAll(STDOUT_FILENO, present(sections, json ? Presentation::kJson : forPeople));
+    if (error != 0) {
+        throw Refusal(kExitError, lossOf(error));
     }
     return 0;
 }

@@ -1,14 +1,13 @@
 #include "tools/veskdb_options.h"
 
 #include "libdolmvesk/payloaddb.h"
+#include "tools/standard_descriptors.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <cstring>
 #include <fmt/format.h>
+#include <unistd.h>
 
 namespace {
 
@@ -274,9 +273,9 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
         app.parse(arguments);
     } catch (CLI::CallForHelp const&) {
-        fmt::print("{}", app.help());
-        if (std::fflush(stdout) != 0) {
-            refuse(fmt::format("output was lost: {}", std::strerror(errno)));
+        int const error = writeAll(STDOUT_FILENO, app.help());
+        if (error != 0) {
+            refuse(lossOf(error));
         }
         return std::nullopt;
     } catch (CLI::ParseError const& error) {

@@ -1,6 +1,7 @@
 #include "tools/veskdb_present.h"
 
 #include "libdolmvesk/payloaddb.h"
+#include "tools/printable.h"
 
 #include <algorithm>
 #include <ctime>
@@ -144,29 +145,7 @@ Json documentOf(Section const& section)
 
 std::string escaped(std::string_view text)
 {
-    std::string result;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        unsigned char const byte = static_cast<unsigned char>(text[at]);
-        // U+0080 to U+009F, control characters of two bytes
-        bool const longControl =
-            byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1] - '\x80') < 0x20;
-        if (byte == '\\') {
-            result += "\\\\";
-        } else if (byte == '\t') {
-            result += "\\t";
-        } else if (byte == '\n') {
-            result += "\\n";
-        } else if (byte == '\r') {
-            result += "\\r";
-        } else if (longControl) {
-            result += fmt::format("\\xC2\\x{:02X}", static_cast<unsigned char>(text[++at]));
-        } else if (byte < ' ' || byte == 0x7F) {
-            result += fmt::format("\\x{:02X}", byte);
-        } else {
-            result += text[at];
-        }
-    }
-    return result;
+    return printable(text, "\\\t");
 }
 
 std::string isoTime(int64_t seconds)
