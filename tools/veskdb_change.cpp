@@ -15,6 +15,7 @@
 namespace {
 
 constexpr bool createWhenMissing = true;
+constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 constexpr int stepsBetweenLooks = 100000; // of SQLite's machine: some milliseconds
 
 [[noreturn]] void refuse(std::string const& what, int32_t status)
@@ -69,10 +70,10 @@ public:
     {
         signals.requireNone();
         require(database.commit(session), fmt::format("committing to '{}'", pathOf(database)));
-        signals.forget();
         if (database.store == &payloadDatabase) {
             tellOfLostBackup();
         }
+        signals.forget();
     }
 
 private:
@@ -125,12 +126,6 @@ std::string settingName(Options const& options, std::string const& key)
 
 } // namespace
 
-namespace {
-
-constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-
-} // namespace
-
 HeldSignals::HeldSignals()
 {
     sigemptyset(&held);
@@ -160,8 +155,8 @@ bool HeldSignals::anyHasCome() const
 void HeldSignals::requireNone() const
 {
     if (anyHasCome()) {
-        tell(
-            {"interrupted; nothing was changed"}); // now: the signal ends the process before the refusal is told
+        // Now: the signal ends the process before the refusal is told.
+        tell({"interrupted; nothing was changed"});
         throw Refusal(kExitError, "interrupted");
     }
 }
