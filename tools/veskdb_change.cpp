@@ -6,7 +6,6 @@
 #include "tools/veskdb_read.h"
 
 #include <algorithm>
-#include <ctime>
 #include <fmt/format.h>
 #include <iostream>
 #include <sqlite3.h>
@@ -70,10 +69,10 @@ public:
     {
         signals.requireNone();
         require(database.commit(session), fmt::format("committing to '{}'", pathOf(database)));
+        signals.ignore();
         if (database.store == &payloadDatabase) {
             tellOfLostBackup();
         }
-        signals.forget();
     }
 
 private:
@@ -161,10 +160,10 @@ void HeldSignals::requireNone() const
     }
 }
 
-void HeldSignals::forget() const
+void HeldSignals::ignore() const
 {
-    timespec const noTime = {0, 0};
-    while (sigtimedwait(&held, nullptr, &noTime) > 0) {
+    for (int const each : endingSignals) {
+        std::signal(each, SIG_IGN); // which discards one that has come
     }
 }
 

@@ -36,8 +36,8 @@ public:
     /// @throws Refusal when one has come, and says so: the last moment to give up
     void requireNone() const;
 
-    /// Lets those that have come be: what they were to end is done.
-    void forget() const;
+    /// From here to the program's end they end nothing: what they were to end is done.
+    void ignore() const;
 
 private:
     sigset_t held = {};

@@ -253,8 +253,9 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
     NewFile const copy(target);
     copyChecked(source, copy, database);
     signals.requireNone();
-    tellKept(target, copy.replaceTarget());
-    signals.forget();
+    std::string const kept = copy.replaceTarget();
+    signals.ignore();
+    tellKept(target, kept);
 }
 
 } // namespace
@@ -318,6 +319,7 @@ void restore(Options const& options)
     veskiSetDbAccess(folder, restored.path.substr(restored.path.rfind('/') + 1),
                      database.store->sharedAccess);
     signals.requireNone();
-    tellKept(target, restored.replaceTarget());
-    signals.forget();
+    std::string const kept = restored.replaceTarget();
+    signals.ignore();
+    tellKept(target, kept);
 }
