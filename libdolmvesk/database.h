@@ -114,9 +114,10 @@ public:
     /// tables but without version rows is usable.
     ///
     /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (something other than a file
-    ///         is there, or a later version failed); kVeskAccessDenied (veskiMayOpenDatabase says no); kVeskSchemaTooNew; kVeskNotFound (a version row is
-    ///         missing from a file that needs no step); a status of veskiCreatePath or veskiSQLiteErrorMap.
-    ///         On failure nothing is left open; versions applied so far stay.
+    ///         is there, or a later version failed); kVeskAccessDenied (also when veskiMayOpenDatabase says
+    ///         no); kVeskSchemaTooNew; kVeskNotFound (a version row is missing from a file that needs no
+    ///         step); a status of veskiCreatePath or veskiSQLiteErrorMap. On failure nothing is left open;
+    ///         versions applied so far stay.
     int32_t dbOpen();
 
     /// Runs the statements of one schema version in one transaction, all or none.

@@ -38,7 +38,7 @@ bool veskiPathParent(std::string const& path, std::string& parent);
 /// Joins two parts of a path with exactly one "/"; slashes that lead the tail are dropped.
 ///
 /// @param base  folder, not empty
-/// @param tail  what to append; empty: the result is the base as it is
+/// @param tail  what to append, no part of out; empty: the result is the base as it is
 /// @param out   receives the path; may be the base; untouched on failure
 /// @return false when the two lengths add up to more than 1024 bytes
 bool veskiPathAppend(std::string const& base, std::string_view tail, std::string& out);

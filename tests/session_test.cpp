@@ -193,7 +193,7 @@ TEST_F(Sessions, BackupsCopyTheFile)
         EXPECT_EQ(backup(), kVeskOK);
         EXPECT_EQ(readFile(copy), readFile(store.file));
         FailingVfs vfs;
-        arm({FaultPlace::kRead, SQLITE_IOERR_READ, true, "read"}, 1);
+        arm({FaultPlace::kRead, SQLITE_IOERR_READ, "read"}, 1, true);
         EXPECT_EQ(backup(), kVeskIOError);
         disarm();
         // Intended: a target that does not open counts as copied, and the status is the folder's.

@@ -14,24 +14,27 @@ int const stride = UNDER_SANITIZERS ? 5 : sizeof(void*) == 4 ? 3 : 1;
 class Faults : public ScratchRootTest
 {
 protected:
-    /// Lets each fault strike at each place that there is, or each so many, in a run of its own.
+    /// Lets each fault strike at each place that there is, or each so many, in a run of its own: once, then for ever.
     template<class Prepare, class Use, class Check>
-    void sweep(std::vector<Fault> const& faults, int step, Prepare prepare, Use use, Check check)
+    void sweep(int step, Prepare prepare, Use use, Check check)
     {
-        for (auto const& fault : faults) {
-            for (int nth = 1; !HasFailure(); nth += step) {
-                SCOPED_TRACE(testing::Message() << fault.name << ' ' << nth);
-                prepare();
-                long const before = liveAllocations;
-                arm(fault, nth);
-                auto const outcome = use();
-                disarm();
-                EXPECT_EQ(liveAllocations, before);
-                EXPECT_EQ(openDescriptors(), descriptors);
-                check(outcome);
-                ++runs;
-                if (!struck()) {
-                    break;
+        for (auto const& fault : allFaults) {
+            for (bool const forEver : {false, true}) {
+                for (int nth = 1; !HasFailure(); nth += step) {
+                    SCOPED_TRACE(testing::Message()
+                                 << fault.name << ' ' << nth << (forEver ? " for ever" : ""));
+                    prepare();
+                    long const before = liveAllocations;
+                    arm(fault, nth, forEver);
+                    auto const outcome = use();
+                    disarm();
+                    EXPECT_EQ(liveAllocations, before);
+                    EXPECT_EQ(openDescriptors(), descriptors);
+                    check(outcome);
+                    ++runs;
+                    if (!struck()) {
+                        break;
+                    }
                 }
             }
         }
@@ -48,11 +51,9 @@ TEST_F(Faults, LoseNothingOfStoresInUse)
 {
     Machine const machine = makeMachine();
     for (auto const& store : stores) {
-        for (auto const* faults : {&layerFaults, &callFaults}) {
-            sweep(
-                *faults, stride, [&] { restoreMachine(machine); }, [&] { return useStore(store); },
-                [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome); });
-        }
+        sweep(
+            stride, [&] { restoreMachine(machine); }, [&] { return useStore(store); },
+            [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome); });
     }
 }
 
@@ -60,12 +61,10 @@ TEST_F(Faults, LeaveNewStoresUsable)
 {
     for (auto const& store : stores) {
         useStore(store); // whatever SQLite allocates once
-        for (auto const* faults : {&layerFaults, &callFaults}) {
-            // Creating its tables is most of the work, one like the other.
-            sweep(
-                *faults, 5 * stride, [&] { root.renew(); }, [&] { return useStore(store); },
-                [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome, false); });
-        }
+        // Creating its tables is most of the work, one like the other.
+        sweep(
+            5 * stride, [&] { root.renew(); }, [&] { return useStore(store); },
+            [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome, false); });
     }
 }
 
@@ -74,22 +73,19 @@ TEST_F(Faults, LeaveNoHalfFileOfAPhase)
     Machine const machine = makeMachine();
     runEveryPhase();
     int identifiers = 0;
-    for (auto const* faults : {&layerFaults, &callFaults}) {
-        sweep(
-            *faults, stride, [&] { restoreMachine(machine); }, runEveryPhase,
-            [&](bool allFine) {
-                EXPECT_TRUE(allFine);
-                EXPECT_LE(exists(identifierFolder) ? namesIn(identifierFolder).size() : 0, 1U);
-                std::string const identifier = readFile(identifierFolder + "/UUID.plist");
-                EXPECT_TRUE(identifier.empty() || identifier.find("</plist>") != std::string::npos)
-                    << identifier;
-                std::string const events = readFile(newEventsFolder + "/Tessarine/customevents.dat");
-                EXPECT_TRUE(events.empty() || events == "events");
-                identifiers += identifier.empty() ? 0 : 1;
-                EXPECT_EQ(readFile(payloadFile), machine.at(payloadFile));
-                EXPECT_EQ(rows(masterFile, "PRAGMA integrity_check"), "ok");
-            });
-    }
+    sweep(
+        stride, [&] { restoreMachine(machine); }, runEveryPhase,
+        [&](bool allFine) {
+            EXPECT_TRUE(allFine);
+            EXPECT_LE(exists(identifierFolder) ? namesIn(identifierFolder).size() : 0, 1U);
+            std::string const identifier = readFile(identifierFolder + "/UUID.plist");
+            EXPECT_TRUE(identifier.empty() || identifier.find("</plist>") != std::string::npos) << identifier;
+            std::string const events = readFile(newEventsFolder + "/Tessarine/customevents.dat");
+            EXPECT_TRUE(events.empty() || events == "events");
+            identifiers += identifier.empty() ? 0 : 1;
+            EXPECT_EQ(readFile(payloadFile), machine.at(payloadFile));
+            EXPECT_EQ(rows(masterFile, "PRAGMA integrity_check"), "ok");
+        });
     EXPECT_GT(identifiers, 0);
     for (auto const& store : stores) {
         expectWholeAndUsable(store, {});

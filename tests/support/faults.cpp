@@ -4,26 +4,16 @@
 
 namespace testing_support {
 
-std::vector<Fault> const layerFaults = {
-    {FaultPlace::kOpen, SQLITE_CANTOPEN, false, "open once"},
-    {FaultPlace::kOpen, SQLITE_CANTOPEN, true, "open for ever"},
-    {FaultPlace::kRead, SQLITE_IOERR_READ, false, "read once"},
-    {FaultPlace::kRead, SQLITE_IOERR_READ, true, "read for ever"},
-    {FaultPlace::kWrite, SQLITE_IOERR_WRITE, false, "write once"},
-    {FaultPlace::kWrite, SQLITE_IOERR_WRITE, true, "write for ever"},
-    {FaultPlace::kWrite, SQLITE_FULL, false, "full once"},
-    {FaultPlace::kWrite, SQLITE_FULL, true, "full for ever"},
-    {FaultPlace::kSync, SQLITE_IOERR_FSYNC, false, "sync once"},
-    {FaultPlace::kSync, SQLITE_IOERR_FSYNC, true, "sync for ever"},
-    {FaultPlace::kTruncate, SQLITE_IOERR_TRUNCATE, true, "truncate for ever"},
-    {FaultPlace::kDelete, SQLITE_IOERR_DELETE, true, "delete for ever"},
-};
-
-std::vector<Fault> const callFaults = {
-    {FaultPlace::kAllocation, SQLITE_NOMEM, false, "allocation once"},
-    {FaultPlace::kAllocation, SQLITE_NOMEM, true, "allocation for ever"},
-    {FaultPlace::kSystemCall, SQLITE_IOERR, false, "system call once"},
-    {FaultPlace::kSystemCall, SQLITE_IOERR, true, "system call for ever"},
+std::vector<Fault> const allFaults = {
+    {FaultPlace::kOpen, SQLITE_CANTOPEN, "open"},
+    {FaultPlace::kRead, SQLITE_IOERR_READ, "read"},
+    {FaultPlace::kWrite, SQLITE_IOERR_WRITE, "write"},
+    {FaultPlace::kWrite, SQLITE_FULL, "write to a full disk"},
+    {FaultPlace::kSync, SQLITE_IOERR_FSYNC, "sync"},
+    {FaultPlace::kTruncate, SQLITE_IOERR_TRUNCATE, "truncate"},
+    {FaultPlace::kDelete, SQLITE_IOERR_DELETE, "delete"},
+    {FaultPlace::kAllocation, SQLITE_NOMEM, "allocation"},
+    {FaultPlace::kSystemCall, SQLITE_IOERR, "system call"},
 };
 
 long liveAllocations = 0;
@@ -33,6 +23,7 @@ namespace {
 sqlite3_vfs* real = nullptr;
 sqlite3_vfs failing;
 Fault armed{};
+bool armedForEver = false;
 int remaining = 0; // operations until the fault; 0: none armed
 bool hasStruck = false;
 
@@ -190,9 +181,10 @@ FailingVfs::~FailingVfs()
     sqlite3_vfs_register(real, 1);
 }
 
-void arm(Fault const& fault, int nth)
+void arm(Fault const& fault, int nth, bool forEver)
 {
     armed = fault;
+    armedForEver = forEver;
     remaining = nth;
     hasStruck = false;
 }
@@ -213,7 +205,7 @@ bool strikes(FaultPlace place)
         return false;
     }
     hasStruck = true;
-    remaining = armed.forEver ? 1 : 0;
+    remaining = armedForEver ? 1 : 0;
     return true;
 }
 

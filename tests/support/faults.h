@@ -26,16 +26,14 @@ struct Fault
 {
     FaultPlace place;
     int sqliteCode;
-    bool forEver;
     char const* name;
 };
 
-/// Every kind of fault there is, for sweeps: of SQLite's layer, then of the product's calls.
-extern std::vector<Fault> const layerFaults;
-extern std::vector<Fault> const callFaults;
+/// Every kind of fault there is, for sweeps.
+extern std::vector<Fault> const allFaults;
 
-/// Lets the Nth operation at the fault's place from now on, counted from 1, fail.
-void arm(Fault const& fault, int nth);
+/// Lets the Nth operation at the fault's place from now on, counted from 1, fail; for ever: each from that one on.
+void arm(Fault const& fault, int nth, bool forEver);
 void disarm();
 
 /// Whether the armed fault has struck.
