@@ -1,0 +1,21 @@
+/// Text of unknown origin, made fit for a line on a terminal.
+#ifndef TOOLS_COMMON_PRINTABLE_H
+#define TOOLS_COMMON_PRINTABLE_H
+
+#include <string>
+#include <string_view>
+
+namespace common {
+
+/// Makes control characters visible, the two-byte ones of UTF-8 (U+0080 to U+009F) too, but for tabs: the text
+/// stays on its line and leaves the terminal alone. Other bytes stay, even those that are no UTF-8.
+///
+/// @param text         any bytes
+/// @param alsoEscaped  ASCII characters to make visible besides, such as "\\\t" where escapes must be told from text
+///                     and tabs separate columns
+/// @return the text with such characters as \n, \r, \t, \\ or, byte by byte, \xNN
+std::string printable(std::string_view text, std::string_view alsoEscaped = "");
+
+} // namespace common
+
+#endif

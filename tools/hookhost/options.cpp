@@ -1,0 +1,186 @@
+#include "tools/hookhost/options.h"
+
+#include "tools/hookhost/output.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <fmt/format.h>
+
+namespace hookhost {
+
+namespace {
+
+char const* const exitStatusHelp =
+    "Exit status: 0, or the first status other than 0 that the hook returned (123 stands for 123 and above);\n"
+    "124 a call took longer than --timeout, 125 usage or host error, 126 the plug-in lacks an entry point,\n"
+    "127 the plug-in cannot be loaded, 128+N the plug-in was ended by signal N. The last five end the run,\n"
+    "but for 125 after lost output, which stands in for 0 alone.";
+
+[[noreturn]] void refuse(std::string const& message)
+{
+    throw Refusal(kExitHostError, message);
+}
+
+/// Decimal, or hexadecimal after "0x"; from -2^31 to 2^32-1, as the 32 bits that stand for it.
+std::optional<uint32_t> readNumber(std::string_view text)
+{
+    bool const negative = text.substr(0, 1) == "-";
+    text.remove_prefix(negative ? 1 : 0);
+    bool const hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+    text.remove_prefix(hexadecimal ? 2 : 0);
+    uint32_t value = 0;
+    char const* const end = text.data() + text.size();
+    auto const read = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
+    if (read.ec != std::errc() || read.ptr != end || (negative && value > 0x80000000U)) {
+        return std::nullopt;
+    }
+    return negative ? 0 - value : value;
+}
+
+template<class Names>
+HookNumber readNameOrNumber(char const* option, std::string const& text, Names const& names)
+{
+    std::optional<uint32_t> value = readNumber(text);
+    for (uint32_t number = 0; number < names.size(); ++number) {
+        if (text == names[number]) {
+            value = number;
+        }
+    }
+    if (!value) {
+        refuse(fmt::format("{} '{}' is unknown; give one of {} or a 32-bit number, such as 7 or 0xFFFFFFFF",
+                           option, text, fmt::join(names, ", ")));
+    }
+    return {*value, *value < names.size() ? names[*value] : text};
+}
+
+std::pair<std::string, std::string> readProperty(std::string const& text)
+{
+    std::size_t const equals = text.find('=');
+    if (equals == std::string::npos || equals == 0) {
+        refuse(fmt::format("--property '{}' has no {}; give NAME=VALUE", text, equals == 0 ? "name" : "'='"));
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::chrono::milliseconds readTimeout(std::string const& text)
+{
+    constexpr double most = 30 * 24 * 3600;
+    double seconds = 0;
+    char const* const end = text.data() + text.size();
+    auto const read = std::from_chars(text.data(), end, seconds);
+    if (read.ec != std::errc() || read.ptr != end || !(seconds > 0 && seconds <= most)) {
+        refuse(
+            fmt::format("--timeout '{}' will not do; give seconds above 0, such as 30 or 0.5, at most {:.0f}",
+                        text, most));
+    }
+    return std::chrono::milliseconds(std::llround(std::ceil(seconds * 1000)));
+}
+
+OutputFormat readFormat(std::string const& text)
+{
+    if (text == "text") {
+        return OutputFormat::kText;
+    }
+    if (text == "raw") {
+        return OutputFormat::kRaw;
+    }
+    if (text == "jsonl") {
+        return OutputFormat::kJsonLines;
+    }
+    refuse(fmt::format("--format '{}' is unknown; give one of text, raw, jsonl", text));
+}
+
+} // namespace
+
+std::optional<Options> readOptions(int argc, char const* const* argv)
+{
+    Options options;
+    std::string mode;
+    std::vector<std::string> phases = {"session-open", "pre-system-check", "pre-payload", "post-payload",
+                                       "session-close"};
+    std::vector<std::string> properties;
+    std::string timeout;
+    std::string format = "text";
+    bool silent = false;
+
+    CLI::App app("Calls an installer's custom-hook plug-in as the installer would.", "hookhost");
+    app.footer(exitStatusHelp);
+    app.add_option("PLUGIN", options.plugin, "The plug-in, a dynamic library")->type_name("")->required();
+    app.add_flag("--list", options.list, "List the plug-in's entry points and phase procedures instead");
+    CLI::Option const* const runOptions[] = {
+        app.add_option("--mode", mode, "install, reinstall, uninstall or a number")->type_name("MODE"),
+        app.add_option("--phase", phases,
+                       "A phase to run, by name or number; may be repeated.\n"
+                       "Without it: session-open, pre-system-check,\n"
+                       "pre-payload, post-payload, session-close")
+            ->type_name("PHASE")
+            ->allow_extra_args(false),
+        app.add_option("-D,--property", properties, "A session property; may be repeated")
+            ->type_name("NAME=VALUE")
+            ->allow_extra_args(false),
+        app.add_option("--root", options.root, "Enter this folder as the root before any call")
+            ->type_name("DIR"),
+        app.add_option("--home", options.home, "The user's home folder, as seen from inside the root")
+            ->type_name("DIR"),
+        app.add_flag("--no-log-callback", silent, "Give the hook no log to write to"),
+        app.add_option(
+               "--format", format,
+               "text (with time and phase), raw (the messages, and\nhow a call failed to return) or jsonl")
+            ->type_name("FORMAT"),
+        app.add_flag("-n,--dry-run", options.dryRun,
+                     "Check what can be checked without loading the plug-in,\nand say what would be called"),
+    };
+    app.add_option("--timeout", timeout, "The longest that a call into the plug-in may take")
+        ->type_name("SECONDS");
+
+    // Left to itself, the parser would take the next argument for the missing value.
+    for (int each = 1; each < argc && std::string_view(argv[each]) != "--"; ++each) {
+        std::string_view const argument = argv[each];
+        if (argument.substr(0, 2) == "--" && argument.find('=') == argument.size() - 1) {
+            refuse(fmt::format("{} has no value; give one after the '='", argument));
+        }
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::CallForHelp const&) {
+        printAnswer(app.help());
+        return std::nullopt;
+    } catch (CLI::ParseError const& error) {
+        refuse(fmt::format("{}; see hookhost --help", error.what()));
+    }
+
+    if (options.plugin.find('/') == std::string::npos) {
+        options.plugin.insert(0, "./");
+    }
+    if (!timeout.empty()) {
+        options.timeout = readTimeout(timeout);
+    }
+    if (options.list) {
+        for (CLI::Option const* const option : runOptions) {
+            if (option->count() > 0) {
+                refuse(fmt::format("--list calls nothing; leave out {}", option->get_name()));
+            }
+        }
+        return options;
+    }
+    if (mode.empty()) {
+        refuse(fmt::format("--mode is missing; give one of {} or a number", fmt::join(modeNames, ", ")));
+    }
+    options.mode = readNameOrNumber("--mode", mode, modeNames);
+    for (std::string const& phase : phases) {
+        options.phases.push_back(readNameOrNumber("--phase", phase, phaseNames));
+    }
+    for (std::string const& property : properties) {
+        options.properties.push_back(readProperty(property));
+    }
+    if (options.home && options.home->substr(0, 1) != "/") {
+        refuse(fmt::format("--home '{}' is relative; give an absolute path, as seen from inside the root",
+                           *options.home));
+    }
+    options.logCallback = !silent;
+    options.format = readFormat(format);
+    return options;
+}
+
+} // namespace hookhost

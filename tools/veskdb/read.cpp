@@ -1,0 +1,274 @@
+#include "tools/veskdb/read.h"
+
+#include "libdolmvesk/vesk_status.h"
+#include "tools/veskdb/status_name.h"
+
+#include <fmt/format.h>
+
+namespace veskdb {
+
+namespace {
+
+/// Columns whose headings are their own names.
+std::vector<Column> columnsNamed(std::vector<std::string> const& names)
+{
+    std::vector<Column> columns;
+    columns.reserve(names.size());
+    for (std::string const& name : names) {
+        columns.push_back({name, name});
+    }
+    return columns;
+}
+
+/// Reads one section; the rest of the query begins with the table.
+Section read(RecordReader const& reader, std::string const& name, bool single,
+             std::vector<Column> const& columns, std::string const& rest,
+             std::vector<std::string> const& parameters = {})
+{
+    std::vector<std::string> names;
+    names.reserve(columns.size());
+    for (Column const& column : columns) {
+        names.push_back(column.name);
+    }
+    return {name, single, columns,
+            reader.rows(fmt::format("SELECT {} FROM {}", fmt::join(names, ", "), rest), parameters)};
+}
+
+[[noreturn]] void refuseMissing(std::string const& what)
+{
+    throw Refusal(kExitNotFound, fmt::format("{}: {}", what, describeStatus(kVeskNotFound)));
+}
+
+/// Rows of each table, but for those that the schema itself fills.
+Json rowCounts(RecordReader const& reader)
+{
+    Json counts = Json::object();
+    for (Row const& table : reader.rows("SELECT name, replace(name, '\"', '\"\"') FROM sqlite_master "
+                                        "WHERE type = 'table' AND name NOT IN "
+                                        "('pcd_meta', 'dependency_type') ORDER BY rowid")) {
+        counts[table[0].get<std::string>()] =
+            reader.rows(fmt::format("SELECT count(*) FROM \"{}\"", table[1].get<std::string>()))[0][0];
+    }
+    return counts;
+}
+
+Json metaValue(RecordReader const& reader, char const* key)
+{
+    std::vector<Row> const rows = reader.rows("SELECT value FROM pcd_meta WHERE key = ?1", {key});
+    return rows.empty() ? Json() : rows[0][0];
+}
+
+Section describe(Database const& database)
+{
+    Section section = {database.name,
+                       true,
+                       {{"path", "path"},
+                        {"present", "present"},
+                        {"size", "size"},
+                        {"owner", "owner"},
+                        {"mode", "mode"},
+                        {"modified", "modified", ValueKind::kTime},
+                        {"schema_version", "schema version"},
+                        {"schema_compatibility_version", "usable from version"},
+                        {"rows", "rows"},
+                        {"unreadable", "unreadable"},
+                        {"backup", "backup"},
+                        {"backup_modified", "backup made", ValueKind::kTime}},
+                       {}};
+    std::string const path = pathOf(database);
+    Row row(section.columns.size());
+    row[0] = path;
+    row[1] = false;
+    try {
+        if (auto const status = lookAt(path)) {
+            row[1] = true;
+            row[2] = static_cast<int64_t>(status->st_size);
+            row[3] = ownerOf(*status);
+            row[4] = modeOf(*status);
+            row[5] = static_cast<int64_t>(status->st_mtime);
+            RecordReader const reader(path);
+            row[6] = metaValue(reader, "schema_version");
+            row[7] = metaValue(reader, "schema_compatibility_version");
+            row[8] = rowCounts(reader);
+        }
+    } catch (std::exception const& error) {
+        row[9] = error.what();
+    }
+    std::string const backup = backupPathOf(database);
+    if (database.hasBackup) {
+        row[10] = backup;
+        if (auto const status = lookAt(backup)) {
+            row[11] = static_cast<int64_t>(status->st_mtime);
+        }
+    }
+    section.rows = {row};
+    return section;
+}
+
+} // namespace
+
+RecordReader openToRead(Database const& database)
+{
+    std::string const path = pathOf(database);
+    if (!lookAt(path)) {
+        refuseMissing(fmt::format("{}, '{}'", database.title, path));
+    }
+    return RecordReader(path);
+}
+
+std::string ownerOf(struct stat const& status)
+{
+    return fmt::format("{}:{}", status.st_uid, status.st_gid);
+}
+
+std::string modeOf(struct stat const& status)
+{
+    return fmt::format("{:04o}", status.st_mode & 07777U);
+}
+
+std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::string const& payloadID)
+{
+    std::vector<std::string> originals;
+    for (Row const& row : reader.rows("SELECT PayloadID FROM payloads WHERE PayloadID <> ?1 AND PayloadID IN "
+                                      "(SELECT payloadIDOriginal FROM upgraded_payloads "
+                                      "WHERE payloadIDUpgraded = ?1) ORDER BY PayloadID",
+                                      {payloadID})) {
+        originals.push_back(row[0].get<std::string>());
+    }
+    return originals;
+}
+
+void requirePayload(RecordReader const& reader, std::string const& payloadID)
+{
+    if (reader.rows("SELECT 1 FROM payloads WHERE PayloadID = ?1", {payloadID}).empty()) {
+        refuseMissing(fmt::format("payload '{}'", payloadID));
+    }
+}
+
+std::vector<Section> listPayloads(Options const& options)
+{
+    std::string const filter = options.state ? fmt::format("WHERE installState = {} ", *options.state) : "";
+    return {read(openToRead(options.database()), "", false,
+                 {{"installState", "STATE", ValueKind::kState},
+                  {"PayloadID", "ID"},
+                  {"version", "VERSION"},
+                  {"productFamily", "FAMILY"},
+                  {"productName", "NAME"},
+                  {"installTime", "CHANGED", ValueKind::kTime},
+                  {"signature", ""}},
+                 "payloads " + filter + "ORDER BY installTime, rowid")};
+}
+
+std::vector<Section> listSettings(Options const& options)
+{
+    std::string filter;
+    std::vector<std::string> parameters;
+    if (options.domain) {
+        filter = " WHERE domain = ?1";
+        parameters.push_back(fmt::format("{}", *options.domain));
+    }
+    char const* const columns[] = {"subDomain", "key"};
+    for (std::size_t each = 0; each < options.address.size(); ++each) {
+        filter += fmt::format(" AND {} = ?{}", columns[each], each + 2);
+        parameters.push_back(options.address[each]);
+    }
+    Section settings =
+        read(openToRead(options.database()), "", false,
+             {{"domain", "DOMAIN"}, {"subDomain", "SUBDOMAIN"}, {"key", "KEY"}, {"value", "VALUE"}},
+             "domain_data" + filter + " ORDER BY CAST(domain AS INTEGER), subDomain, key", parameters);
+    if (options.address.size() == 2 && settings.rows.empty()) {
+        refuseMissing(
+            fmt::format("setting {} '{}' '{}'", *options.domain, options.address[0], options.address[1]));
+    }
+    return {settings};
+}
+
+std::vector<Section> listCatalogue(Options const& options)
+{
+    RecordReader const reader = openToRead(options.database());
+    return {
+        read(reader, "dolm_payload", false,
+             columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"}),
+             "dolm_payload ORDER BY payloadID"),
+        read(reader, "dolm_collection", false,
+             columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
+             "dolm_collection ORDER BY collectionID"),
+    };
+}
+
+std::vector<Section> showPayload(Options const& options)
+{
+    RecordReader const reader = openToRead(options.database());
+    std::vector<std::string> const id = {options.payloadID};
+    requirePayload(reader, options.payloadID);
+    return {
+        read(reader, "payloads", true,
+             {{"PayloadID", "PayloadID"},
+              {"productFamily", "productFamily"},
+              {"productName", "productName"},
+              {"version", "version"},
+              {"signature", "signature"},
+              {"installState", "installState", ValueKind::kState},
+              {"installTime", "installTime", ValueKind::kTime}},
+             "payloads WHERE PayloadID = ?1", id),
+        read(reader, "dependencies", false, columnsNamed({"PayloadID", "PayloadIDb", "type", "description"}),
+             "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
+             "ORDER BY type, PayloadID, PayloadIDb",
+             id),
+        read(reader, "upgraded_payloads", false, columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
+             "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id),
+        read(reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
+             "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id),
+    };
+}
+
+std::vector<Section> showCatalogue(Options const& options)
+{
+    RecordReader const reader = openToRead(options.database());
+    std::vector<std::string> const id = {options.payloadID};
+    std::vector<Section> sections = {
+        read(reader, "dolm_payload", true,
+             columnsNamed({"payloadID", "productFamily", "productName", "version", "signature"}),
+             "dolm_payload WHERE payloadID = ?1", id),
+        read(reader, "dolm_collection", true,
+             columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
+             "dolm_collection WHERE collectionID = ?1", id),
+    };
+    if (sections[0].rows.empty() && sections[1].rows.empty()) {
+        refuseMissing(fmt::format("payload or collection '{}'", options.payloadID));
+    }
+    struct
+    {
+        char const* table;
+        std::vector<std::string> columns;
+        char const* filter;
+    } const related[] = {
+        {"dolm_collection_payload",
+         {"collectionID", "payloadID", "installState", "tsInstalled"},
+         "collectionID, payloadID"},
+        {"dolm_payload_constraint", {"payloadID", "payloadIDb", "constraintType"}, "payloadID, payloadIDb"},
+        {"upgraded_payloads",
+         {"payloadIDOriginal", "payloadIDUpgraded"},
+         "payloadIDOriginal, payloadIDUpgraded"},
+        {"collection_data", {"collectionID", "domain", "key", "value"}, "collectionID"},
+        {"payload_data", {"payloadID", "domain", "key", "value"}, "payloadID"},
+    };
+    for (auto const& each : related) {
+        sections.push_back(read(reader, each.table, false, columnsNamed(each.columns),
+                                fmt::format("{} WHERE ?1 IN ({}) ORDER BY 1, 2", each.table, each.filter),
+                                id));
+    }
+    return sections;
+}
+
+std::vector<Section> showDatabases()
+{
+    std::vector<Section> sections;
+    sections.reserve(databases.size());
+    for (Database const& database : databases) {
+        sections.push_back(describe(database));
+    }
+    return sections;
+}
+
+} // namespace veskdb
