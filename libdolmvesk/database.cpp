@@ -12,8 +12,6 @@
 
 namespace {
 
-int const busyTimeout = 2000; // milliseconds
-
 // A table of versions gives its answer in some twenty steps of SQLite's machine.
 int const versionQuerySteps = 1'000'000;
 
@@ -63,6 +61,11 @@ bool changesRows(char const* text)
 
 char const* const empty_string = "";
 char const** const empty_list = const_cast<char const**>(emptyListEntries);
+
+int32_t newestSchemaVersion(schemaType type)
+{
+    return type == kSchemaTypePayload || type == kSchemaTypeReserved ? 1 : 2;
+}
 
 int32_t veskiSQLiteErrorMap(int sqliteCode)
 {
@@ -168,7 +171,7 @@ int32_t VeskiDataStore::dbOpen()
         db = nullptr;
         return veskiSQLiteErrorMap(opened);
     }
-    sqlite3_busy_timeout(db, busyTimeout);
+    sqlite3_busy_timeout(db, busyTimeoutMilliseconds);
     status = kVeskOK;
     if (!checkSchema) {
         return kVeskOK;
@@ -197,7 +200,7 @@ int32_t VeskiDataStore::readVersions(int32_t& current, int32_t& compatible)
 
 int32_t VeskiDataStore::applySchemas()
 {
-    int32_t const newest = schemaType == kSchemaTypePayload || schemaType == kSchemaTypeReserved ? 1 : 2;
+    int32_t const newest = newestSchemaVersion(schemaType);
     int32_t current = 0;
     int32_t compatible = 0;
     // A file in which the versions never end, such as a view that counts for ever, must not hold up the opening.

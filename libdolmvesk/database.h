@@ -26,6 +26,12 @@ enum schemaType : uint32_t
     kSchemaTypeReserved = 2  ///< version 1
 };
 
+/// The newest schema version of a type.
+int32_t newestSchemaVersion(schemaType type);
+
+/// How long a statement waits for another connection's lock.
+constexpr int busyTimeoutMilliseconds = 2000;
+
 /// What a single text and a list are before a query has run: an empty text and a list of nothing but its
 /// terminator. Shared by all and never written to.
 extern char const* const empty_string;

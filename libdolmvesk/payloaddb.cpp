@@ -222,8 +222,8 @@ int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo
 
 } // namespace
 
-StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName,
-                                          gPdbSchemas,         false,         kSchemaTypePayload};
+StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName, gPdbSchemas, false,
+                                          kSchemaTypePayload,  true};
 
 int32_t pdbOpenSession(VeskSession** outSession)
 {

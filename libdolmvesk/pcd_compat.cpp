@@ -15,10 +15,10 @@ char const* const cacheFolder[] = {dbDir, hbSubdir, nullptr};
 
 } // namespace
 
-StoreDescription const masterStore = {kSessionKindMaster, masterFolder, dbName,
-                                      gPcdSchemas,        false,        kSchemaTypeStandard};
-StoreDescription const cacheStore = {kSessionKindCache, cacheFolder, hbName,
-                                     gHbSchemas,        true,        kSchemaTypeStandard};
+StoreDescription const masterStore = {kSessionKindMaster,  masterFolder, dbName, gPcdSchemas, false,
+                                      kSchemaTypeStandard, false};
+StoreDescription const cacheStore = {kSessionKindCache,   cacheFolder, hbName, gHbSchemas, true,
+                                     kSchemaTypeStandard, false};
 
 int32_t pcdOpenSession(VeskSession** outSession)
 {

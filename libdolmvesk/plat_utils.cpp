@@ -22,9 +22,8 @@ size_t const longestPath = 1024;
 size_t const usualPathSize = 100;
 size_t const copyBufferSize = 16384;
 
-uid_t const databaseOwner = 0;
-gid_t const databaseGroup = 80;
-mode_t const databaseFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+DatabaseAccess const ownAccess = {0, 80, 0755, 0644};
+DatabaseAccess const sharedAccess = {0, 80, 01777, 0666};
 
 bool isSuperUser()
 {
@@ -116,7 +115,7 @@ bool copyBytes(DatabaseSource& source, off_t size, int target)
     return true;
 }
 
-void setAccess(std::string const& path, bool shared)
+void setAccess(std::string const& path, DatabaseAccess const& access)
 {
     struct stat status = {};
     bool const superUser = isSuperUser();
@@ -130,22 +129,19 @@ void setAccess(std::string const& path, bool shared)
     if (superUser && !S_ISDIR(status.st_mode) && status.st_nlink > 1) {
         return; // a second name of some other file: its owner and mode are not the database's to change
     }
-    if (superUser && (status.st_uid != databaseOwner || status.st_gid != databaseGroup)) {
+    if (superUser && (status.st_uid != access.owner || status.st_gid != access.group)) {
         if (trustedLink) {
-            (void)!chown(path.c_str(), databaseOwner, databaseGroup);
+            (void)!chown(path.c_str(), access.owner, access.group);
         } else {
             // From here on the file is the super-user's, and nobody else can exchange it in a sticky folder.
-            (void)!lchown(path.c_str(), databaseOwner, databaseGroup);
+            (void)!lchown(path.c_str(), access.owner, access.group);
             if (lstat(path.c_str(), &status) != 0 || S_ISLNK(status.st_mode) ||
                 (!S_ISDIR(status.st_mode) && status.st_nlink > 1)) {
                 return;
             }
         }
     }
-    mode_t const folderMode =
-        shared ? S_ISVTX | S_IRWXU | S_IRWXG | S_IRWXO : S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
-    mode_t const fileMode = shared ? databaseFileMode | S_IWGRP | S_IWOTH : databaseFileMode;
-    (void)chmod(path.c_str(), (status.st_mode & S_IFDIR) != 0 ? folderMode : fileMode);
+    (void)chmod(path.c_str(), (status.st_mode & S_IFDIR) != 0 ? access.folder : access.file);
 }
 
 /// Whether somebody other than the super-user can create, exchange and remove files in a folder.
@@ -297,7 +293,7 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
             if (!copyBytes(from, status.st_size, to.get())) {
                 return false;
             }
-            fchmod(to.get(), databaseFileMode);
+            fchmod(to.get(), ownAccess.file);
             return true;
         }
     }
@@ -327,6 +323,11 @@ bool veskiMayOpenDatabase(std::string const& folder, std::string const& path)
            isOrdinaryFile(path + "-shm") && !veskiJournalNamesFile(journal);
 }
 
+DatabaseAccess const& databaseAccess(bool shared)
+{
+    return shared ? sharedAccess : ownAccess;
+}
+
 int veskiSetDBMod(std::string const& path)
 {
     struct stat unfollowed = {};
@@ -334,15 +335,15 @@ int veskiSetDBMod(std::string const& path)
         errno = ELOOP;
         return -1;
     }
-    return chmod(path.c_str(), databaseFileMode);
+    return chmod(path.c_str(), ownAccess.file);
 }
 
 int32_t veskiSetDbAccess(std::string const& folder, std::string const& fileName, bool shared)
 {
-    setAccess(folder, shared);
+    setAccess(folder, databaseAccess(shared));
     std::string path;
     if (veskiPathAppend(folder, fileName, path)) {
-        setAccess(path, shared);
+        setAccess(path, databaseAccess(shared));
     }
     return kVeskOK;
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 /// The folder below which every database lies: the computer-wide Application Support folder's "Zelko".
@@ -87,6 +88,18 @@ bool veskiJournalNamesFile(std::string const& journal);
 /// @param folder  folder of the database
 /// @param path    the file in it
 bool veskiMayOpenDatabase(std::string const& folder, std::string const& path);
+
+/// Owner and modes of a database and its folder.
+struct DatabaseAccess
+{
+    uid_t owner;
+    gid_t group;
+    mode_t folder; ///< permission bits
+    mode_t file;   ///< permission bits
+};
+
+/// @param shared  false: only the super-user writes; true: every user does, and may create files in the folder
+DatabaseAccess const& databaseAccess(bool shared);
 
 /// Sets a database file's mode to 0644.
 ///

@@ -13,8 +13,8 @@ char const* const catalogueFolder[] = {dbDir, nullptr};
 
 } // namespace
 
-StoreDescription const catalogue = {kSessionKindCatalogue, catalogueFolder, dbName,
-                                    gVeskSchemas,          false,           kSchemaTypeStandard};
+StoreDescription const catalogue = {
+    kSessionKindCatalogue, catalogueFolder, dbName, gVeskSchemas, false, kSchemaTypeStandard, true};
 
 int32_t veskOpenSession(VeskSession** outSession)
 {

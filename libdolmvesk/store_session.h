@@ -36,8 +36,9 @@ struct StoreDescription
     char const* const* folder; ///< components below the database root; ends with null
     char const* file;
     SchemaFamily schemas;
-    bool sharedAccess; ///< whether every user may write it
-    schemaType type;
+    bool sharedAccess; ///< whether every user may write it; see databaseAccess
+    schemaType type;   ///< fixes the newest version; see newestSchemaVersion
+    bool hasBackup;    ///< whether the library keeps a copy of it in backupFolder
 };
 
 extern StoreDescription const catalogue;

@@ -20,8 +20,7 @@ namespace veskdb {
 
 namespace {
 
-constexpr int busyTimeout = 2000; // milliseconds
-constexpr int busyPause = 50;
+constexpr int busyPause = 50; // milliseconds
 
 [[noreturn]] void refuse(std::string const& message)
 {
@@ -194,7 +193,7 @@ public:
                 return;
             }
             file->pMethods->xUnlock(file, SQLITE_LOCK_NONE);
-            if (code == SQLITE_BUSY && waited < busyTimeout) {
+            if (code == SQLITE_BUSY && waited < busyTimeoutMilliseconds) {
                 sqlite3_sleep(busyPause);
                 code = SQLITE_OK;
             }
@@ -266,7 +265,7 @@ int backUp(Options const& options)
 {
     std::vector<Database const*> chosen = options.named;
     for (Database const& database : databases) {
-        if (options.named.empty() && database.hasBackup && lookAt(pathOf(database))) {
+        if (options.named.empty() && database.store->hasBackup && lookAt(pathOf(database))) {
             chosen.push_back(&database);
         }
     }

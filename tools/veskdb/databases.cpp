@@ -25,13 +25,13 @@ std::string formPath(char const* const* folder, char const* file)
 } // namespace
 
 std::array<Database, 4> const databases = {{
-    {"pdb", "the payload database", &payloadDatabase, true, pdbOpenSession, pdbOpenSessionNoCreate,
+    {"pdb", "the payload database", &payloadDatabase, pdbOpenSession, pdbOpenSessionNoCreate,
      pdbSessionCommit, pdbCloseSession},
-    {"pcd", "the master store", &masterStore, false, pcdOpenSession, pcdOpenSessionNoCreate, pcdSessionCommit,
+    {"pcd", "the master store", &masterStore, pcdOpenSession, pcdOpenSessionNoCreate, pcdSessionCommit,
      pcdCloseSession},
-    {"cache", "the cache store", &cacheStore, false, pcdOpenCacheSession, pcdOpenCacheSessionNoCreate,
+    {"cache", "the cache store", &cacheStore, pcdOpenCacheSession, pcdOpenCacheSessionNoCreate,
      pcdSessionCommit, pcdCloseSession},
-    {"vesk", "the catalogue", &catalogue, true, veskOpenSession, veskOpenSessionNoCreate, veskSessionCommit,
+    {"vesk", "the catalogue", &catalogue, veskOpenSession, veskOpenSessionNoCreate, veskSessionCommit,
      veskCloseSession},
 }};
 

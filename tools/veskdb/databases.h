@@ -35,7 +35,6 @@ struct Database
     char const* name;  ///< on the command line
     char const* title; ///< in messages
     StoreDescription const* store;
-    bool hasBackup; ///< whether the library keeps one
     int32_t (*open)(VeskSession** out);
     int32_t (*openExisting)(VeskSession** out);
     int32_t (*commit)(VeskSession* session);

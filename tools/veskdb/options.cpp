@@ -226,7 +226,7 @@ void checkOptions(Form const& form, Options const& options, CLI::App const& app)
     }
     for (Database const* const each : options.named) {
         bool const copies = form.command == Command::kBackup || form.command == Command::kRestore;
-        if (copies && !each->hasBackup && !options.to && !options.from) {
+        if (copies && !each->store->hasBackup && !options.to && !options.from) {
             refuse(fmt::format("{} has no backup of its own; give {} FILE", each->name,
                                form.command == Command::kBackup ? "--to" : "--from"));
         }

@@ -95,7 +95,7 @@ Section describe(Database const& database)
         row[9] = error.what();
     }
     std::string const backup = backupPathOf(database);
-    if (database.hasBackup) {
+    if (database.store->hasBackup) {
         row[10] = backup;
         if (auto const status = lookAt(backup)) {
             row[11] = static_cast<int64_t>(status->st_mtime);

@@ -18,8 +18,6 @@ using common::alternate_root::quotedFromOutside;
 
 namespace {
 
-constexpr int busyTimeout = 2000; // milliseconds
-
 struct StatementCloser
 {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -97,7 +95,7 @@ RecordReader::RecordReader(std::string const& file) : path(file)
     if (code != SQLITE_OK) {
         refuse(code);
     }
-    sqlite3_busy_timeout(opened, busyTimeout);
+    sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
     // None of the databases has a view; one that somebody has put in a table's place can count for ever.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
     requireNoLeftoverJournal();

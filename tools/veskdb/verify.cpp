@@ -20,9 +20,6 @@ using common::alternate_root::quotedFromOutside;
 
 namespace {
 
-constexpr uid_t owner = 0;
-constexpr gid_t group = 80;
-
 /// The tables that a schema family creates.
 std::vector<std::string> tablesOf(Database const& database)
 {
@@ -38,15 +35,6 @@ std::vector<std::string> tablesOf(Database const& database)
         }
     }
     return names;
-}
-
-int newestVersion(Database const& database)
-{
-    int version = 0;
-    while (database.store->schemas[version] != nullptr) {
-        ++version;
-    }
-    return version;
 }
 
 /// A file is the database whose tables it has; of several, the one with the most.
@@ -79,7 +67,7 @@ void checkTables(RecordReader const& reader, Database const& database, std::vect
 
 void checkVersion(RecordReader const& reader, Database const& database, std::vector<Fault>& faults)
 {
-    int const newest = newestVersion(database);
+    int const newest = newestSchemaVersion(database.store->type);
     for (char const* const key : {"schema_version", "schema_compatibility_version"}) {
         auto const rows = reader.rows("SELECT CAST(value AS INTEGER) FROM pcd_meta WHERE key = ?1", {key});
         if (rows.empty()) {
@@ -140,7 +128,7 @@ std::string without(Parts const& parts, Parts const& taken)
 void checkParts(RecordReader const& reader, Database const& database, std::vector<Fault>& faults)
 {
     auto const rows = reader.rows("SELECT CAST(value AS INTEGER) FROM pcd_meta WHERE key = 'schema_version'");
-    int const version = !rows.empty() && rows[0][0] == 1 ? 1 : newestVersion(database);
+    int const version = !rows.empty() && rows[0][0] == 1 ? 1 : newestSchemaVersion(database.store->type);
     std::string const missing = without(partsCreated(database, version), partsOf(reader));
     if (!missing.empty()) {
         faults.push_back({fmt::format("it lacks what the installer creates: {}", missing), ""});
@@ -192,12 +180,13 @@ void checkAccess(Database const& database, std::string const& path, struct stat 
                  Findings& findings)
 {
     bool const folder = S_ISDIR(status.st_mode);
-    bool const shared = database.store->sharedAccess;
-    mode_t const mode = folder ? (shared ? 01777 : 0755) : (shared ? 0666 : 0644);
-    if (status.st_uid != owner || status.st_gid != group) {
-        findings.fault(database, path,
-                       fmt::format("its owner is {}, not {}:{}", ownerOf(status), owner, group),
-                       fmt::format("as root: chown {}:{} {}", owner, group, quotedFromOutside(path)));
+    DatabaseAccess const& access = databaseAccess(database.store->sharedAccess);
+    mode_t const mode = folder ? access.folder : access.file;
+    if (status.st_uid != access.owner || status.st_gid != access.group) {
+        findings.fault(
+            database, path,
+            fmt::format("its owner is {}, not {}:{}", ownerOf(status), access.owner, access.group),
+            fmt::format("as root: chown {}:{} {}", access.owner, access.group, quotedFromOutside(path)));
     }
     if ((status.st_mode & 07777U) != mode) {
         findings.fault(database, path, fmt::format("its mode is {}, not {:04o}", modeOf(status), mode),
@@ -232,6 +221,7 @@ void noteLeftovers(Database const& database, std::string const& path, Findings& 
 void checkBackupAccess(Database const& database, std::string const& path, Findings& findings)
 {
     auto const status = lookAt(path);
+    uid_t const owner = databaseAccess(database.store->sharedAccess).owner;
     if (status && (status->st_uid != owner || (status->st_mode & S_IWOTH) != 0)) {
         findings.fault(database, path,
                        fmt::format("others may write it: its owner is {}, its mode {}", ownerOf(*status),
@@ -243,7 +233,7 @@ void checkBackupAccess(Database const& database, std::string const& path, Findin
 /// What somebody has added: a trigger acts on every change.
 void checkAdditions(Database const& database, std::string const& path, Findings& findings)
 {
-    Parts const created = partsCreated(database, newestVersion(database));
+    Parts const created = partsCreated(database, newestSchemaVersion(database.store->type));
     for (std::string const& part : partsOf(RecordReader(path))) {
         if (part.compare(0, 6, "column") != 0 && created.count(part) == 0) {
             findings.fault(database, path, fmt::format("it has what the installer does not create: {}", part),
@@ -277,7 +267,7 @@ void checkDatabase(Database const& database, Findings& findings)
 {
     std::string const path = pathOf(database);
     std::string const backup = backupPathOf(database);
-    bool const hasBackup = database.hasBackup && lookAt(backup);
+    bool const hasBackup = database.store->hasBackup && lookAt(backup);
     auto const backupFaults = hasBackup ? faultsOf(backup, database) : std::vector<Fault>();
     bool const backupSound = hasBackup && backupFaults.empty();
 
