@@ -2,9 +2,11 @@
 
 #include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
-#include "platform/planted_links.h"
+#include "libdolmvesk/shared_folder.h"
+#include "platform/home_folder.h"
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -22,7 +24,11 @@ char const analyserProgram[] =
     "/Zelko Fendrial 12 Tessarine.app/Contents/FendrialAutoAnalyzer.app/Contents/MacOS/"
     "FendrialAutoAnalyzer";
 
-char const uuidFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
+// Each in the one before.
+char const* const uuidFolders[] = {"/Library/Application Support/Zelko",
+                                   "/Library/Application Support/Zelko/Fendrial Tessarine",
+                                   "/Library/Application Support/Zelko/Fendrial Tessarine/12"};
+char const* const uuidFolder = *std::rbegin(uuidFolders);
 char const uuidFile[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist";
 
 // Below the user's home folder, oldest version first. The last is also where the file goes.
@@ -86,24 +92,32 @@ void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
     }
 }
 
-/// The newest events file there is; empty when there is none.
-std::string newestEventsFile(CCustomHookSession const& session, std::string const& home)
+/// An earlier first install with an open mask has left these folders and the file writable by all.
+void withdrawIdentifierFromOthers()
+{
+    bool const closed = std::all_of(std::begin(uuidFolders), std::end(uuidFolders), veskiWithdrawFromOthers);
+    if (closed) {
+        veskiWithdrawFromOthers(uuidFile);
+    }
+}
+
+/// The newest events file that exists, as its path below the home; null if there is none.
+char const* newestEventsFile(CCustomHookSession const& session, platform::HomeFolder const& home)
 {
     for (auto file = std::rbegin(eventsFiles); file != std::rend(eventsFiles); ++file) {
-        std::string path = home + *file;
-        if (platform::fileExists(path)) {
-            return path;
+        if (home.exists(*file)) {
+            return *file;
         }
         log(session, "::FT::CUSTOM ACTION: customevents.dat file not found");
     }
-    return {};
+    return nullptr;
 }
 
-void giveAccessWhenLacking(CCustomHookSession const& session, std::string const& folder,
-                           platform::Attributes const& reference, char const* message)
+void giveAccessIfLacking(CCustomHookSession const& session, platform::HomeFolder const& home,
+                         char const* folder, char const* message)
 {
-    if (!platform::isReadable(folder) || !platform::isWritable(folder) || !platform::isExecutable(folder)) {
-        platform::applyAttributes(reference, folder);
+    if (!home.isUsable(folder)) {
+        home.giveOwnAttributes(folder);
         log(session, message);
     }
 }
@@ -144,6 +158,7 @@ void createUUIDFile(CCustomHookSession const& session)
 {
     runAction(session, [&] {
         log(session, "::FT::CUSTOM ACTION: Inside Creating UUID");
+        withdrawIdentifierFromOthers();
         std::string const uuid = platform::newUUIDString();
         if (platform::fileExists(uuidFile)) {
             log(session, "::FT::CUSTOM ACTION: UUID already exists");
@@ -154,7 +169,8 @@ void createUUIDFile(CCustomHookSession const& session)
             log(session, "::FT::CUSTOM ACTION: Directory for the UUID file NOT present");
             log(session, "::FT::CUSTOM ACTION: Creating the directory structure "
                          "/Library/Application Support/Zelko/Fendrial Tessarine/12");
-            if (!platform::createDirectoryTree(uuidFolder)) {
+            // Deliberate: never writable by others, however open the process's mask is.
+            if (!platform::createDirectoryTree(uuidFolder, 0755)) {
                 log(session, "::FT::CUSTOM ACTION: Could not create directory "
                              "/Library/Application Support/Zelko/Fendrial Tessarine/12");
             }
@@ -175,38 +191,28 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
     runAction(session, [&] {
         log(session,
             "::FT::CUSTOM ACTION: Function start, to copy customevents.dat file from previous install");
-        std::string const home = platform::homeDirectory();
-        std::string const target = home + *std::rbegin(eventsFiles);
-        std::string const versionFolder = home + eventsVersionFolder;
-        std::string const dataFolder = home + eventsDataFolder;
-        platform::Attributes const homeAttributes = platform::attributesOf(home);
-
-        std::string const source = newestEventsFile(session, home);
-        if (source.empty()) {
+        platform::HomeFolder const home(platform::homeDirectory());
+        char const* const target = *std::rbegin(eventsFiles);
+        char const* const source = newestEventsFile(session, home);
+        if (source == nullptr) {
             return;
         }
-        if (platform::leadsAstray(home, eventsDataFolder)) {
-            // Deliberate: the super-user makes nothing where a user's link leads out of what that user owns.
-            log(session, "::FT::CUSTOM ACTION: A link leads the folder of customevents.dat astray");
-            return;
-        }
-        bool const dataFolderExisted = platform::fileExists(dataFolder);
+        bool const dataFolderExisted = home.exists(eventsDataFolder);
         log(session, "::FT::CUSTOM ACTION: customevents.dat file found");
         if (!dataFolderExisted) {
             log(session, "::FT::CUSTOM ACTION: Creating Directoty for the file");
-            platform::createDirectoryTree(dataFolder);
-            platform::applyAttributes(homeAttributes, versionFolder);
-            platform::applyAttributes(homeAttributes, dataFolder);
+            home.createFolders(eventsDataFolder);
+            // The inner folder first: if root has made both, it is out of root's hands once the outer one is given.
+            home.giveOwnAttributes(eventsDataFolder);
+            home.giveOwnAttributes(eventsVersionFolder);
         } else {
             log(session, "::FT::CUSTOM ACTION: Directory already exists");
-            giveAccessWhenLacking(session, versionFolder, homeAttributes, "::FT::Giving Permission to 12");
-            giveAccessWhenLacking(session, dataFolder, homeAttributes,
-                                  "::FT::Giving Permission to Tessarine");
+            giveAccessIfLacking(session, home, eventsVersionFolder, "::FT::Giving Permission to 12");
+            giveAccessIfLacking(session, home, eventsDataFolder, "::FT::Giving Permission to Tessarine");
         }
         // A version-12 file is its own newest: it stays as it is, and the log says the same.
         if (source != target) {
-            platform::copyItem(source, target);
-            platform::applyAttributes(platform::attributesOf(source), target);
+            home.copy(source, target);
         }
         log(session, "::FT::CUSTOM ACTION: File Copied");
     });

@@ -1,9 +1,12 @@
 #include "libdolmvesk/database.h"
 
 #include "libdolmvesk/plat_utils.h"
+#include "libdolmvesk/shared_folder.h"
 #include "libdolmvesk/vesk_status.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -11,9 +14,6 @@
 #include <sqlite3.h>
 
 namespace {
-
-// A table of versions gives its answer in some twenty steps of SQLite's machine.
-int const versionQuerySteps = 1'000'000;
 
 char const* const emptyListEntries[] = {nullptr};
 
@@ -45,6 +45,75 @@ public:
     }
 
     sqlite3_stmt* handle = nullptr;
+};
+
+/// Bounds what reading the versions of a file may cost, while it lives: a crafted file must not block the opening.
+class VersionReading
+{
+public:
+    /// @param shared  whether other users may have crafted the file. Deliberate: only then is more bounded than the
+    ///                work; an administrator's own views and tables must not keep a file from its upgrade
+    VersionReading(sqlite3* database, bool shared) : db(database)
+    {
+        sqlite3_progress_handler(db, instructionsBetweenLooks, isOver, this);
+        if (shared) {
+            for (auto& limit : limits) {
+                limit.value = sqlite3_limit(db, limit.category, limit.value);
+            }
+            for (auto& setting : settings) {
+                sqlite3_db_config(db, setting.operation, -1, &setting.value);
+                sqlite3_db_config(db, setting.operation, 0, nullptr);
+            }
+            bounded = true;
+        }
+    }
+    VersionReading(VersionReading const&) = delete;
+    VersionReading& operator=(VersionReading const&) = delete;
+    ~VersionReading()
+    {
+        sqlite3_progress_handler(db, 0, nullptr, nullptr);
+        if (bounded) {
+            for (auto const& limit : limits) {
+                sqlite3_limit(db, limit.category, limit.value);
+            }
+            for (auto const& setting : settings) {
+                sqlite3_db_config(db, setting.operation, setting.value, nullptr);
+            }
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    // Reading the versions of a sound file takes some hundred instructions of SQLite's machine.
+    static int const instructionsBetweenLooks = 1000;
+    static int const mostLooks = 1000;
+
+    static int isOver(void* object)
+    {
+        auto& reading = *static_cast<VersionReading*>(object);
+        return ++reading.looks > mostLooks || Clock::now() > reading.end ? 1 : 0;
+    }
+
+    struct Limit
+    {
+        int category;
+        int value; // to set, then the one to restore
+    };
+    struct Setting
+    {
+        int operation;
+        int value; // to restore
+    };
+
+    sqlite3* const db;
+    Clock::time_point const end = Clock::now() + std::chrono::seconds(2);
+    int looks = 0;
+    bool bounded = false;
+    std::array<Limit, 3> limits = {
+        {{SQLITE_LIMIT_LENGTH, 1'000'000}, {SQLITE_LIMIT_FUNCTION_ARG, 0}, {SQLITE_LIMIT_VDBE_OP, 10'000}}};
+    // SQLITE_DBCONFIG_ENABLE_VIEW and SQLITE_DBCONFIG_TRUSTED_SCHEMA of newer SQLite versions; older ones ignore them.
+    std::array<Setting, 2> settings = {{{1015, 1}, {1017, 1}}};
 };
 
 bool beginsWith(char const* text, char const* keyword)
@@ -142,6 +211,8 @@ VeskiDataStore::VeskiDataStore(std::string const& databaseDirectory, std::string
     }
 }
 
+VeskiDataStore::VeskiDataStore() = default;
+
 VeskiDataStore::~VeskiDataStore()
 {
     dbClose();
@@ -161,11 +232,9 @@ int32_t VeskiDataStore::dbOpen()
             return created;
         }
     }
-    // Deliberate: a refusal that only those see who open what somebody has laid out for the super-user.
-    if (!veskiMayOpenDatabase(directory, path)) {
-        return kVeskAccessDenied;
-    }
-    int const opened = sqlite3_open(path.c_str(), &db);
+    keptDescriptors = veskiKeepDescriptors();
+    int const opened =
+        veskiOpenConnection(directory, path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, restrictedVfs, &db);
     if (opened != SQLITE_OK) {
         sqlite3_close(db); // SQLite hands out a connection together with most failures
         db = nullptr;
@@ -203,11 +272,11 @@ int32_t VeskiDataStore::applySchemas()
     int32_t const newest = newestSchemaVersion(schemaType);
     int32_t current = 0;
     int32_t compatible = 0;
-    // A file in which the versions never end, such as a view that counts for ever, must not hold up the opening.
-    sqlite3_progress_handler(
-        db, versionQuerySteps, [](void*) { return 1; }, nullptr);
-    int32_t result = readVersions(current, compatible);
-    sqlite3_progress_handler(db, 0, nullptr, nullptr);
+    int32_t result = kVeskOK;
+    {
+        VersionReading const bounds(db, restrictedVfs != nullptr);
+        result = readVersions(current, compatible);
+    }
     if (compatible > newest) {
         return kVeskSchemaTooNew;
     }

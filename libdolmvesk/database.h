@@ -94,7 +94,7 @@ public:
     std::shared_ptr<struct BackupPaths const> backupOfCommit;
 
     /// A store that is not open, on which every operation does nothing.
-    VeskiDataStore() = default;
+    VeskiDataStore();
 
     /// Opens a database with dbOpen and sets the access of its folder and file; `status` tells the outcome.
     ///
@@ -120,8 +120,8 @@ public:
     /// tables but without version rows is usable.
     ///
     /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (something other than a file
-    ///         is there, or a later version failed); kVeskAccessDenied (also when veskiMayOpenDatabase says
-    ///         no); kVeskSchemaTooNew; kVeskNotFound (a version row is missing from a file that needs no
+    ///         is there, or a later version failed); kVeskAccessDenied (also if veskiOpenConnection refuses
+    ///         it); kVeskSchemaTooNew; kVeskNotFound (a version row is missing from a file that needs no
     ///         step); a status of veskiCreatePath or veskiSQLiteErrorMap. On failure nothing is left open;
     ///         versions applied so far stay.
     int32_t dbOpen();
@@ -195,6 +195,10 @@ public:
     char const* copyText(char const* text, unsigned long size);
 
 private:
+    std::unique_ptr<class RestrictedVfs>
+        restrictedVfs;                     ///< the connection's, in a folder that others may write
+    std::shared_ptr<void> keptDescriptors; ///< see veskiKeepDescriptors
+
     int32_t readVersions(int32_t& current, int32_t& compatible);
     int32_t applySchemas();
     int32_t textOfColumn(sqlite3_stmt* statement, int column, char const*& text);

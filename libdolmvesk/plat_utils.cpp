@@ -1,8 +1,9 @@
 #include "libdolmvesk/plat_utils.h"
 
+#include "libdolmvesk/shared_folder.h"
 #include "libdolmvesk/vesk_status.h"
 #include "platform/descriptor.h"
-#include "platform/planted_links.h"
+
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -11,11 +12,15 @@
 #include <fcntl.h>
 #include <libgen.h>
 #include <memory>
+#include <new>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
+
+using platform::Descriptor;
 
 char const makerFolder[] = "/Zelko";
 size_t const longestPath = 1024;
@@ -28,6 +33,13 @@ DatabaseAccess const sharedAccess = {0, 80, 01777, 0666};
 bool isSuperUser()
 {
     return geteuid() == 0;
+}
+
+std::string parentOf(std::string const& path)
+{
+    std::string parent;
+    veskiPathParent(path, parent);
+    return parent;
 }
 
 /// The process's file mask while the object lives.
@@ -44,34 +56,37 @@ private:
 };
 
 /// A database file opened for reading through SQLite's default file system layer. The system drops all locks
-/// that a process has on a file when any descriptor of it is closed; that layer holds such closes back.
+/// that a process has on a file when any descriptor of it is closed; that layer delays such closes.
 class DatabaseSource
 {
 public:
+    /// @throws std::bad_alloc, also if SQLite itself runs out of memory
     explicit DatabaseSource(std::string const& source) : vfs(sqlite3_vfs_find(nullptr))
     {
-        if (vfs == nullptr) {
-            return;
+        if (vfs != nullptr) {
+            code = open(source);
         }
-        // The layer's record of the file and behind it, for as long, the name that it keeps looking at: ended by two
-        // zeros, the second for an empty list of parameters.
-        auto const recordSize = static_cast<size_t>(vfs->szOsFile);
-        storage = std::make_unique<char[]>(recordSize + source.size() + 2);
-        char* const name = storage.get() + recordSize;
-        source.copy(name, source.size());
-        file = reinterpret_cast<sqlite3_file*>(storage.get());
-        int const flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB;
-        opened = vfs->xOpen(vfs, name, file, flags, nullptr) == SQLITE_OK;
+        if (cannotBeOpened()) {
+            // The layer opens no link: as SQLite does, give it what the link leads to.
+            std::string resolved(static_cast<size_t>(vfs->mxPathname) + 1, '\0');
+            int const found = vfs->xFullPathname(vfs, source.c_str(), vfs->mxPathname + 1, resolved.data());
+            code = (found & 0xFF) == SQLITE_OK ? open(resolved.c_str()) : code;
+        }
+        if (code == SQLITE_NOMEM) {
+            throw std::bad_alloc();
+        }
     }
     DatabaseSource(DatabaseSource const&) = delete;
     DatabaseSource& operator=(DatabaseSource const&) = delete;
     ~DatabaseSource()
     {
-        if (file != nullptr && file->pMethods != nullptr) {
+        if (isOpen()) {
             file->pMethods->xClose(file);
         }
     }
-    bool isOpen() const { return opened; }
+
+    bool isOpen() const { return code == SQLITE_OK; }
+    bool cannotBeOpened() const { return (code & 0xFF) == SQLITE_CANTOPEN; }
 
     /// Reads exactly the bytes asked for.
     bool read(char* buffer, size_t size, off_t offset)
@@ -80,24 +95,40 @@ public:
     }
 
 private:
+    int open(std::string const& path)
+    {
+        // The layer's record of the file and behind it, for as long, the name that it keeps looking at: ended by two
+        // zeros, the second for an empty list of parameters.
+        auto const recordSize = static_cast<size_t>(vfs->szOsFile);
+        storage = std::make_unique<char[]>(recordSize + path.size() + 2);
+        char* const name = storage.get() + recordSize;
+        path.copy(name, path.size());
+        file = reinterpret_cast<sqlite3_file*>(storage.get());
+        return vfs->xOpen(vfs, name, file, SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB, nullptr);
+    }
+
     sqlite3_vfs* vfs;
     std::unique_ptr<char[]> storage; // as aligned as whatever comes from new
     sqlite3_file* file = nullptr;
-    bool opened = false;
+    int code = SQLITE_NOMEM;
 };
 
-/// Opens the target of a copy. As the super-user it follows no link but the super-user's own, also when one
-/// appears in between, and waits for no pipe.
-int openTarget(std::string const& path, mode_t mode)
+bool isSameFile(struct stat const& one, struct stat const& other)
 {
-    int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK;
-    struct stat unfollowed = {};
-    bool const exists = lstat(path.c_str(), &unfollowed) == 0;
-    bool const trustedLink = exists && S_ISLNK(unfollowed.st_mode) && !platform::isPlantedLink(unfollowed);
-    if (isSuperUser() && !trustedLink) {
-        flags |= O_NOFOLLOW;
-    }
-    return open(path.c_str(), flags, mode);
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Opens the target of a copy, emptied. Where others may write its folder, the super-user opens nothing but a regular
+/// file with one name. Does not block on a FIFO.
+Descriptor openTarget(std::string const& path, mode_t mode)
+{
+    bool const shared = isSuperUser() && veskiOthersMayWriteIn(parentOf(path));
+    int const flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | (shared ? O_NOFOLLOW : 0);
+    Descriptor target(open(path.c_str(), flags, mode));
+    struct stat status = {};
+    bool const usable = fstat(target.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                        (!shared || status.st_nlink == 1) && ftruncate(target.get(), 0) == 0;
+    return usable ? std::move(target) : Descriptor(-1);
 }
 
 /// Copies the bytes that the source had when it was examined.
@@ -115,54 +146,25 @@ bool copyBytes(DatabaseSource& source, off_t size, int target)
     return true;
 }
 
-void setAccess(std::string const& path, DatabaseAccess const& access)
+void giveAccessByPath(std::string const& path, DatabaseAccess const& access)
 {
     struct stat status = {};
-    bool const superUser = isSuperUser();
-    if (superUser ? lstat(path.c_str(), &status) != 0 : stat(path.c_str(), &status) != 0) {
+    if (stat(path.c_str(), &status) != 0) {
         return;
     }
-    bool const trustedLink = superUser && S_ISLNK(status.st_mode);
-    if (trustedLink && (platform::isPlantedLink(status) || stat(path.c_str(), &status) != 0)) {
-        return;
-    }
-    if (superUser && !S_ISDIR(status.st_mode) && status.st_nlink > 1) {
-        return; // a second name of some other file: its owner and mode are not the database's to change
-    }
-    if (superUser && (status.st_uid != access.owner || status.st_gid != access.group)) {
-        if (trustedLink) {
-            (void)!chown(path.c_str(), access.owner, access.group);
-        } else {
-            // From here on the file is the super-user's, and nobody else can exchange it in a sticky folder.
-            (void)!lchown(path.c_str(), access.owner, access.group);
-            if (lstat(path.c_str(), &status) != 0 || S_ISLNK(status.st_mode) ||
-                (!S_ISDIR(status.st_mode) && status.st_nlink > 1)) {
-                return;
-            }
-        }
+    if (isSuperUser() && (status.st_uid != access.owner || status.st_gid != access.group)) {
+        (void)!chown(path.c_str(), access.owner, access.group);
     }
     (void)chmod(path.c_str(), (status.st_mode & S_IFDIR) != 0 ? access.folder : access.file);
 }
 
-/// Whether somebody other than the super-user can create, exchange and remove files in a folder.
-bool othersMayWriteIn(std::string const& folder)
+void giveAccess(std::string const& folder, std::string const& path, DatabaseAccess const& access)
 {
-    struct stat status = {};
-    return stat(folder.c_str(), &status) == 0 &&
-           (status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0);
-}
-
-/// Whether what stands at a path is a file of this name alone, or nothing.
-bool isOrdinaryFile(std::string const& path)
-{
-    struct stat status = {};
-    if (lstat(path.c_str(), &status) != 0) {
-        return true;
+    if (isSuperUser() && veskiOthersMayWriteIn(folder)) {
+        veskiGiveAccessInSharedFolder(path, access);
+    } else {
+        giveAccessByPath(path, access);
     }
-    if (platform::isPlantedLink(status) || (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) != 0)) {
-        return false;
-    }
-    return S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
 } // namespace
@@ -271,7 +273,7 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
         out.clear();
         return true;
     }
-    platform::Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen() || static_cast<uintmax_t>(status.st_size) > out.max_size()) {
         return false;
     }
@@ -281,13 +283,17 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 
 bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
 {
+    bool const shared = isSuperUser() && veskiOthersMayWriteIn(parentOf(source));
     struct stat status = {};
-    if (stat(source.c_str(), &status) != 0) {
+    struct stat existing = {};
+    if ((shared ? lstat(source.c_str(), &status) : stat(source.c_str(), &status)) != 0 ||
+        (shared && (!S_ISREG(status.st_mode) || status.st_nlink != 1)) ||
+        (stat(target.c_str(), &existing) == 0 && isSameFile(status, existing))) {
         return false;
     }
     DatabaseSource from(source);
     if (from.isOpen()) {
-        platform::Descriptor const to(openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
+        Descriptor const to = openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
         if (to.isOpen()) {
             // The size is the file's own: SQLite's layer takes a file of one byte for an empty one.
             if (!copyBytes(from, status.st_size, to.get())) {
@@ -298,29 +304,7 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
         }
     }
     veskiSetDBMod(target);
-    return true;
-}
-
-bool veskiJournalNamesFile(std::string const& journal)
-{
-    std::array<unsigned char, 8> const mark{0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7};
-    std::array<unsigned char, 8> end{};
-    platform::Descriptor const file(open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status = {};
-    return file.isOpen() && fstat(file.get(), &status) == 0 &&
-           pread(file.get(), end.data(), end.size(), status.st_size - static_cast<off_t>(end.size())) ==
-               static_cast<ssize_t>(end.size()) &&
-           end == mark;
-}
-
-bool veskiMayOpenDatabase(std::string const& folder, std::string const& path)
-{
-    if (!isSuperUser() || !othersMayWriteIn(folder)) {
-        return true;
-    }
-    std::string const journal = path + "-journal";
-    return isOrdinaryFile(path) && isOrdinaryFile(journal) && isOrdinaryFile(path + "-wal") &&
-           isOrdinaryFile(path + "-shm") && !veskiJournalNamesFile(journal);
+    return from.isOpen() || from.cannotBeOpened();
 }
 
 DatabaseAccess const& databaseAccess(bool shared)
@@ -330,9 +314,8 @@ DatabaseAccess const& databaseAccess(bool shared)
 
 int veskiSetDBMod(std::string const& path)
 {
-    struct stat unfollowed = {};
-    if (isSuperUser() && lstat(path.c_str(), &unfollowed) == 0 && platform::isPlantedLink(unfollowed)) {
-        errno = ELOOP;
+    if (isSuperUser() && veskiOthersMayWriteIn(parentOf(path))) {
+        errno = EACCES;
         return -1;
     }
     return chmod(path.c_str(), ownAccess.file);
@@ -340,10 +323,10 @@ int veskiSetDBMod(std::string const& path)
 
 int32_t veskiSetDbAccess(std::string const& folder, std::string const& fileName, bool shared)
 {
-    setAccess(folder, databaseAccess(shared));
+    giveAccess(parentOf(folder), folder, databaseAccess(shared));
     std::string path;
     if (veskiPathAppend(folder, fileName, path)) {
-        setAccess(path, databaseAccess(shared));
+        giveAccess(folder, path, databaseAccess(shared));
     }
     return kVeskOK;
 }

@@ -1,8 +1,8 @@
 /// Where the databases lie, and the file operations that the record library needs: paths, folders, copies,
 /// owners and modes. Nothing here logs or keeps state. std::bad_alloc is the only exception.
 ///
-/// Tests for existence follow links. As the super-user, no owner, mode or byte is changed through a link that
-/// somebody other than the super-user owns.
+/// Links are followed. The super-user follows none, and changes no file with several hard links, in a folder that other
+/// users may write: see shared_folder.h.
 #ifndef LIBDOLMVESK_PLAT_UTILS_H
 #define LIBDOLMVESK_PLAT_UTILS_H
 
@@ -69,25 +69,10 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
 ///
 /// The source is read through SQLite, so that locks which a session of this process holds on it stay.
 ///
-/// @return false when the source cannot be examined, or a read or write fails (the target is then incomplete).
-///         Deliberate: true although nothing was copied when either file cannot be opened; callers treat a
-///         backup that cannot be written as no reason to fail
+/// @return false if the source cannot be examined or is not safe to read, both are one file (nothing is changed), or a read or write fails
+///         (the target is then incomplete). Deliberate: true although nothing was copied if either file cannot be
+///         opened; callers treat a backup that cannot be written as no reason to fail
 bool veskiCopyDatabaseFile(std::string const& source, std::string const& target);
-
-/// Whether a journal ends by naming a file that SQLite would delete once it has rolled the journal back. Only
-/// transactions over several databases leave such a journal; this library has none.
-bool veskiJournalNamesFile(std::string const& journal);
-
-/// Whether a database may be opened, as far as what others have laid in its folder goes.
-///
-/// In a folder that others may write, the super-user keeps off a database whose file, journal or companion file
-/// is a link, has a second name or is no file, and off a journal that names another file for deletion: opening
-/// it would change, delete or wait for what it leads to. Everywhere else, and for an ordinary user, the answer is
-/// yes. Nothing is changed, and nothing is waited for.
-///
-/// @param folder  folder of the database
-/// @param path    the file in it
-bool veskiMayOpenDatabase(std::string const& folder, std::string const& path);
 
 /// Owner and modes of a database and its folder.
 struct DatabaseAccess
@@ -101,7 +86,7 @@ struct DatabaseAccess
 /// @param shared  false: only the super-user writes; true: every user does, and may create files in the folder
 DatabaseAccess const& databaseAccess(bool shared);
 
-/// Sets a database file's mode to 0644.
+/// Sets a database file's mode to 0644. As the super-user, not in a folder that others may write.
 ///
 /// @return 0, or -1 with errno set
 int veskiSetDBMod(std::string const& path);

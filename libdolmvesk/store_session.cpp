@@ -1,6 +1,7 @@
 #include "libdolmvesk/store_session.h"
 
 #include "libdolmvesk/plat_utils.h"
+#include "libdolmvesk/shared_folder.h"
 
 namespace {
 
@@ -12,6 +13,15 @@ char const dbBackupDir[] = "backup";
 bool existingStore(StoreDescription const& store, std::string& path)
 {
     return databasePath(store.folder, store.file, path) && veskiFileExists(path);
+}
+
+/// An earlier first install with an open mask has left the folder of all databases writable by all.
+void withdrawRootFromOthers()
+{
+    std::string root;
+    if (veskiDbPath(root)) {
+        veskiWithdrawFromOthers(root);
+    }
 }
 
 } // namespace
@@ -48,6 +58,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
             (void)session.release();
             return int32_t{kVeskFailed};
         }
+        withdrawRootFromOthers();
         session->store = std::make_unique<VeskiDataStore>(folder, store.file, store.schemas,
                                                           store.sharedAccess, false, store.type);
         return session->store->status;
@@ -100,6 +111,7 @@ int32_t backUp(BackupPaths const& paths)
         if (!veskiFileExists(paths.live)) {
             return int32_t{kVeskNotFound};
         }
+        withdrawRootFromOthers();
         int32_t const status =
             veskiDirectoryExists(paths.folder) ? int32_t{kVeskOK} : veskiCreateDirectory(paths.folder);
         return veskiCopyDatabaseFile(paths.live, paths.copy) ? status : int32_t{kVeskIOError};

@@ -3,16 +3,21 @@
 #define PLATFORM_DESCRIPTOR_H
 
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 
 class Descriptor
 {
 public:
-    /// @param opened  what open(2) gave, owned from here on; below 0: nothing is open
+    /// @param opened  the result of open(2), owned from here on; below 0: nothing is open
     explicit Descriptor(int opened) : value(opened) {}
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
+    Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept
+    {
+        std::swap(value, other.value);
+        return *this;
+    }
     ~Descriptor()
     {
         if (isOpen()) {

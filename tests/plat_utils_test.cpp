@@ -152,27 +152,36 @@ TEST_F(FileHelpers, AccessOfDatabases)
     EXPECT_EQ(veskiSetDBMod("/missing"), -1);
 }
 
-TEST_F(FileHelpers, SuperUserFollowsNoLinkThatSomebodyElsePlanted)
+TEST_F(FileHelpers, LinksAreFollowedOnlyWhereOthersMayNotWrite)
 {
-    SKIP_WITHOUT_OTHER_USERS();
-    for (char const kind : {'p', 'o', 's'}) { // a planted link, the super-user's own link, a second name
-        SCOPED_TRACE(kind);
-        root.renew();
-        writeFile("/victim", "secret");
-        writeFile("/source", "new");
-        makeFolders("/db");
-        ASSERT_EQ(chmod("/victim", 0640) + chown("/victim", ordinaryUser, ordinaryGroup), 0);
-        ASSERT_EQ((kind == 's' ? link : symlink)("/victim", "/db/file.db"), 0);
-        ASSERT_EQ(kind == 'p' ? lchown("/db/file.db", ordinaryUser, 0) : 0, 0);
-        veskiSetDbAccess("/db", "file.db", true);
-        EXPECT_EQ(accessOf("/victim"), kind == 'o' ? "0666 0:80" : "0640 1234:2345");
-        if (kind != 's') { // only the super-user writes to the backup folder
-            EXPECT_EQ(veskiSetDBMod("/db/file.db"), kind == 'o' ? 0 : -1);
+    for (bool const shared : {false, true}) {
+        for (auto* const plant : {symlink, link}) {
+            SCOPED_TRACE(testing::Message() << shared << (plant == link ? " hard link" : " link"));
+            root.renew();
+            writeFile("/elsewhere", "old");
+            writeFile("/source", "new");
+            makeFolders("/db");
+            ASSERT_EQ(chmod("/elsewhere", 0600) + chmod("/db", shared ? 01777 : 0775), 0);
+            ASSERT_EQ(plant("/elsewhere", "/db/file.db"), 0);
+            veskiSetDbAccess("/db", "file.db", shared);
+            EXPECT_EQ(accessOf("/elsewhere"), shared ? "0600 0:0" : "0644 0:80");
+            EXPECT_EQ(veskiSetDBMod("/db/file.db"), shared ? -1 : 0);
             EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/db/file.db"));
-            EXPECT_EQ(readFile("/victim"), kind == 'o' ? "new" : "secret");
-            EXPECT_EQ(accessOf("/victim"), kind == 'o' ? "0644 0:80" : "0640 1234:2345");
+            EXPECT_EQ(readFile("/elsewhere"), shared ? "old" : "new");
+            EXPECT_EQ(veskiCopyDatabaseFile("/db/file.db", "/copy"), !shared);
+            EXPECT_EQ(readFile("/copy"), shared ? "" : "new");
         }
     }
+}
+
+TEST_F(FileHelpers, AFileIsNotCopiedOntoItself)
+{
+    writeFile("/db/live", "bytes");
+    ASSERT_EQ(symlink("/db/live", "/db/link") + link("/db/live", "/db/name"), 0);
+    for (char const* copy : {"/db/live", "/db/link", "/db/name"}) {
+        EXPECT_FALSE(veskiCopyDatabaseFile("/db/live", copy));
+    }
+    EXPECT_EQ(readFile("/db/live"), "bytes");
 }
 
 } // namespace

@@ -437,7 +437,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
                         "UNION ALL SELECT x + 1 FROM n) SELECT x AS key, x AS value FROM n");
          },
          cache, "tables are missing: pcd_meta", "restore"},
-        {"planted", [] { mkfifo((cache + "-journal").c_str(), 0666); }, cache, "not safe to open", "rm what"},
+        {"planted", [] { mkfifo((cache + "-journal").c_str(), 0666); }, cache, "not safe to open", "ls -la"},
         {"owner", [] { (void)!chown(pdb.c_str(), ordinaryUser, 80); }, pdb, "its owner is 1234:80, not 0:80",
          "chown 0:80"},
     };

@@ -1,10 +1,11 @@
 // The file manager, the home folder and property lists by way of Foundation. Objective-C++ for the old
-// runtime: objects are retained and released by hand, and what a function makes dies with its pool.
+// runtime: objects are retained and released by hand, and temporaries are released with the function's pool.
 #import <Foundation/Foundation.h>
 
 #include "platform/descriptor.h"
+#include "platform/home_folder.h"
+#include "platform/mac/unpublished_copy.h"
 #include "platform/platform.h"
-#include "platform/unpublished_copy.h"
 
 #include <cerrno>
 #include <climits>
@@ -50,7 +51,7 @@ NSString* pathString(std::string const& path)
     return [fileManager() stringWithFileSystemRepresentation:path.data() length:path.size()];
 }
 
-bool somethingStandsAt(std::string const& path)
+bool somethingExistsAt(std::string const& path)
 {
     struct stat status = {};
     return lstat(path.c_str(), &status) == 0;
@@ -71,18 +72,80 @@ uid_t accountNumber(NSNumber* number)
     return number == nil ? static_cast<uid_t>(-1) : static_cast<uid_t>([number unsignedLongValue]);
 }
 
-/// Gives what carries rights, through the descriptor where there is one.
-bool applyRights(NSDictionary* attributes, int descriptor, std::string const& path, bool isFolder)
+/// The attributes that carry rights, given through the descriptor where there is one.
+bool giveRights(NSDictionary* attributes, int descriptor, std::string const& path, bool isFolder)
 {
     uid_t const owner = accountNumber([attributes fileOwnerAccountID]);
     gid_t const group = accountNumber([attributes fileGroupOwnerAccountID]);
-    // The privilege of one file is not lent to another.
+    // Set-user, set-group and sticky bits are not passed on to another file.
     mode_t const permissions =
         static_cast<mode_t>([attributes filePosixPermissions]) & (isFolder ? 07777 : 0777);
     bool const opened = descriptor >= 0;
-    bool const owned = (opened ? fchown(descriptor, owner, group) : lchown(path.c_str(), owner, group)) == 0;
+    bool const owned = (opened ? fchown(descriptor, owner, group) : chown(path.c_str(), owner, group)) == 0;
     bool const permitted = (opened ? fchmod(descriptor, permissions) : chmod(path.c_str(), permissions)) == 0;
     return owned && permitted;
+}
+
+/// Reads the attributes of what a path leads to; null if nothing is there.
+std::unique_ptr<FileAttributes const> attributesOf(std::string const& path)
+{
+    char resolved[PATH_MAX]; // the file manager reports on a link itself
+    if (realpath(path.c_str(), resolved) == nullptr) {
+        return nullptr;
+    }
+    NSString* const item = pathString(resolved);
+    NSDictionary* const read = item == nil ? nil : [fileManager() attributesOfItemAtPath:item error:NULL];
+    return read == nil ? nullptr : std::make_unique<FileAttributes const>(read);
+}
+
+/// Gives what a path leads to the attributes of another file or folder, each as far as the thread's rights reach.
+bool giveAttributes(FileAttributes const* attributes, std::string const& path)
+{
+    char resolved[PATH_MAX]; // the file manager would change a link itself
+    if (attributes == nullptr || realpath(path.c_str(), resolved) == nullptr) {
+        return false;
+    }
+    NSString* const item = pathString(resolved);
+    // Without blocking on a FIFO. A folder that is closed to its owner is changed by its path.
+    Descriptor const opened(open(resolved, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status = {};
+    if (item == nil || (opened.isOpen() ? fstat(opened.get(), &status) : stat(resolved, &status)) != 0) {
+        return false;
+    }
+    bool const given = giveRights(attributes->dictionary, opened.get(), resolved, S_ISDIR(status.st_mode));
+    // The rest, dates and Finder's flags.
+    NSMutableDictionary* const rest = [[attributes->dictionary mutableCopy] autorelease];
+    [rest
+        removeObjectsForKeys:[NSArray arrayWithObjects:NSFileOwnerAccountID, NSFileOwnerAccountName,
+                                                       NSFileGroupOwnerAccountID, NSFileGroupOwnerAccountName,
+                                                       NSFilePosixPermissions, nil]];
+    return [fileManager() setAttributes:rest ofItemAtPath:item error:NULL] && given;
+}
+
+bool copyItem(std::string const& from, std::string const& to)
+{
+    struct stat source = {};
+    if (lstat(from.c_str(), &source) != 0 || somethingExistsAt(to)) {
+        return false;
+    }
+    if (S_ISLNK(source.st_mode)) {
+        return copyLink(from, to);
+    }
+    if (!S_ISREG(source.st_mode) && !S_ISDIR(source.st_mode)) {
+        return false;
+    }
+    UnpublishedCopy copy(to);
+    NSString* const fromPath = pathString(from);
+    NSString* const copyPath = pathString(copy.path());
+    if (fromPath == nil || copyPath == nil ||
+        ![fileManager() copyItemAtPath:fromPath toPath:copyPath error:NULL]) {
+        return false;
+    }
+    bool const published = copy.publish();
+    if (published) {
+        giveAttributes(attributesOf(from).get(), to);
+    }
+    return published;
 }
 
 } // namespace
@@ -103,105 +166,66 @@ bool writePropertyList(std::string const& path, std::string const& key, std::str
     if (file == nil || entryKey == nil || entryValue == nil) {
         return false;
     }
-    return [[NSDictionary dictionaryWithObject:entryValue forKey:entryKey] writeToFile:file atomically:YES];
+    // Foundation gives the file what the mask leaves of 0666.
+    mode_t const mask = umask(S_IRWXG | S_IRWXO);
+    umask(mask | S_IWGRP | S_IWOTH);
+    BOOL const written = [[NSDictionary dictionaryWithObject:entryValue forKey:entryKey] writeToFile:file
+                                                                                          atomically:YES];
+    umask(mask);
+    return written;
 }
 
-bool fileExists(std::string const& path)
+HomeFolder::HomeFolder(std::string homePath)
+    : path(std::move(homePath)), attributes([this] {
+          AutoreleasePool const pool;
+          return attributesOf(path);
+      }())
 {
-    AutoreleasePool const pool;
-    return [fileManager() fileExistsAtPath:pathString(path)];
-}
-
-bool createDirectoryTree(std::string const& path)
-{
-    AutoreleasePool const pool;
-    NSString* const folder = pathString(path);
-    if (folder == nil) {
-        return false;
-    }
-    [fileManager() createDirectoryAtPath:folder withIntermediateDirectories:YES attributes:nil error:NULL];
-    BOOL isFolder = NO;
-    return [fileManager() fileExistsAtPath:folder isDirectory:&isFolder] && isFolder;
-}
-
-bool copyItem(std::string const& from, std::string const& to)
-{
-    struct stat source = {};
-    if (lstat(from.c_str(), &source) != 0 || somethingStandsAt(to)) {
-        return false;
-    }
-    if (S_ISLNK(source.st_mode)) {
-        return copyLink(from, to);
-    }
-    if (!S_ISREG(source.st_mode) && !S_ISDIR(source.st_mode)) {
-        return false;
-    }
-    AutoreleasePool const pool;
-    UnpublishedCopy copy(to);
-    NSString* const fromPath = pathString(from);
-    NSString* const copyPath = pathString(copy.path());
-    return fromPath != nil && copyPath != nil &&
-           [fileManager() copyItemAtPath:fromPath toPath:copyPath error:NULL] && copy.publish();
-}
-
-Attributes attributesOf(std::string const& path)
-{
-    AutoreleasePool const pool;
-    char resolved[PATH_MAX]; // the file manager reports on a link itself
-    if (realpath(path.c_str(), resolved) == nullptr) {
-        return nullptr;
-    }
-    NSString* const item = pathString(resolved);
-    NSDictionary* const read = item == nil ? nil : [fileManager() attributesOfItemAtPath:item error:NULL];
-    return read == nil ? nullptr : std::make_shared<FileAttributes const>(read);
-}
-
-bool applyAttributes(Attributes const& attributes, std::string const& path)
-{
-    AutoreleasePool const pool;
-    NSString* const item = pathString(path);
-    if (!attributes || item == nil) {
-        return false;
-    }
-    // Never a link, and without waiting for a pipe's other end.
-    Descriptor const opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    int const failure = errno;
     struct stat status = {};
-    if (opened.isOpen()) {
-        if (fstat(opened.get(), &status) != 0) {
-            return false;
-        }
-    } else if (failure != EACCES || lstat(path.c_str(), &status) != 0 || S_ISLNK(status.st_mode)) {
-        // What is closed to an ordinary user who owns it is still that user's to open; nothing else is left.
-        return false;
+    accessible = geteuid() != 0;
+    if (!accessible && stat(path.c_str(), &status) == 0) {
+        owner = {status.st_uid, status.st_gid};
+        foreign = owner.user != 0;
+        accessible = foreign || (status.st_mode & S_IWOTH) == 0;
     }
-    bool const applied = applyRights(attributes->dictionary, opened.get(), path, S_ISDIR(status.st_mode));
-
-    // The rest, dates and Finder's, grants nobody anything and goes by the path.
-    NSMutableDictionary* const rest = [[attributes->dictionary mutableCopy] autorelease];
-    [rest
-        removeObjectsForKeys:[NSArray arrayWithObjects:NSFileOwnerAccountID, NSFileOwnerAccountName,
-                                                       NSFileGroupOwnerAccountID, NSFileGroupOwnerAccountName,
-                                                       NSFilePosixPermissions, nil]];
-    return [fileManager() setAttributes:rest ofItemAtPath:item error:NULL] && applied;
 }
 
-bool isReadable(std::string const& path)
+HomeFolder::~HomeFolder() = default;
+
+bool HomeFolder::exists(std::string const& below) const
 {
-    AutoreleasePool const pool;
-    return [fileManager() isReadableFileAtPath:pathString(path)];
+    return asOwner([&] { return fileExists(path + below); });
 }
 
-bool isWritable(std::string const& path)
+bool HomeFolder::isUsable(std::string const& below) const
 {
     AutoreleasePool const pool;
-    return [fileManager() isWritableFileAtPath:pathString(path)];
+    return asOwner([&] {
+        struct stat status = {};
+        if (foreign) { // the file manager asks for the process's real user
+            return stat((path + below).c_str(), &status) == 0 && modeLetsUse(status, owner);
+        }
+        NSString* const item = pathString(path + below);
+        return [fileManager() isReadableFileAtPath:item] && [fileManager() isWritableFileAtPath:item] &&
+               [fileManager() isExecutableFileAtPath:item] != NO;
+    });
 }
 
-bool isExecutable(std::string const& path)
+bool HomeFolder::createFolders(std::string const& below) const
+{
+    return asOwner([&] { return createDirectoryTree(path + below, 0777); });
+}
+
+bool HomeFolder::giveOwnAttributes(std::string const& below) const
 {
     AutoreleasePool const pool;
-    return [fileManager() isExecutableFileAtPath:pathString(path)];
+    return asOwner([&] { return giveAttributes(attributes.get(), path + below); });
+}
+
+bool HomeFolder::copy(std::string const& from, std::string const& to) const
+{
+    AutoreleasePool const pool;
+    return asOwner([&] { return copyItem(path + from, path + to); });
 }
 
 } // namespace platform

@@ -36,7 +36,7 @@ bool writePropertyList(std::string const& path, std::string const& key, std::str
     if (!xml) {
         return false;
     }
-    TemporaryFile file(path, 0666);
+    TemporaryFile file(path, 0644);
     return file.isOpen() && file.write(xml.get(), size) && file.replaceTarget();
 }
 

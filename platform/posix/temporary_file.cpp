@@ -21,7 +21,7 @@ TemporaryFile::~TemporaryFile()
 {
     if (isOpen()) {
         close(descriptor);
-        unlink(name.c_str()); // a published file no longer bears this name, or bears it besides the target's
+        unlink(name.c_str()); // a published file no longer has this name
     }
 }
 
@@ -41,19 +41,9 @@ bool TemporaryFile::write(char const* bytes, size_t size)
     return true;
 }
 
-bool TemporaryFile::setMode(mode_t mode)
-{
-    return fchmod(descriptor, mode) == 0;
-}
-
 bool TemporaryFile::replaceTarget()
 {
     return fsync(descriptor) == 0 && rename(name.c_str(), target.c_str()) == 0;
-}
-
-bool TemporaryFile::becomeTarget()
-{
-    return fsync(descriptor) == 0 && link(name.c_str(), target.c_str()) == 0;
 }
 
 } // namespace platform

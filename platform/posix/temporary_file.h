@@ -1,4 +1,4 @@
-/// A file that is written beside its target and published under the target's name when it is complete.
+/// A file that is written next to its target and gets the target's name when it is complete.
 #ifndef PLATFORM_POSIX_TEMPORARY_FILE_H
 #define PLATFORM_POSIX_TEMPORARY_FILE_H
 
@@ -21,21 +21,16 @@ public:
     TemporaryFile& operator=(TemporaryFile const&) = delete;
     ~TemporaryFile();
 
-    /// @return whether the file could be created; when not, every other operation fails
+    /// @return whether the file could be created; if not, every other operation fails
     bool isOpen() const { return descriptor >= 0; }
 
     /// Appends all the bytes.
     bool write(char const* bytes, size_t size);
 
-    bool setMode(mode_t mode);
-
-    /// Brings the bytes to the disk and gives the file the target's name, in one step.
+    /// Syncs the file, then atomically renames it to the target.
     ///
-    /// @return whether the file stands at the target; false leaves the target as it was
+    /// @return whether the file is at the target; false leaves the target as it was
     bool replaceTarget();
-
-    /// As replaceTarget, but refuses a target that exists.
-    bool becomeTarget();
 
 private:
     std::string target;

@@ -2,6 +2,7 @@
 
 #include "libdolmvesk/database.h"
 #include "libdolmvesk/plat_utils.h"
+#include "libdolmvesk/shared_folder.h"
 #include "tools/common/alternate_root.h"
 #include "tools/veskdb/databases.h"
 #include "tools/veskdb/present.h"
@@ -61,10 +62,13 @@ void requireSafe(std::string const& path)
     veskiPathParent(path, folder);
     if (!veskiMayOpenDatabase(folder, path)) {
         throw Unreadable(
-            fmt::format("'{}', or its journal, is not safe to open: a link, a file of several "
-                        "names, no file at all, or a journal that names another file",
+            fmt::format("'{}', or its journal, is not safe to open: a link, a file with several "
+                        "hard links, or no regular file",
                         path),
-            fmt::format("as root: ls -la {}; rm what does not belong there", quotedFromOutside(folder)));
+            fmt::format(
+                "as root, look at what another user has put there: ls -la {}; the other name of a hard "
+                "link: find / -xdev -samefile {}",
+                quotedFromOutside(folder), quotedFromOutside(path)));
     }
 }
 
@@ -89,8 +93,10 @@ RecordReader::RecordReader(std::string const& file) : path(file)
                 ? removal(path + "-wal")
                 : fmt::format("as root: sqlite3 {} 'PRAGMA journal_mode=DELETE'", quotedFromOutside(path)));
     }
+    std::string folder;
+    veskiPathParent(path, folder);
     sqlite3* opened = nullptr;
-    int const code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    int const code = veskiOpenConnection(folder, path, SQLITE_OPEN_READONLY, restrictedVfs, &opened);
     database.reset(opened);
     if (code != SQLITE_OK) {
         refuse(code);
@@ -119,12 +125,6 @@ void RecordReader::requireNoLeftoverJournal() const
     bool const over = status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0;
     if (over) {
         throw Unreadable(fmt::format("'{}' has the journal of a change that is over: '{}'", path, journal),
-                         removal(journal));
-    }
-    if (veskiJournalNamesFile(journal)) {
-        throw Unreadable(fmt::format("'{}' has a journal, '{}', that names another file for deletion; the "
-                                     "installer leaves none such",
-                                     path, journal),
                          removal(journal));
     }
     throw Unreadable(fmt::format("'{}' is in the middle of a change that was interrupted: '{}' is left over",

@@ -3,6 +3,8 @@
 #ifndef TOOLS_VESKDB_READER_H
 #define TOOLS_VESKDB_READER_H
 
+#include "libdolmvesk/shared_folder.h"
+
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -60,6 +62,7 @@ private:
         void operator()(sqlite3* connection) const;
     };
     std::string path;
+    std::unique_ptr<RestrictedVfs> restrictedVfs; // the connection's
     std::unique_ptr<sqlite3, Closer> database;
 };
 

@@ -1,4 +1,4 @@
-#include "platform/unpublished_copy.h"
+#include "platform/mac/unpublished_copy.h"
 
 #include "platform/platform.h"
 
@@ -21,7 +21,7 @@ int withoutPrivileges(char const* path, struct stat const* status, int kind, FTW
         return kind == FTW_SL ? 0 : -1;
     }
 #ifdef UF_IMMUTABLE
-    // What its owner has locked can be neither given a name nor removed.
+    // A file flagged immutable or append-only cannot be linked, renamed or removed.
     if ((status->st_flags & (UF_IMMUTABLE | UF_APPEND)) != 0 && chflags(path, 0) != 0) {
         return -1;
     }
@@ -64,13 +64,13 @@ bool UnpublishedCopy::publish()
         if (link(copy.c_str(), target.c_str()) == 0) {
             return true;
         }
-        if (errno != ENOTSUP && errno != EPERM) {
+        if (errno == EEXIST) {
             return false;
         }
     }
-    // A folder, or a file system without a second name for a file: renaming replaces, so look first.
-    struct stat standing = {};
-    return lstat(target.c_str(), &standing) != 0 && errno == ENOENT &&
+    // A folder, or a file system without hard links: renaming replaces, so look first.
+    struct stat existing = {};
+    return lstat(target.c_str(), &existing) != 0 && errno == ENOENT &&
            rename(copy.c_str(), target.c_str()) == 0;
 }
 

@@ -1,0 +1,36 @@
+#include "platform/platform.h"
+#include "platform/thread_rights.h"
+
+#include <sys/stat.h>
+
+// Deliberate: nothing of std::filesystem. In a 32-bit process the C++ runtime's own calls refuse every file and
+// folder dated past 2038.
+
+namespace platform {
+
+bool fileExists(std::string const& path)
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0;
+}
+
+bool createDirectoryTree(std::string const& path, mode_t mode)
+{
+    // Only the outcome counts: what cannot be made may already exist.
+    for (size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+        mkdir(path.substr(0, end).c_str(), mode);
+    }
+    mkdir(path.c_str(), mode);
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool modeLetsUse(struct stat const& status, Account const& account)
+{
+    mode_t const bits = account.user == status.st_uid    ? status.st_mode >> 6
+                        : account.group == status.st_gid ? status.st_mode >> 3
+                                                         : status.st_mode;
+    return account.user == 0 || (bits & S_IRWXO) == S_IRWXO;
+}
+
+} // namespace platform

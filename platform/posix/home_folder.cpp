@@ -1,0 +1,199 @@
+#include "platform/home_folder.h"
+
+#include "platform/platform.h"
+#include "platform/posix/item_copy.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace platform {
+
+struct FileAttributes
+{
+    struct stat status;
+};
+
+namespace {
+
+constexpr int readFolder = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
+
+Descriptor openFolderIn(int folder, std::string const& name)
+{
+    return Descriptor(openat(folder, name.c_str(), readFolder | O_NOFOLLOW));
+}
+
+/// Takes the first component off a path that begins with "/".
+std::string takeComponent(std::string_view& path)
+{
+    path.remove_prefix(1);
+    std::string component(path.substr(0, path.find('/')));
+    path.remove_prefix(component.size());
+    return component;
+}
+
+std::string_view folderOf(std::string_view below)
+{
+    return below.substr(0, below.rfind('/'));
+}
+
+std::string nameOf(std::string const& below)
+{
+    return below.substr(below.rfind('/') + 1);
+}
+
+/// Opens a folder below another user's home, if root owns it and all folders above it up to the home, and nobody else
+/// may write any of them.
+///
+/// @param create  whether missing folders are made, except in the home itself
+/// @return not open if a folder is missing, a link or open to others
+Descriptor openClosedFolder(std::string const& home, std::string_view below, bool create)
+{
+    Descriptor folder(open(home.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    bool inHome = true;
+    while (folder.isOpen() && !below.empty()) {
+        std::string const name = takeComponent(below);
+        Descriptor next = openFolderIn(folder.get(), name);
+        if (!next.isOpen() && errno == ENOENT && create && !inHome) {
+            // Deliberate: closed to others whatever the mask, because the next folder is made in it.
+            mkdirat(folder.get(), name.c_str(), 0755);
+            next = openFolderIn(folder.get(), name);
+        }
+        folder = isClosedRootFolder(next.get()) ? std::move(next) : Descriptor(-1);
+        inHome = false;
+    }
+    return inHome ? Descriptor(-1) : std::move(folder);
+}
+
+/// Whether the thread may read, write and execute what a name leads to. Deliberate: not access(2), which asks for the
+/// process's real user.
+bool mayUse(int folder, char const* name)
+{
+    long const asked = syscall(SYS_faccessat2, folder, name, R_OK | W_OK | X_OK, AT_EACCESS);
+    if (asked == 0 || errno != ENOSYS) {
+        return asked == 0;
+    }
+    // Linux before 5.8 does not know the call: what the mode says.
+    struct stat status = {};
+    if (fstatat(folder, name, &status, 0) != 0) {
+        return false;
+    }
+    Account account = {
+        static_cast<uid_t>(setfsuid(static_cast<uid_t>(-1))), // an invalid number changes nothing
+        static_cast<gid_t>(setfsgid(static_cast<gid_t>(-1)))};
+    if (group_member(status.st_gid) != 0) {
+        account.group = status.st_gid;
+    }
+    return modeLetsUse(status, account);
+}
+
+/// Gives a folder attributes that the thread cannot open it for.
+bool giveAttributesByPath(std::string const& path, struct stat const& source)
+{
+    bool const owned = chown(path.c_str(), source.st_uid, source.st_gid) == 0;
+    bool const permitted = chmod(path.c_str(), source.st_mode & 07777) == 0;
+    timespec const dates[] = {source.st_atim, source.st_mtim};
+    bool const dated = utimensat(AT_FDCWD, path.c_str(), dates, 0) == 0;
+    return owned && permitted && dated;
+}
+
+} // namespace
+
+HomeFolder::HomeFolder(std::string homePath)
+    : path(std::move(homePath)), attributes([this] {
+          auto read = std::make_unique<FileAttributes>();
+          return stat(path.c_str(), &read->status) == 0 ? std::move(read) : nullptr;
+      }())
+{
+    accessible = geteuid() != 0;
+    if (attributes && !accessible) {
+        struct stat const& status = attributes->status;
+        owner = {status.st_uid, status.st_gid};
+        foreign = owner.user != 0;
+        accessible = foreign || (status.st_mode & S_IWOTH) == 0;
+    }
+}
+
+HomeFolder::~HomeFolder() = default;
+
+Descriptor HomeFolder::rootsFolderOf(std::string const& below) const
+{
+    return foreign ? openClosedFolder(path, folderOf(below), false) : Descriptor(-1);
+}
+
+bool HomeFolder::exists(std::string const& below) const
+{
+    if (Descriptor const folder = rootsFolderOf(below); folder.isOpen()) {
+        struct stat status = {};
+        bool const found = fstatat(folder.get(), nameOf(below).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+        if (!found || !S_ISLNK(status.st_mode)) {
+            return found;
+        }
+    }
+    return asOwner([&] { return fileExists(path + below); });
+}
+
+bool HomeFolder::isUsable(std::string const& below) const
+{
+    if (Descriptor const folder = rootsFolderOf(below); folder.isOpen()) {
+        if (Descriptor const item = openFolderIn(folder.get(), nameOf(below)); item.isOpen()) {
+            return mayUse(item.get(), ".");
+        }
+    }
+    return asOwner([&] { return mayUse(AT_FDCWD, (path + below).c_str()); });
+}
+
+bool HomeFolder::createFolders(std::string const& below) const
+{
+    return (foreign && openClosedFolder(path, below, true).isOpen()) ||
+           asOwner([&] { return createDirectoryTree(path + below, 0777); });
+}
+
+bool HomeFolder::giveOwnAttributes(std::string const& below) const
+{
+    if (!attributes) {
+        return false;
+    }
+    if (Descriptor const folder = rootsFolderOf(below); folder.isOpen()) {
+        if (Descriptor const item = openFolderIn(folder.get(), nameOf(below)); item.isOpen()) {
+            return giveAttributes(item.get(), attributes->status);
+        }
+    }
+    return asOwner([&] {
+        Descriptor const item(open((path + below).c_str(), readFolder));
+        return item.isOpen() ? giveAttributes(item.get(), attributes->status)
+                             : errno == EACCES && giveAttributesByPath(path + below, attributes->status);
+    });
+}
+
+bool HomeFolder::copy(std::string const& from, std::string const& to) const
+{
+    Descriptor source = rootsFolderOf(from);
+    Descriptor target = rootsFolderOf(to);
+    bool const rootsSource = source.isOpen();
+    bool const rootsTarget = target.isOpen();
+    auto const openAsOwner = [&](std::string_view folder) {
+        int opened = -1;
+        asOwner([&] {
+            return (opened = open((path + std::string(folder)).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) >=
+                   0;
+        });
+        return Descriptor(opened);
+    };
+    if (!rootsSource) {
+        source = openAsOwner(folderOf(from));
+    }
+    if (!rootsTarget) {
+        target = openAsOwner(folderOf(to));
+    }
+    return source.isOpen() && target.isOpen() &&
+           copyItem({source.get(), nameOf(from), rootsSource ? nullptr : account()},
+                    {target.get(), nameOf(to), rootsTarget ? nullptr : account()},
+                    rootsSource || rootsTarget);
+}
+
+} // namespace platform

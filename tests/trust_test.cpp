@@ -1,0 +1,485 @@
+// What the super-user's process does where other users may write: their homes, the shared store, folders left open.
+#include "hooks/CustomHooks.h"
+#include "hooks/Tessarine.h"
+#include "libdolmvesk/pcd_compat.h"
+#include "tests/support/log_recorder.h"
+#include "tests/support/stores.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <grp.h>
+#include <linux/capability.h>
+#include <sqlite3.h>
+#include <sys/fsuid.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+using namespace testing_support;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+uid_t const ann = 501;
+gid_t const staff = 20;
+std::string const home = "/Users/ann";
+std::string const library = home + "/Library";
+std::string const product = library + "/Application Support/Zelko/Fendrial Tessarine/";
+std::string const versionFolder = product + "12";
+std::string const dataFolder = versionFolder + "/Tessarine";
+std::string const target = dataFolder + "/customevents.dat";
+std::string const older = product + "11.0/Tessarine/customevents.dat";
+Texts const created = {"customevents.dat file not found", "customevents.dat file found",
+                       "Creating Directoty for the file", "File Copied"};
+Texts const existed = {"customevents.dat file not found", "customevents.dat file found",
+                       "Directory already exists", "File Copied"};
+
+/// Gives all there is at and below a path to a user; links are not followed.
+void give(std::string const& path, uid_t user = ann, gid_t group = staff)
+{
+    EXPECT_EQ(lchown(path.c_str(), user, group), 0) << path;
+    if (!std::filesystem::is_symlink(path) && std::filesystem::is_directory(path)) {
+        for (auto const& name : namesIn(path)) {
+            give(path + '/' + name, user, group);
+        }
+    }
+}
+
+void plantLink(std::string const& to, std::string const& path)
+{
+    EXPECT_EQ(symlink(to.c_str(), path.c_str()) + lchown(path.c_str(), ann, staff), 0) << path;
+}
+
+/// Carries the events file over and returns what is logged, without the start line and the usual prefix. Each line is
+/// logged with the process's own rights.
+Texts carryEventsOver()
+{
+    static Texts lines;
+    lines.clear();
+    copyCustomEventsDATfileFromPreviousInstall({nullptr, 0, 0, 0, [](char const* line) {
+                                                    EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
+                                                    EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
+                                                    EXPECT_EQ(getgroups(0, nullptr), 2);
+                                                    std::string const text = line;
+                                                    size_t const prefix =
+                                                        text.rfind("::FT::CUSTOM ACTION: ", 0) == 0 ? 21 : 0;
+                                                    lines.push_back(text.substr(prefix));
+                                                }});
+    lines.erase(lines.begin());
+    return lines;
+}
+
+class Home : public ScratchRootTest
+{
+protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_OTHER_USERS();
+        gid_t const groups[] = {7, 8};
+        ASSERT_EQ(setgroups(2, groups), 0);
+    }
+    void TearDown() override { setgroups(0, nullptr); }
+
+    /// A home of ann's with an events file of version 11.0, and files that are none of her business.
+    void makeHome()
+    {
+        root.renew();
+        setHome(home);
+        writeFile(older, "events");
+        give(home);
+        writeFile("/victims/file", "secret");
+        makeFolders("/victims/folder");
+        ASSERT_EQ(chmod("/victims/file", 0600) + chmod("/victims/folder", 0755), 0);
+    }
+
+    static void expectUntouchedVictims()
+    {
+        EXPECT_EQ(accessOf("/victims") + ' ' + accessOf("/victims/file") + ' ' + accessOf("/victims/folder"),
+                  "0755 0:0 0600 0:0 0755 0:0");
+        EXPECT_EQ(readFile("/victims/file"), "secret");
+        EXPECT_THAT(namesIn("/victims"), ElementsAre("file", "folder"));
+        EXPECT_THAT(namesIn("/victims/folder"), IsEmpty());
+    }
+};
+
+TEST_F(Home, NothingIsReachedThatItsOwnerCouldNotReach)
+{
+    // clang-format off
+    struct { char const* name; std::function<void()> plant; Texts lines; } const cases[] = {
+        {"the version folder", [] { plantLink("/victims/folder", versionFolder); }, created},
+        {"the data folder", [] { makeFolders(versionFolder); give(versionFolder); plantLink("/victims/folder", dataFolder); },
+         {existed[0], existed[1], existed[2], "::FT::Giving Permission to Tessarine", existed[3]}},
+        {"a folder far above", [] { rename((library + "/Application Support").c_str(), (home + "/moved").c_str());
+            plantLink("/victims/folder", library + "/Application Support"); }, Texts(4, created[0])},
+        {"the events file", [] { makeFolders(dataFolder); give(versionFolder); plantLink("/victims/new", target); }, existed},
+        {"an older events file", [] { unlink(older.c_str()); plantLink("/victims/file", older); }, created},
+        {"a hard link for the version folder", [] { link("/victims/file", versionFolder.c_str()); }, created},
+        {"a hard link for the data folder", [] { makeFolders(versionFolder); give(versionFolder);
+            link("/victims/file", dataFolder.c_str()); }, {existed[0], existed[1], existed[2], "::FT::Giving Permission to Tessarine", existed[3]}},
+        {"a folder with a file that its owner cannot read", [] { unlink(older.c_str()); makeFolders(older); give(older);
+            link("/victims/file", (older + "/file").c_str()); }, created},
+    };
+    // clang-format on
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        makeHome();
+        each.plant();
+        EXPECT_EQ(carryEventsOver(), each.lines);
+        expectUntouchedVictims();
+    }
+    EXPECT_THAT(namesIn(dataFolder), IsEmpty()); // of the last one: no part of a copy stays
+}
+
+TEST_F(Home, ACopiedLinkIsItsOwnersAndLeadsNowhere)
+{
+    makeHome();
+    unlink(older.c_str());
+    plantLink("/victims/folder", older);
+    EXPECT_EQ(carryEventsOver(), created);
+    EXPECT_EQ(statusOf(target).st_uid, ann);
+    writeFile(product + "10.0/Tessarine/customevents.dat", "events");
+    std::filesystem::remove_all(product + "11.0");
+    ASSERT_EQ(rename(target.c_str(), (home + "/link").c_str()) + rmdir(dataFolder.c_str()) +
+                  rename((home + "/link").c_str(), dataFolder.c_str()),
+              0);
+    EXPECT_EQ(carryEventsOver(), (Texts{existed[0], existed[0], existed[1], existed[2],
+                                        "::FT::Giving Permission to Tessarine", existed[3]}));
+    expectUntouchedVictims();
+}
+
+TEST_F(Home, HonestLinksAreFollowed)
+{
+    struct
+    {
+        char const* name;
+        uid_t user;
+        mode_t mode;
+    } const volumes[] = {
+        {"one of the user's own", ann, 0755}, {"without owners", 99, 0777}, {"shared", 0, 01777}};
+    for (auto const& volume : volumes) {
+        SCOPED_TRACE(volume.name);
+        makeHome();
+        std::filesystem::rename(library + "/Application Support", "/volume");
+        give("/volume", volume.user);
+        for (auto const& folder : std::filesystem::recursive_directory_iterator("/volume")) {
+            chmod(folder.path().c_str(), folder.is_directory() ? volume.mode : 0644);
+        }
+        chmod("/volume", volume.mode);
+        plantLink("/volume", library + "/Application Support");
+        EXPECT_EQ(carryEventsOver(), created);
+        EXPECT_EQ(readFile(target), "events");
+        EXPECT_EQ(accessOf(target), "0644 501:20");
+        EXPECT_THAT(carryEventsOver(), ElementsAre(existed[1], existed[2], existed[3]));
+    }
+}
+
+TEST_F(Home, AFolderClosedToItsOwnerIsOpened)
+{
+    makeHome();
+    makeFolders("/elsewhere/Tessarine");
+    give("/elsewhere");
+    ASSERT_EQ(chmod("/elsewhere/Tessarine", 0500) + chmod(home.c_str(), 0751), 0);
+    plantLink("/elsewhere", versionFolder);
+    EXPECT_EQ(carryEventsOver(), (Texts{existed[0], existed[1], existed[2],
+                                        "::FT::Giving Permission to Tessarine", existed[3]}));
+    EXPECT_EQ(accessOf("/elsewhere/Tessarine"), "0751 501:20");
+    EXPECT_EQ(readFile(target), "events");
+}
+
+TEST_F(Home, RootsOwnFoldersAreServedByRoot)
+{
+    if (!HOME_IN_ENVIRONMENT_COUNTS) {
+        GTEST_SKIP() << "the sources for macOS leave such folders alone";
+    }
+    std::string const opened = "::FT::Giving Permission to Tessarine";
+    // clang-format off
+    struct { char const* name; std::function<void()> arrange; Texts lines; std::string access, copied; } const cases[] = {
+        {"all of it is root's", [] {}, created, "0751 501:20", "0600 0:0"},
+        {"a data folder of root's alone", [] { makeFolders(dataFolder); chmod(dataFolder.c_str(), 0700); }, existed, "0700 0:0", "0600 0:0"},
+        {"a version folder of the user's", [] { makeFolders(versionFolder); give(versionFolder); }, created, "0751 501:20", "0600 0:0"},
+        {"below a folder of the user's", [] { makeFolders(dataFolder); give(product.substr(0, product.size() - 1)); give(dataFolder, 0, 0); chmod(older.c_str(), 0644); },
+         {existed[0], existed[1], existed[2], opened, existed[3]}, "0755 0:0", ""},
+        {"open to a group", [] { makeFolders(dataFolder); chmod(library.c_str(), 0775); chmod(older.c_str(), 0644); },
+         {existed[0], existed[1], existed[2], "::FT::Giving Permission to 12", opened, existed[3]}, "0755 0:0", ""},
+        {"a link on the way",
+         [] {
+             chmod(older.c_str(), 0644);
+             rename((product + "11.0").c_str(), "/elsewhere");
+             symlink("/elsewhere", (product + "11.0").c_str());
+         },
+         created,
+         "0751 501:20",
+         "0644 501:20"},
+        {"a source that the user can read", [] { chmod(older.c_str(), 0644); }, created, "0751 501:20", "0644 0:0"},
+    };
+    // clang-format on
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        makeHome();
+        give(library, 0, 0);
+        ASSERT_EQ(chmod(older.c_str(), 0600) + chmod(home.c_str(), 0751), 0);
+        each.arrange();
+        EXPECT_EQ(carryEventsOver(), each.lines);
+        EXPECT_EQ(exists(dataFolder) ? accessOf(dataFolder) : "", each.access);
+        EXPECT_EQ(exists(target) ? accessOf(target) : "", each.copied);
+        EXPECT_EQ(readFile(target), each.copied.empty() ? "" : "events");
+    }
+}
+
+TEST_F(Home, NothingIsLookedAtWithoutTheRightsOfItsOwner)
+{
+    makeHome();
+    inChildProcess([] {
+        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct data[2] = {};
+        ASSERT_EQ(syscall(SYS_capget, &header, data), 0);
+        data[0].effective &= ~(1U << CAP_SETUID);
+        ASSERT_EQ(syscall(SYS_capset, &header, data), 0);
+        EXPECT_EQ(carryEventsOver(), Texts(4, created[0]));
+    });
+    makeHome();
+    ASSERT_EQ(chown(home.c_str(), 0, 0) + chmod(home.c_str(), 01777), 0);
+    EXPECT_EQ(carryEventsOver(), Texts(4, created[0])); // root's own rights would follow anybody's links
+}
+
+// --- the machine's own folders
+
+class Machine : public ScratchRootTest
+{
+};
+
+TEST_F(Machine, AnOpenMaskLeavesNothingOpen)
+{
+    Texts const paths = {databaseRoot.substr(0, databaseRoot.size() - 1), databaseRoot + "Fendrial Tessarine",
+                         databaseRoot + "Fendrial Tessarine/12",
+                         databaseRoot + "Fendrial Tessarine/12/UUID.plist"};
+    auto const access = [&] {
+        Texts all;
+        std::transform(paths.begin(), paths.end(), std::back_inserter(all), accessOf);
+        return all;
+    };
+    Texts const closed = {"0755 0:0", "0755 0:0", "0755 0:0", "0644 0:0"};
+    umask(0);
+    createUUIDFile(LogRecorder::session());
+    EXPECT_EQ(access(), closed);
+    // What an earlier version has left open.
+    for (auto const& path : paths) {
+        chmod(path.c_str(), statusOf(path).st_mode | 0022);
+    }
+    VeskSession* session = nullptr;
+    EXPECT_EQ(pdbOpenSession(&session) + pdbCloseSession(session), 0);
+    EXPECT_EQ(access()[0], "0775 0:0");
+    createUUIDFile(LogRecorder::session());
+    EXPECT_EQ(access(), (Texts{"0775 0:0", "0775 0:0", "0775 0:0", "0664 0:0"}));
+    // Not through a link that was planted while the folder was open.
+    makeFolders("/open");
+    ASSERT_EQ(chmod("/open", 01777) + rename(paths[1].c_str(), "/moved") + symlink("/open", paths[1].c_str()),
+              0);
+    createUUIDFile(LogRecorder::session());
+    EXPECT_EQ(accessOf("/open"), "1777 0:0");
+}
+
+TEST_F(Machine, RootsLinksToOtherVolumesAreFollowedByBackups)
+{
+    for (auto const& [file, open, backUp] : {std::tuple{catalogueFile, &veskOpenSession, &veskBackup},
+                                             std::tuple{payloadFile, &pdbOpenSession, &pdbBackup}}) {
+        opened(open);
+        std::string const volume = "/volume" + file.substr(file.rfind('/'));
+        makeFolders("/volume");
+        ASSERT_EQ(rename(file.c_str(), volume.c_str()) + symlink(volume.c_str(), file.c_str()), 0);
+        opened(open);
+        EXPECT_EQ(backUp(), kVeskOK);
+        std::string const backup = backupPath + file.substr(file.rfind('/'));
+        EXPECT_TRUE(exists(backup) && readFile(backup) == readFile(volume));
+        // A backup that is the database itself.
+        std::string const content = readFile(volume);
+        ASSERT_EQ(unlink(backup.c_str()) + link(volume.c_str(), backup.c_str()), 0);
+        EXPECT_EQ(backUp(), kVeskIOError);
+        EXPECT_TRUE(readFile(volume) == content);
+    }
+}
+
+// --- the shared store
+
+class SharedStore : public ScratchRootTest
+{
+protected:
+    void SetUp() override { opened(pcdOpenSession); }
+
+    std::string const journal = cacheFile + "-journal";
+};
+
+TEST_F(SharedStore, AWorldWritableFileOfRootsMayHaveAnotherName)
+{
+    ASSERT_EQ(link(cacheFile.c_str(), "/elsewhere"), 0);
+    HookProperty const properties[] = {{"ZelkoCode", "code"}, {nullptr, nullptr}};
+    EXPECT_EQ(QvInstallerCustomHookProc(properties, kHookPostPayload, kHookReinstall, 0, nullptr), kHookOK);
+    EXPECT_EQ(rows(masterFile, "SELECT value FROM domain_data"), "code");
+    EXPECT_EQ(chmod(cacheFile.c_str(), 0644), 0); // but no other file
+    VeskSession* session = nullptr;
+    EXPECT_EQ(pcdOpenCacheSession(&session), kVeskAccessDenied);
+    EXPECT_EQ(accessOf("/elsewhere"), "0644 0:80");
+}
+
+TEST_F(SharedStore, LinksAndPipesInPlaceOfItsFilesAreRefused)
+{
+    // clang-format off
+    struct { char const* name; std::function<void(char const*)> plant; int32_t journal, log; } const cases[] = {
+        {"a link", [](char const* path) { plantLink("/victims/file", path); }, kVeskAccessDenied, kVeskOK},
+        {"a link of root's", [](char const* path) { symlink("/victims/file", path); }, kVeskAccessDenied, kVeskOK},
+        {"a link to nothing", [](char const* path) { plantLink("/victims/new", path); }, kVeskAccessDenied, kVeskOK},
+        {"a hard link", [](char const* path) { link("/victims/file", path); }, kVeskAccessDenied, kVeskOK},
+        {"a pipe", [](char const* path) { mkfifo(path, 0666); }, kVeskAccessDenied, kVeskOK},
+        {"a folder", [](char const* path) { makeFolders(path); }, kVeskAccessDenied, kVeskOK},
+    };
+    // clang-format on
+    SKIP_WITHOUT_OTHER_USERS();
+    for (auto const& each : cases) {
+        for (char const* suffix : {"", "-journal", "-wal", "-shm"}) {
+            SCOPED_TRACE(testing::Message() << each.name << " at cache.db" << suffix);
+            root.renew();
+            SetUp();
+            writeFile("/victims/file", "");
+            ASSERT_EQ(chmod("/victims/file", 04640), 0);
+            unlink((cacheFile + suffix).c_str());
+            each.plant((cacheFile + suffix).c_str());
+            bool const isFile = *suffix == '\0' &&
+                                (each.name == std::string("a pipe") || each.name == std::string("a folder"));
+            int32_t const expected = isFile ? kVeskFailed : strlen(suffix) == 4 ? each.log : each.journal;
+            VeskSession* session = nullptr;
+            EXPECT_EQ(pcdOpenCacheSession(&session), expected);
+            expected == kVeskOK ? pcdCloseSession(session) : 0;
+            EXPECT_EQ(pcdOpenSession(&session), expected); // the master store's opens it, too
+            pcdCloseSession(session);
+            EXPECT_EQ(accessOf("/victims/file"), "4640 0:0");
+            EXPECT_EQ(statusOf("/victims/file").st_size, 0);
+            EXPECT_THAT(namesIn("/victims"), ElementsAre("file"));
+        }
+    }
+}
+
+TEST_F(SharedStore, AFileOfAnotherUserBecomesRoots)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    std::string const folder = cacheFile.substr(0, cacheFile.rfind('/'));
+    ASSERT_EQ(chown(cacheFile.c_str(), ann, staff) + chmod(cacheFile.c_str(), 0600), 0);
+    ASSERT_EQ(chown(folder.c_str(), ann, staff) + chmod(folder.c_str(), 0777), 0);
+    opened(pcdOpenCacheSession);
+    EXPECT_EQ(accessOf(cacheFile) + ", " + accessOf(folder), "0666 0:80, 1777 0:80");
+}
+
+TEST_F(SharedStore, ChangingItsAccessKeepsTheLocksOfThisProcess)
+{
+    OtherProcess const other([] {
+        EXPECT_EQ(sql(cacheFile, "INSERT INTO domain_data VALUES (1, 's', 'k', '')"),
+                  Texts{"error: database is locked"});
+    });
+    auto const first = opened(pcdOpenCacheSession);
+    EXPECT_EQ(pcdSetDomainData(first.get(), 1, "s", "k", "v"), kVeskOK);
+    chmod(cacheFile.c_str(), 0644);
+    opened(pcdOpenCacheSession);
+    EXPECT_EQ(accessOf(cacheFile).substr(0, 4), "0666");
+    other.run();
+}
+
+/// A journal that a crash might have left, ending with the name of a file for SQLite to delete afterwards.
+std::string journalNaming(std::string const& victim)
+{
+    sqlite3* database = nullptr;
+    unlink("/other.db");
+    sqlite3_open("/other.db", &database);
+    sqlite3_exec(database,
+                 "CREATE TABLE t(x); INSERT INTO t VALUES (zeroblob(30000)); PRAGMA cache_size = 1; BEGIN;"
+                 "UPDATE t SET x = randomblob(30000); INSERT INTO t VALUES (randomblob(30000))",
+                 nullptr, nullptr, nullptr);
+    std::string content = readFile("/other.db-journal");
+    sqlite3_close(database);
+    EXPECT_GT(content.size(), 4096U);
+    auto const number = [&](unsigned value) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            content += static_cast<char>(value >> shift & 0xFFU);
+        }
+    };
+    number(0x40000000 / 4096 + 1); // the page that never holds data
+    content += victim;
+    number(static_cast<unsigned>(victim.size()));
+    unsigned sum = 0;
+    std::for_each(victim.begin(), victim.end(), [&](char each) { sum += static_cast<unsigned char>(each); });
+    number(sum);
+    return content + "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+}
+
+TEST_F(SharedStore, AJournalDeletesAndOpensNoOtherFile)
+{
+    writeFile("/victim", "");
+    mkfifo("/pipe", 0666);
+    for (char const* victim : {"/victim", "/pipe"}) {
+        writeFile(journal, journalNaming(victim));
+        opened(pcdOpenSession);
+        EXPECT_TRUE(exists(victim));
+        EXPECT_FALSE(exists(journal));
+    }
+}
+
+TEST_F(SharedStore, ItsOwnJournalIsRolledBack)
+{
+    std::string const before = readFile(cacheFile);
+    inChildProcess([] {
+        VeskSession* session = nullptr;
+        pcdOpenCacheSession(&session);
+        session->store->queryNR("PRAGMA cache_size = 1");
+        for (char const* key : {"a", "b", "c", "d"}) {
+            pcdSetDomainData(session, 1, "s", key, std::string(20000, 'x').c_str());
+        }
+        EXPECT_TRUE(exists(cacheFile + "-journal"));
+    });
+    EXPECT_FALSE(readFile(cacheFile) == before);
+    opened(pcdOpenCacheSession);
+    EXPECT_EQ(rows(cacheFile, "SELECT count(*) FROM domain_data"), "0");
+    EXPECT_FALSE(exists(journal));
+}
+
+TEST_F(SharedStore, WriteAheadModeOpensAndCannotBeRead)
+{
+    std::fstream(cacheFile, std::ios::in | std::ios::out | std::ios::binary).seekp(18) << "\2\2";
+    writeFile(cacheFile + "-wal", std::string(4096, 'x'));
+    auto const session = opened(pcdOpenCacheSession);
+    char const* value = nullptr;
+    EXPECT_EQ(pcdGetDomainData(session.get(), 1, "s", "k", &value), kVeskAccessDenied);
+    opened(pcdOpenSession);
+    EXPECT_FALSE(exists(cacheFile + "-shm"));
+}
+
+TEST_F(SharedStore, CraftedVersionsCostLittle)
+{
+    for (
+        char const* crafted :
+        {"CREATE VIEW pcd_meta AS SELECT 'schema_version' AS key, hex(zeroblob(400000000)) AS value",
+         "CREATE VIEW pcd_meta AS WITH RECURSIVE n(key, value) AS (SELECT 1, 1 UNION ALL SELECT key + 1, 1 FROM n) "
+         "SELECT * FROM n",
+         "CREATE TABLE pcd_meta (key TEXT, value TEXT AS (hex(zeroblob(400000000)))); INSERT INTO pcd_meta VALUES "
+         "('schema_version')",
+         "CREATE TABLE pcd_meta (key TEXT, value BLOB); INSERT INTO pcd_meta VALUES ('schema_version', "
+         "zeroblob(100000000))"}) {
+        SCOPED_TRACE(crafted);
+        unlink(cacheFile.c_str());
+        sql(cacheFile, crafted);
+        inChildProcess([] {
+            VeskSession* session = nullptr;
+            EXPECT_EQ(pcdOpenCacheSession(&session), kVeskOK);
+            rusage usage = {};
+            getrusage(RUSAGE_SELF, &usage);
+            EXPECT_LT(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec, 4);
+            EXPECT_LT(usage.ru_maxrss, UNDER_SANITIZERS ? 500000 : 60000); // KiB, of the test program, too
+            EXPECT_GE(sqlite3_limit(session->store->db, SQLITE_LIMIT_LENGTH, -1), 1'000'000'000);
+            EXPECT_GE(sqlite3_limit(session->store->db, SQLITE_LIMIT_FUNCTION_ARG, -1), 100);
+        });
+    }
+}
+
+} // namespace
