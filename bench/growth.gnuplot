@@ -1,4 +1,4 @@
-# Draws the columns of bench_times, in the file `growth`, into the picture `picture`: payloads, then ours and the floor
+# Draws the columns of "bench times", in the file `growth`, into the picture `picture`: payloads, then ours and the floor
 # of read, list, mark installed and remove.
 set terminal svg size 720,440 font "sans-serif,13" background "white"
 set output picture

@@ -1,5 +1,6 @@
 #include "bench/operations.h"
 
+#include "hooks/CustomHooks.h"
 #include "libdolmvesk/pcd_compat.h"
 #include "tests/support/stores.h"
 
@@ -31,20 +32,12 @@ char const* identifier(int number)
     return text;
 }
 
-/// Identifiers of 0 to `end` as a table of two columns, the number first; `end` is left out.
+/// Identifiers from `begin` up to and without `end` as a table of two columns, the number first.
 std::string identifiers(int begin, int end)
 {
     return "(WITH RECURSIVE numbers(n) AS (SELECT " + std::to_string(begin) +
            " UNION ALL SELECT n + 1 FROM numbers WHERE n + 1 < " + std::to_string(end) +
            ") SELECT n, printf('{4F9C27D1-63AB-4E0B-9A77-%012d}', n) AS id FROM numbers)";
-}
-
-void fill(std::string const& file, std::string const& statements)
-{
-    for (auto const& error : testing_support::sql(file, statements)) {
-        std::fprintf(stderr, "bench: filling %s: %s\n", file.c_str(), error.c_str());
-        std::exit(2);
-    }
 }
 
 char volatile firstOfMessage;
@@ -55,15 +48,13 @@ void takeMessage(char const* message)
     firstOfMessage = *message;
 }
 
-// What the operations read, which nobody looks at.
+// Results of the operations, never used.
 PdbPayloadInfo payload;
 char const** texts;
 char const* text;
 
-// The two sides of an operation in the table below: a call of the session, or of the floor's store, with the number of
-// the call.
-#define OURS(call) [](VeskSession* session, int number) { return (void)session, (void)number, int32_t(call); }
-#define FLOOR(call) [](FloorStore* store, int number) { return (void)store, (void)number, int(call); }
+/// One call of an operation, which may use its session and its number.
+#define CALL(call) [](VeskSession* session, int number) { return (void)session, (void)number, int32_t(call); }
 
 template<int32_t (*openSession)(VeskSession**), int32_t (*closeSession)(VeskSession*)>
 int32_t openAndClose()
@@ -71,12 +62,6 @@ int32_t openAndClose()
     VeskSession* opened = nullptr;
     int32_t const status = openSession(&opened);
     return status == kVeskOK ? closeSession(opened) : status;
-}
-
-int openAndCloseFloor(FloorDatabase database, int (*closeStore)(FloorStore*))
-{
-    FloorStore* const opened = floorOpen(database);
-    return opened != nullptr ? closeStore(opened) : 1;
 }
 
 uint32_t runHook(HookEntryMode phase)
@@ -87,32 +72,28 @@ uint32_t runHook(HookEntryMode phase)
 // clang-format off
 Operation readOne(int payloads)
 {
-    return {"read a payload", payloads, 100, 1, pdbOpenSession, kFloorPayloads,
-            OURS(pdbGetPayload(session, identifier(number % 100), &payload)),
-            FLOOR(floorGetPayload(store, identifier(number % 100), &payload))};
+    return {"read a payload", payloads, 100, 1, pdbOpenSession,
+            CALL(pdbGetPayload(session, identifier(number % 100), &payload))};
 }
 
 Operation listAll(int payloads)
 {
     return {"list the payloads, per row of " + std::to_string(payloads), payloads,
-            payloads > 10000 ? 2 : 20000 / payloads, payloads, pdbOpenSession, kFloorPayloads,
-            OURS(pdbGetPayloads(session, kPdbAllPayloads, &texts)),
-            FLOOR(floorGetPayloads(store, &texts))};
+            payloads > 10000 ? 2 : 20000 / payloads, payloads, pdbOpenSession,
+            CALL(pdbGetPayloads(session, kPdbAllPayloads, &texts))};
 }
 
 /// Payloads with one relation each, others each time.
 Operation markInstalled(int payloads)
 {
-    return {"mark installed", payloads, payloads > 10000 ? 5 : 50, 1, pdbOpenSession, kFloorPayloads,
-            OURS(pdbSetInstallState(session, identifier(number + 1), kPdbInstalled)),
-            FLOOR(floorMarkInstalled(store, identifier(number + 1)))};
+    return {"mark installed", payloads, payloads > 10000 ? 5 : 50, 1, pdbOpenSession,
+            CALL(pdbSetInstallState(session, identifier(number + 1), kPdbInstalled))};
 }
 
 Operation removeOne(int payloads)
 {
-    return {"remove a payload", payloads, 50, 1, pdbOpenSession, kFloorPayloads,
-            OURS(pdbRemovePayload(session, identifier(number + 1))),
-            FLOOR(floorRemovePayload(store, identifier(number + 1)))};
+    return {"remove a payload", payloads, 50, 1, pdbOpenSession,
+            CALL(pdbRemovePayload(session, identifier(number + 1)))};
 }
 
 } // namespace
@@ -120,53 +101,35 @@ Operation removeOne(int payloads)
 std::vector<Operation> const& operations()
 {
     static std::vector<Operation> const table = {
-        {"open and close the catalogue", 100, 100, 1, nullptr, kFloorCatalogue,
-         OURS((openAndClose<veskOpenSession, veskCloseSession>())),
-         FLOOR(openAndCloseFloor(kFloorCatalogue, floorClose))},
-        {"open and close the payload database", 100, 100, 1, nullptr, kFloorPayloads,
-         OURS((openAndClose<pdbOpenSession, pdbCloseSession>())),
-         FLOOR(openAndCloseFloor(kFloorPayloads, floorClosePayloads))},
-        {"open and close the master store", 100, 100, 1, nullptr, kFloorMaster,
-         OURS((openAndClose<pcdOpenSession, pcdCloseSession>())),
-         FLOOR(openAndCloseFloor(kFloorMaster, floorClose))},
-        {"open and close the cache store", 100, 100, 1, nullptr, kFloorCache,
-         OURS((openAndClose<pcdOpenCacheSession, pcdCloseSession>())),
-         FLOOR(openAndCloseFloor(kFloorCache, floorClose))},
-        {"add a payload", 100, 200, 1, pdbOpenSession, kFloorPayloads,
-         OURS(pdbAddPayload(session, identifier(absent + number), family, name, version, signature, nullptr, nullptr)),
-         FLOOR(floorAddPayload(store, identifier(absent + number), family, name, version, signature))},
+        {"open and close the catalogue", 100, 100, 1, nullptr,
+         CALL((openAndClose<veskOpenSession, veskCloseSession>()))},
+        {"open and close the payload database", 100, 100, 1, nullptr,
+         CALL((openAndClose<pdbOpenSession, pdbCloseSession>())), true},
+        {"open and close the master store", 100, 100, 1, nullptr,
+         CALL((openAndClose<pcdOpenSession, pcdCloseSession>()))},
+        {"open and close the cache store", 100, 100, 1, nullptr,
+         CALL((openAndClose<pcdOpenCacheSession, pcdCloseSession>()))},
+        {"add a payload", 100, 200, 1, pdbOpenSession,
+         CALL(pdbAddPayload(session, identifier(absent + number), family, name, version, signature, nullptr, nullptr))},
         readOne(100),
-        {"mark installed, 100 relations", 100, 20, 1, pdbOpenSession, kFloorPayloads,
-         OURS(pdbSetInstallState(session, identifier(0), kPdbInstalled)),
-         FLOOR(floorMarkInstalled(store, identifier(0)))},
+        {"mark installed, 100 relations", 100, 20, 1, pdbOpenSession,
+         CALL(pdbSetInstallState(session, identifier(0), kPdbInstalled))},
         removeOne(100),
-        {"set payload data", 100, 200, 1, pdbOpenSession, kFloorPayloads,
-         OURS(pdbSetPayloadData(session, identifier(number % 100), 0, key, value)),
-         FLOOR(floorSetPayloadData(store, identifier(number % 100), 0, key, value))},
-        {"get payload data", 100, 200, 1, pdbOpenSession, kFloorPayloads,
-         OURS(pdbGetPayloadData(session, identifier(number % 100), 0, key, &text)),
-         FLOOR(floorGetPayloadData(store, identifier(number % 100), 0, key, &text))},
-        {"set a setting", 100, 200, 1, pcdOpenSession, kFloorMaster,
-         OURS(pcdSetDomainData(session, 1, subdomain, key, value)),
-         FLOOR(floorSetDomainData(store, 1, subdomain, key, value))},
-        {"get a setting", 100, 200, 1, pcdOpenSession, kFloorMaster,
-         OURS(pcdGetDomainData(session, 1, subdomain, key, &text)),
-         FLOOR(floorGetDomainData(store, 1, subdomain, key, &text))},
-        {"list 10 keys of settings", 100, 200, 1, pcdOpenSession, kFloorMaster,
-         OURS(pcdGetDomainDataKeys(session, 1, subdomain, &texts)),
-         FLOOR(floorGetDomainDataKeys(store, 1, subdomain, &texts))},
-        {"commit nothing, payload session", 100, 200, 1, pdbOpenSession, kFloorPayloads,
-         OURS(pdbSessionCommit(session)),
-         FLOOR(floorCommitPayloads(store))},
-        {"commit nothing, other session", 100, 20000, 1, veskOpenSession, kFloorCatalogue,
-         OURS(veskSessionCommit(session)),
-         FLOOR(floorCommit(store))},
-        {"phase that only logs", 100, 20000, 1, nullptr, kFloorCatalogue,
-         OURS(runHook(kHookPrePayload)),
-         FLOOR((takeMessage("::FT::In PrePayloadInstallProc"), 0))},
-        {"pre-system-check, 200 payloads", 200, 10, 1, nullptr, kFloorPayloads,
-         OURS(runHook(kHookPreSystemCheck)),
-         FLOOR(floorPreSystemCheck(takeMessage))},
+        {"set payload data", 100, 200, 1, pdbOpenSession,
+         CALL(pdbSetPayloadData(session, identifier(number % 100), 0, key, value))},
+        {"get payload data", 100, 200, 1, pdbOpenSession,
+         CALL(pdbGetPayloadData(session, identifier(number % 100), 0, key, &text))},
+        {"set a setting", 100, 200, 1, pcdOpenSession,
+         CALL(pcdSetDomainData(session, 1, subdomain, key, value))},
+        {"get a setting", 100, 200, 1, pcdOpenSession,
+         CALL(pcdGetDomainData(session, 1, subdomain, key, &text))},
+        {"list 10 keys of settings", 100, 200, 1, pcdOpenSession,
+         CALL(pcdGetDomainDataKeys(session, 1, subdomain, &texts))},
+        {"commit nothing, payload session", 100, 200, 1, pdbOpenSession,
+         CALL(pdbSessionCommit(session)), true},
+        {"commit nothing, other session", 100, 20000, 1, veskOpenSession, CALL(veskSessionCommit(session))},
+        {"phase that only logs", 100, 20000, 1, nullptr, CALL(runHook(kHookPrePayload))},
+        {"pre-system-check, 200 payloads", 200, 10, 1, nullptr, CALL(runHook(kHookPreSystemCheck)), true},
         listAll(1000),
         listAll(10000),
     };
@@ -191,7 +154,7 @@ void prepareStores(int payloads)
         testing_support::opened(open);
     }
     std::string const first = "SELECT '" + std::string(identifier(0)) + "', id, ";
-    fill(
+    testing_support::sql(
         testing_support::payloadFile,
         "BEGIN; INSERT INTO payloads SELECT id, 'Zelko Fendrial', 'Component', '12.0.1.4', '3f0c7be2b6a14b0d',"
         " 2, 1700000000 + n FROM " +
@@ -202,25 +165,15 @@ void prepareStores(int payloads)
             "; INSERT INTO dependencies " + first + "1 FROM " + identifiers(1, 51) +
             "; INSERT INTO payload_data SELECT id, 0, 'INSTALLDIR', '/Applications' FROM " +
             identifiers(0, payloads) + "; COMMIT");
-    fill(testing_support::masterFile, "INSERT INTO domain_data SELECT 1, '" + std::string(subdomain) +
-                                          "', 'INSTALLDIR' || CASE n WHEN 0 THEN '' ELSE n END, id FROM " +
-                                          identifiers(0, 10));
+    testing_support::sql(testing_support::masterFile,
+                         "INSERT INTO domain_data SELECT 1, '" + std::string(subdomain) +
+                             "', 'INSTALLDIR' || CASE n WHEN 0 THEN '' ELSE n END, id FROM " +
+                             identifiers(0, 10));
 }
 
-Run::Run(Operation const& measured, Side measuredSide) : operation(measured), side(measuredSide)
+Run::Run(Operation const& measured, Recording const* replayed) : operation(measured), floor(replayed)
 {
-    if (operation.open != nullptr && side == Side::kOurs) {
-        int32_t const status = operation.open(&session);
-        if (status != kVeskOK) {
-            fail("opening", status);
-        }
-    } else if (operation.open != nullptr) {
-        store = floorOpen(operation.database);
-        if (store == nullptr) {
-            fail("opening", 1);
-        }
-    }
-    call();
+    require(floor != nullptr ? replays(0) : operation.open == nullptr || operation.open(&session) == kVeskOK);
 }
 
 Run::~Run()
@@ -229,27 +182,31 @@ Run::~Run()
         veskSessionRollback(session);
         veskCloseSession(session);
     }
-    if (store != nullptr) {
-        floorRollback(store);
-        floorClose(store);
+    for (auto& connection : connections) {
+        closeConnection(&connection);
     }
 }
 
 void Run::call()
 {
-    int32_t const status =
-        side == Side::kOurs ? operation.ours(session, number) : operation.floor(store, number);
     ++number;
-    if (status != 0) {
-        fail("a call", status);
-    }
+    require(floor != nullptr ? replays(static_cast<size_t>(number))
+                             : operation.run(session, number - 1) == 0);
 }
 
-void Run::fail(char const* what, int status) const
+bool Run::replays(size_t call)
 {
-    std::fprintf(stderr, "bench: %s, %s: %s gave %d\n", operation.name.c_str(),
-                 side == Side::kOurs ? "ours" : "floor", what, status);
-    std::exit(2);
+    auto const& steps = floor->calls[call];
+    return replay(connections, steps.data(), steps.size()) == SQLITE_OK;
+}
+
+void Run::require(bool succeeded) const
+{
+    if (!succeeded) {
+        std::fprintf(stderr, "bench: %s, %s: call %d failed\n", operation.name.c_str(),
+                     floor != nullptr ? "floor" : "ours", number);
+        std::exit(2);
+    }
 }
 
 } // namespace bench

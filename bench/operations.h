@@ -1,44 +1,31 @@
-/// What is measured: each operation of the product beside its floor, both on the same files.
+/// What is measured: each operation of the product next to its floor, both on the same files.
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 
-#include "bench/floor.h"
+#include "bench/replay.h"
+#include "libdolmvesk/payloaddb.h"
 
+#include <deque>
 #include <string>
 #include <vector>
 
 namespace bench {
 
-/// A session of the record library, or the floor's store: null where an operation opens its own.
-struct Open
-{
-    VeskSession* session;
-    FloorStore* store;
-};
-
 struct Operation
 {
     std::string name;
-    int payloads;                   ///< on record beforehand
-    int calls;                      ///< how often it is called for one figure
-    int rows;                       ///< that one call reads; figures are given for one
-    int32_t (*open)(VeskSession**); ///< null: the operation opens its own session
-    FloorDatabase database;
-    /// One call; numbers count up from 0. Both give 0 for success.
-    int32_t (*ours)(VeskSession*, int number);
-    int (*floor)(FloorStore*, int number);
-};
-
-enum class Side
-{
-    kFloor,
-    kOurs
+    int payloads;                             ///< on record beforehand
+    int calls;                                ///< how often it is called for one figure
+    int rows;                                 ///< that one call reads; figures are given for one
+    int32_t (*open)(VeskSession**);           ///< null: the operation opens its own session
+    int32_t (*run)(VeskSession*, int number); ///< one call, numbers count up from 0; 0 for success
+    bool backsUp = false;                     ///< whether a call also copies the catalogue to its backup
 };
 
 /// The operations of the table, in its order.
 std::vector<Operation> const& operations();
 
-/// The numbers of payloads that growth is told for, and the operations on as many.
+/// The numbers of payloads that growth is measured with, and the operations measured with each.
 constexpr int growthSteps[] = {100, 1000, 10000, 100000};
 std::vector<Operation> growthOperations(int payloads);
 
@@ -49,26 +36,39 @@ Operation const& largestList();
 /// first of them 100 relations, and ten entries of data of the first payload and of one subdomain.
 void prepareStores(int payloads);
 
-/// One side of one operation: opens its session and makes the first call, so that what happens once is behind. At its
-/// end rolls back what the calls wrote. A call that fails ends the program with a message.
+/// What an operation does to its databases, so that the floor can repeat it.
+struct Recording
+{
+    std::vector<std::vector<Step>> calls; ///< first the opening of the session, then each call
+    std::deque<std::string> texts;        ///< whose addresses the steps hold
+};
+
+/// Runs an operation once more often than it is counted, rolls back what it wrote, and records every database that it
+/// opens and closes and every statement that it runs. One at a time.
+Recording record(Operation const& operation);
+
+/// One side of one operation: opens its session, and at its end rolls back what the calls wrote. A call that fails ends
+/// the program with a message.
 class Run
 {
 public:
-    Run(Operation const& measured, Side measuredSide);
+    /// @param replayed  what the replay repeats; null: the product itself runs
+    Run(Operation const& measured, Recording const* replayed);
     Run(Run const&) = delete;
     Run& operator=(Run const&) = delete;
     ~Run();
 
-    /// The next call.
+    /// The next call. The first is not like the others: it begins the transaction and fills caches.
     void call();
 
 private:
-    [[noreturn]] void fail(char const* what, int status) const;
+    void require(bool succeeded) const;
+    bool replays(size_t call);
 
     Operation const& operation;
-    Side const side;
+    Recording const* const floor;
     VeskSession* session = nullptr;
-    FloorStore* store = nullptr;
+    Connection connections[kMostConnections] = {};
     int number = 0;
 };
 

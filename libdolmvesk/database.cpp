@@ -116,6 +116,21 @@ private:
     std::array<Setting, 2> settings = {{{1015, 1}, {1017, 1}}};
 };
 
+/// A write transaction of a store that its destructor rolls back unless it is over by then.
+class Transaction
+{
+public:
+    explicit Transaction(VeskiDataStore& owner) : store(owner) { store.queryNR("BEGIN"); }
+    Transaction(Transaction const&) = delete;
+    Transaction& operator=(Transaction const&) = delete;
+    ~Transaction() { store.rollback(); }
+
+    int32_t commit() { return store.queryNR("COMMIT"); }
+
+private:
+    VeskiDataStore& store;
+};
+
 bool beginsWith(char const* text, char const* keyword)
 {
     return std::strncmp(text, keyword, std::strlen(keyword)) == 0;
@@ -183,16 +198,18 @@ VeskiPool::~VeskiPool()
 void* VeskiPool::malloc(unsigned long size)
 {
     void* const buffer = std::malloc(size);
-    if (buffer == nullptr) {
-        return nullptr;
-    }
+    return buffer != nullptr && keep(buffer) ? buffer : nullptr;
+}
+
+bool VeskiPool::keep(void* buffer)
+{
     try {
         buffers.push_back(buffer);
     } catch (std::bad_alloc const&) {
         std::free(buffer);
-        return nullptr;
+        return false;
     }
-    return buffer;
+    return true;
 }
 
 VeskiDataStore::VeskiDataStore(std::string const& databaseDirectory, std::string const& databaseFileName,
@@ -303,18 +320,13 @@ int32_t VeskiDataStore::loadSchema(int version)
             return kVeskNeedsRestore;
         }
     }
-    queryNR("BEGIN");
+    Transaction transaction(*this);
     for (StatementList statement = schemaLists[version - 1]; *statement != nullptr; ++statement) {
         if (queryNR(*statement) != kVeskOK) {
-            queryNR("ROLLBACK");
-            return kVeskFailed; // Deliberate: which statement failed, and how, is nobody's business outside
+            return kVeskFailed; // Deliberate: callers learn only that the step failed
         }
     }
-    int32_t const committed = queryNR("COMMIT");
-    if (committed != kVeskOK) {
-        rollback(); // neither the transaction nor its lock may outlive the step
-    }
-    return committed;
+    return transaction.commit();
 }
 
 int32_t VeskiDataStore::commit()
@@ -438,20 +450,19 @@ int32_t VeskiDataStore::queryList(char const*** values, char const* format, ...)
     if (result != kVeskOK) {
         return result;
     }
-    std::vector<char const*> entries;
+    // The list's texts are the buffers that the pool keeps from here on, a null for each SQL NULL among them.
+    size_t const first = pool.kept().size();
     int code = sqlite3_step(statement.handle);
     for (; code == SQLITE_ROW; code = sqlite3_step(statement.handle)) {
         int const columns = sqlite3_column_count(statement.handle);
         for (int column = 0; column < columns; ++column) {
             char const* text = nullptr;
             result = textOfColumn(statement.handle, column, text);
+            if (result == kVeskOK && text == nullptr && !pool.keep(nullptr)) {
+                result = kVeskNoMemory;
+            }
             if (result != kVeskOK) {
                 return statement.finalize(result);
-            }
-            try {
-                entries.push_back(text);
-            } catch (std::bad_alloc const&) {
-                return kVeskNoMemory;
             }
         }
     }
@@ -459,16 +470,16 @@ int32_t VeskiDataStore::queryList(char const*** values, char const* format, ...)
     if (result != kVeskOK) {
         return result;
     }
-    if (entries.empty()) {
+    size_t const count = pool.kept().size() - first;
+    if (count == 0) {
         return kVeskNotFound;
     }
-    size_t const bytes = entries.size() * sizeof(char const*);
-    auto* const list = static_cast<char const**>(pool.malloc(bytes + sizeof(char const*)));
+    auto* const list = static_cast<char const**>(pool.malloc((count + 1) * sizeof(char const*)));
     if (list == nullptr) {
         return kVeskNoMemory;
     }
-    std::memcpy(list, entries.data(), bytes);
-    list[entries.size()] = nullptr;
+    std::memcpy(list, pool.kept().data() + first, count * sizeof(char const*));
+    list[count] = nullptr;
     *values = list;
     return kVeskOK;
 }
@@ -494,6 +505,7 @@ int32_t VeskiDataStore::textOfColumn(sqlite3_stmt* statement, int column, char c
         text = nullptr;
         return sqlite3_column_type(statement, column) == SQLITE_NULL ? kVeskOK : kVeskNoMemory;
     }
-    text = copyText(value, static_cast<unsigned long>(sqlite3_column_bytes(statement, column)));
+    // Not sqlite3_column_bytes: it locks the connection for each text, and callers read up to the first zero anyway.
+    text = copyText(value, std::strlen(value));
     return text != nullptr ? kVeskOK : kVeskNoMemory;
 }

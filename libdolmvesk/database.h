@@ -5,7 +5,6 @@
 
 #include <cstdarg>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -62,6 +61,15 @@ public:
     /// @return a buffer that lives as long as the pool; null when there is no memory
     void* malloc(unsigned long size);
 
+    /// Takes a buffer over, or a null in its place.
+    ///
+    /// @param buffer  from std::malloc; freed here when it cannot be kept
+    /// @return whether it is kept; false when there is no memory
+    bool keep(void* buffer);
+
+    /// The buffers kept so far, oldest first; good until the next one.
+    std::vector<void*> const& kept() const { return buffers; }
+
 private:
     std::vector<void*> buffers; // in the order of allocation
 };
@@ -89,9 +97,6 @@ public:
     bool checkSchema = false; ///< whether dbOpen brings the schema up to date
     ::schemaType schemaType = kSchemaTypeStandard;
     std::string path; ///< of the file; formed by dbOpen, so that a commit needs no memory to flush it
-
-    /// What its session copies after each commit; null: nothing, or what is not formed yet.
-    std::shared_ptr<struct BackupPaths const> backupOfCommit;
 
     /// A store that is not open, on which every operation does nothing.
     VeskiDataStore();

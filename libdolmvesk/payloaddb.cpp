@@ -8,7 +8,6 @@
 #include <cstring>
 #include <ctime>
 #include <sqlite3.h>
-#include <utility>
 
 static_assert(sizeof(void*) != 4 || sizeof(PdbPayloadInfo) == 28, "seven 32-bit words");
 
@@ -18,13 +17,6 @@ char const dbDir[] = "vesk";
 char const dbName[] = "pdb.db";
 
 char const* const payloadFolder[] = {dbDir, nullptr};
-
-/// Whether any argument is missing.
-template<class... Arguments>
-bool anyNull(Arguments const*... arguments)
-{
-    return ((arguments == nullptr) || ...);
-}
 
 /// The current time as the statements write it. Where a long has 32 bits, time stands still at its last second,
 /// so that later changes never sort before earlier ones.
@@ -227,18 +219,7 @@ StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, db
 
 int32_t pdbOpenSession(VeskSession** outSession)
 {
-    int32_t const status = openStoreSession(payloadDatabase, outSession);
-    if (status == kVeskOK) {
-        // Each commit needs them. Without the memory for them now, each commit forms them itself.
-        reportingNoMemory([&] {
-            auto paths = std::make_shared<BackupPaths>();
-            if (backupPathsOf(catalogue, *paths)) {
-                (*outSession)->store->backupOfCommit = std::move(paths);
-            }
-            return int32_t{kVeskOK};
-        });
-    }
-    return status;
+    return openStoreSession(payloadDatabase, outSession);
 }
 
 int32_t pdbOpenSessionNoCreate(VeskSession** outSession)
@@ -250,9 +231,7 @@ int32_t pdbSessionCommit(VeskSession* session)
 {
     int32_t const status = commitSession(session);
     if (status == kVeskOK) {
-        // Deliberate: a backup of the catalogue, and whatever comes of it.
-        bool const formed = session->store != nullptr && session->store->backupOfCommit != nullptr;
-        formed ? backUp(*session->store->backupOfCommit) : veskBackup();
+        veskBackup(); // Deliberate: of the catalogue, not of this database, and its status is ignored
     }
     return status;
 }

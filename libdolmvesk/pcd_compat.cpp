@@ -77,7 +77,7 @@ int32_t pcdCacheGetLastModTime(uint32_t* outTime)
 int32_t pcdGetDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key,
                          char const** value)
 {
-    if (session == nullptr || subdomain == nullptr || key == nullptr || value == nullptr) {
+    if (anyNull(session, subdomain, key, value)) {
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
@@ -90,7 +90,7 @@ int32_t pcdGetDomainData(VeskSession* session, int32_t domain, char const* subdo
 int32_t pcdSetDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key,
                          char const* value)
 {
-    if (session == nullptr || subdomain == nullptr || key == nullptr) {
+    if (anyNull(session, subdomain, key)) {
         return kVeskInvalidArgument;
     }
     if (value == nullptr) {
@@ -105,7 +105,7 @@ int32_t pcdSetDomainData(VeskSession* session, int32_t domain, char const* subdo
 
 int32_t pcdRemoveDomainData(VeskSession* session, int32_t domain, char const* subdomain, char const* key)
 {
-    if (session == nullptr || subdomain == nullptr || key == nullptr) {
+    if (anyNull(session, subdomain, key)) {
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
@@ -116,7 +116,7 @@ int32_t pcdRemoveDomainData(VeskSession* session, int32_t domain, char const* su
 
 int32_t pcdGetDomainDataKeys(VeskSession* session, int32_t domain, char const* subdomain, char const*** keys)
 {
-    if (session == nullptr || subdomain == nullptr || keys == nullptr) {
+    if (anyNull(session, subdomain, keys)) {
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
@@ -127,7 +127,7 @@ int32_t pcdGetDomainDataKeys(VeskSession* session, int32_t domain, char const* s
 
 int32_t pcdGetDomainDataSubdomains(VeskSession* session, int32_t domain, char const*** subdomains)
 {
-    if (session == nullptr || subdomains == nullptr) {
+    if (anyNull(session, subdomains)) {
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {

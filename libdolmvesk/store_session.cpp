@@ -98,31 +98,19 @@ int32_t storeModificationTime(StoreDescription const& store, uint32_t* out)
     });
 }
 
-bool backupPathsOf(StoreDescription const& store, BackupPaths& out)
-{
-    return databasePath(store.folder, store.file, out.live) &&
-           databasePath(backupFolder, nullptr, out.folder) &&
-           veskiPathAppend(out.folder, store.file, out.copy);
-}
-
-int32_t backUp(BackupPaths const& paths)
-{
-    return reportingNoMemory([&] {
-        if (!veskiFileExists(paths.live)) {
-            return int32_t{kVeskNotFound};
-        }
-        withdrawRootFromOthers();
-        int32_t const status =
-            veskiDirectoryExists(paths.folder) ? int32_t{kVeskOK} : veskiCreateDirectory(paths.folder);
-        return veskiCopyDatabaseFile(paths.live, paths.copy) ? status : int32_t{kVeskIOError};
-    });
-}
-
 int32_t backUp(StoreDescription const& store)
 {
     return reportingNoMemory([&] {
-        BackupPaths paths;
-        return backupPathsOf(store, paths) ? backUp(paths) : int32_t{kVeskNotFound};
+        std::string live;
+        std::string folder;
+        std::string copy;
+        if (!existingStore(store, live) || !databasePath(backupFolder, nullptr, folder) ||
+            !veskiPathAppend(folder, store.file, copy)) {
+            return int32_t{kVeskNotFound};
+        }
+        withdrawRootFromOthers();
+        int32_t const status = veskiDirectoryExists(folder) ? int32_t{kVeskOK} : veskiCreateDirectory(folder);
+        return veskiCopyDatabaseFile(live, copy) ? status : int32_t{kVeskIOError};
     });
 }
 

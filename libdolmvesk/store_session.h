@@ -79,26 +79,10 @@ int32_t openIfStoreExists(StoreDescription const& store, VeskSession** out,
 ///         kVeskNoMemory
 int32_t storeModificationTime(StoreDescription const& store, uint32_t* out);
 
-/// The paths of a database's backup.
-struct BackupPaths
-{
-    std::string live;
-    std::string folder; ///< of the copy
-    std::string copy;
-};
-
-/// Forms the paths of a database's backup.
-///
-/// @return whether they can be formed; nothing is looked at or created
-bool backupPathsOf(StoreDescription const& store, BackupPaths& out);
-
 /// Copies a database's file into the backup folder, which is created when missing. No session is needed.
 ///
 /// @return kVeskOK; kVeskNotFound (no such file, nothing done); kVeskIOError (the copy failed); kVeskNoMemory;
 ///         else the status with which the folder could not be created, though the copy was tried
-int32_t backUp(BackupPaths const& paths);
-
-/// The same for a database whose paths are not formed yet.
 int32_t backUp(StoreDescription const& store);
 
 /// Commit and roll-back of any session: see veskSessionCommit and veskSessionRollback.
@@ -111,6 +95,13 @@ int32_t rollbackSession(VeskSession* session);
 /// @param status   what to report for a session without a database
 /// @return the status of closing the database; else `status`
 int32_t closeAndFree(VeskSession* session, int32_t status);
+
+/// Whether any argument is missing.
+template<class... Arguments>
+bool anyNull(Arguments const*... arguments)
+{
+    return ((arguments == nullptr) || ...);
+}
 
 /// Runs the body of an exported function; running out of memory is a status like any other.
 template<class Body>
