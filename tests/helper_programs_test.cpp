@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::UnorderedElementsAre;
+using testing::_, testing::Pair, testing::UnorderedElementsAre;
 
 namespace {
 
@@ -21,10 +21,9 @@ namespace {
 std::string const agent = "/Zelko Fendrial 12 Tessarine.app/Contents/MacOS/FendrialTessarineVorlaAgent.app/Contents/MacOS/FendrialTessarineVorlaAgent";
 std::string const analyser = "/Zelko Fendrial 12 Tessarine.app/Contents/FendrialAutoAnalyzer.app/Contents/MacOS/FendrialAutoAnalyzer";
 // clang-format on
-std::string const action = "::FT::CUSTOM ACTION: ";
-std::string const opening = action + "Opening PDB Session", closing = action + "Closing PDB Session";
-std::string const iterating = action + "Iterate through Installed Payload IDs";
-std::string const found = action + "Entry for Fendrial 12 Tessarine Found, looking up installdir";
+std::string const opening = "* Opening PDB Session", closing = "* Closing PDB Session";
+std::string const iterating = "* Iterate through Installed Payload IDs";
+std::string const found = "* Entry for Fendrial 12 Tessarine Found, looking up installdir";
 
 /// What one helper is to have been started with.
 std::string uninstalling(std::string const& path)
@@ -33,14 +32,14 @@ std::string uninstalling(std::string const& path)
 }
 std::string executing(std::string const& path)
 {
-    return (action + "Executing " + path).substr(0, 999);
+    return LogRecorder::shortened(("::FT::CUSTOM ACTION: Executing " + path).substr(0, 999));
 }
 
 /// The lines of a session on the payload database, with these between listing and closing.
 Texts session(Texts const& lines)
 {
-    Texts all{opening, action + "Uninstall FendrialTessarinVorlaAgent | Supressing error messages",
-              action + "Getting List of Installed Payloads."};
+    Texts all{opening, "* Uninstall FendrialTessarinVorlaAgent | Supressing error messages",
+              "* Getting List of Installed Payloads."};
     all.insert(all.end(), lines.begin(), lines.end());
     all.push_back(closing);
     return all;
@@ -52,7 +51,7 @@ Texts const inApps =
 
 void writeToFile(char const* message)
 {
-    std::string const line = std::to_string(getpid()) + ' ' + message + '\n';
+    std::string const line = std::to_string(getpid()) + ' ' + LogRecorder::shortened(message) + '\n';
     int const log = open("/log", O_WRONLY | O_APPEND | O_CREAT, 0644);
     EXPECT_EQ(write(log, line.data(), line.size()), static_cast<ssize_t>(line.size()));
     close(log);
@@ -114,10 +113,9 @@ protected:
 
 TEST_F(HelperPrograms, NothingIsStartedWithoutTheApplicationsPayload)
 {
-    EXPECT_EQ(run(kVeskInvalidArgument),
-              (Texts{opening, action + "Unknown error opening PDB session", closing}));
+    EXPECT_EQ(run(kVeskInvalidArgument), (Texts{opening, "* Unknown error opening PDB session", closing}));
     EXPECT_EQ(namesIn("/"), Texts{"started"});
-    Texts const noList = session({action + "Unknown error getting list of payloads."});
+    Texts const noList = session({"* Unknown error getting list of payloads."});
     // clang-format off
     struct { char const* change; Texts lines; } const cases[] = {
         {"DELETE FROM payloads", noList}, // an empty list is an error here
@@ -191,7 +189,7 @@ TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
     }
 }
 
-TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
+TEST_F(HelperPrograms, FailedStartReturnsInTheChildProcess)
 {
     record({"/Apps"});
     install("/Apps" + agent);
@@ -203,19 +201,14 @@ TEST_F(HelperPrograms, OneThatCannotStartComesBackAsACopy)
     }
     // This process is as if both had been started; the copy, too, goes on and starts the agent.
     EXPECT_EQ(linesOf[std::to_string(getpid())], inApps);
-    std::vector<Texts> processes;
-    processes.reserve(linesOf.size());
-    for (auto const& [process, lines] : linesOf) {
-        processes.push_back(lines);
-    }
     std::string const first = executing("/Apps" + analyser), second = executing("/Apps" + agent);
-    EXPECT_THAT(processes,
-                UnorderedElementsAre(inApps, Texts{first, second, closing}, Texts{second}, Texts{second}));
+    EXPECT_THAT(linesOf, UnorderedElementsAre(Pair(_, inApps), Pair(_, Texts{first, second, closing}),
+                                              Pair(_, Texts{second}), Pair(_, Texts{second})));
     EXPECT_EQ(started(), (Texts{uninstalling("/Apps" + agent), uninstalling("/Apps" + agent)}));
     EXPECT_EQ(sql(payloadFile, "UPDATE payloads SET installState = 0"), Texts{}); // nobody holds a lock
 }
 
-TEST_F(HelperPrograms, RefusedProcessesAreToldOneByOne)
+TEST_F(HelperPrograms, EachFailedForkIsLogged)
 {
     SKIP_WITHOUT_OTHER_USERS();
     record({"/Apps"});
@@ -223,7 +216,7 @@ TEST_F(HelperPrograms, RefusedProcessesAreToldOneByOne)
         rlimit const none = {0, 0};
         ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
         Texts expected = inApps;
-        expected.insert(expected.end() - 1, action + "Could not create the child process...exiting");
+        expected.insert(expected.end() - 1, "* Could not create the child process...exiting");
         expected.insert(expected.end() - 3, *(expected.end() - 2));
         EXPECT_EQ(run(), expected);
     });

@@ -20,9 +20,9 @@ std::string const product = home + "/Library/Application Support/Zelko/Fendrial 
 std::string const data = product + "12/Tessarine";
 std::string const uuidFolder = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
 std::string const uuidFile = uuidFolder + "/UUID.plist";
-std::string const copyStart = "Function start, to copy customevents.dat file from previous install";
-std::string const found = "customevents.dat file found";
-std::string const notFound = "customevents.dat file not found";
+std::string const copyStart = "* Function start, to copy customevents.dat file from previous install";
+std::string const found = "* customevents.dat file found";
+std::string const notFound = "* customevents.dat file not found";
 
 auto* const copyEvents = copyCustomEventsDATfileFromPreviousInstall;
 
@@ -36,12 +36,8 @@ class HookActions : public ScratchRootTest
 protected:
     HookActions() { setHome(home); }
 
-    /// Runs an action and compares what it logs, given without "::FT::CUSTOM ACTION: ".
-    void expectLines(void (*action)(CCustomHookSession const&), Texts lines)
+    void expectLines(void (*action)(CCustomHookSession const&), Texts const& lines)
     {
-        for (auto& line : lines) {
-            line.insert(0, line[0] == ':' ? "" : "::FT::CUSTOM ACTION: ");
-        }
         action(LogRecorder::session());
         EXPECT_EQ(recorder.take(), lines);
     }
@@ -55,12 +51,12 @@ TEST_F(HookActions, IdentifierIsWrittenOnceAndStays)
 {
     // clang-format off
     struct { void (*before)(); Texts lines; bool asOrdinaryUser; } const cases[] = {
-        {[] {}, {"Inside Creating UUID", "Creating UUID", "Directory for the UUID file NOT present", "Creating the directory structure " + uuidFolder, "Could not create directory " + uuidFolder, "Unknown error while creating UUID"}, true},
-        {[] {}, {"Inside Creating UUID", "Creating UUID", "Directory for the UUID file NOT present", "Creating the directory structure " + uuidFolder, "Successfully created UUID"}, false},
-        {[] {}, {"Inside Creating UUID", "UUID already exists"}, false},
-        {[] { unlink(uuidFile.c_str()); }, {"Inside Creating UUID", "Creating UUID", "Directory for the UUID file present", "Successfully created UUID"}, false},
-        {[] { unlink(uuidFile.c_str()), makeFolders(uuidFile); }, {"Inside Creating UUID", "UUID already exists"}, false},
-        {[] { rmdir(uuidFile.c_str()), rmdir(uuidFolder.c_str()), writeFile(uuidFolder, ""); }, {"Inside Creating UUID", "Creating UUID", "Directory for the UUID file present", "Unknown error while creating UUID"}, false},
+        {[] {}, {"* Inside Creating UUID", "* Creating UUID", "* Directory for the UUID file NOT present", "* Creating the directory structure " + uuidFolder, "* Could not create directory " + uuidFolder, "* Unknown error while creating UUID"}, true},
+        {[] {}, {"* Inside Creating UUID", "* Creating UUID", "* Directory for the UUID file NOT present", "* Creating the directory structure " + uuidFolder, "* Successfully created UUID"}, false},
+        {[] {}, {"* Inside Creating UUID", "* UUID already exists"}, false},
+        {[] { unlink(uuidFile.c_str()); }, {"* Inside Creating UUID", "* Creating UUID", "* Directory for the UUID file present", "* Successfully created UUID"}, false},
+        {[] { unlink(uuidFile.c_str()), makeFolders(uuidFile); }, {"* Inside Creating UUID", "* UUID already exists"}, false},
+        {[] { rmdir(uuidFile.c_str()), rmdir(uuidFolder.c_str()), writeFile(uuidFolder, ""); }, {"* Inside Creating UUID", "* Creating UUID", "* Directory for the UUID file present", "* Unknown error while creating UUID"}, false},
     };
     std::regex const list(R"(<\?xml[^]*<plist version="1.0">\s*<dict>\s*<key>UUID</key>\s*<string>[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}</string>\s*</dict>\s*</plist>\s*)");
     // clang-format on
@@ -98,7 +94,7 @@ TEST_F(HookActions, NewestEventsFileIsChosen)
         Texts lines{copyStart};
         lines.resize(5 - present, notFound);
         if (present > 0) {
-            lines.insert(lines.end(), {found, "Creating Directoty for the file", "File Copied"});
+            lines.insert(lines.end(), {found, "* Creating Directoty for the file", "* File Copied"});
         }
         expectLines(copyEvents, lines);
         EXPECT_EQ(readFile(events("12")), present > 0 ? versions[present - 1] : "");
@@ -119,10 +115,10 @@ TEST_F(HookActions, EventsCopyAndItsFoldersGetTheirAttributes)
     }
     ASSERT_EQ(chmod(source.c_str(), 0640) + chmod(home.c_str(), 0750) + chown(home.c_str(), 501, 20), 0);
     expectLines(copyEvents,
-                {copyStart, notFound, notFound, found, "Creating Directoty for the file", "File Copied"});
+                {copyStart, notFound, notFound, found, "* Creating Directoty for the file", "* File Copied"});
     writeFile(events("11.0"), "newer");
     // The second run finds the version-12 file itself and leaves it alone, whatever the older ones hold now.
-    expectLines(copyEvents, {copyStart, found, "Directory already exists", "File Copied"});
+    expectLines(copyEvents, {copyStart, found, "* Directory already exists", "* File Copied"});
     EXPECT_EQ(readFile(events("12")), content);
     EXPECT_EQ(accessOf(events("12")), "0640 501:20");
     EXPECT_EQ(statusOf(events("12")).st_mtime, 1234567890);
@@ -153,9 +149,9 @@ TEST_F(HookActions, FoldersThatTheUserCannotUseAreOpened)
         }
         ASSERT_EQ(chmod(home.c_str(), 0751) + chmod(data.c_str(), each.dataMode), 0);
         ASSERT_EQ(chmod((product + "12").c_str(), each.versionMode), 0);
-        Texts lines = {copyStart, notFound, notFound, notFound, found, "Directory already exists"};
+        Texts lines = {copyStart, notFound, notFound, notFound, found, "* Directory already exists"};
         lines.insert(lines.end(), each.given.begin(), each.given.end());
-        lines.emplace_back("File Copied");
+        lines.emplace_back("* File Copied");
         asOrdinaryUser([&] { expectLines(copyEvents, lines); });
         EXPECT_EQ(readFile(events("12")), "events");
         EXPECT_EQ(accessOf(product + "12"), each.versionMode == 0700 ? "0700 1234:2345" : "0751 1234:2345");

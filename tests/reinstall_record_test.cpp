@@ -14,14 +14,15 @@ HookProperty const noCode[] = {{"zelkoCode", "FT-12"}, {nullptr, "ZelkoCode"}};
 HookProperty const productCode[] = {{"INSTALLDIR", "/"}, {"ZelkoCode", "{FT'12}"}, {nullptr, nullptr}};
 HookProperty const nullCode[] = {{"ZelkoCode", nullptr}, {nullptr, nullptr}};
 
-// The record's lines without their common prefix; "=" stands before a whole line.
+// The lines of the record.
 // clang-format off
-Texts const refused{"Begin Extracting Tessarine ZelkoCode", "Error Extracting Tessarine ZelkoCode"};
-Texts const noMap{refused[0], "=Property map is not initialized.", refused[1]};
-Texts const noStore{refused[0], "Extracted Tessarine ZelkoCode", "={FT'12}", "Master PCD does not exists", "Closing Master PCD"};
-Texts const written{refused[0], noStore[1], "={FT'12}", "Master PCD exists", "Updating Key in Master PCD", "Key updated successfully", noStore[4]};
-Texts const failed{refused[0], noStore[1], "={FT'12}", written[3], written[4], "Error updating Key", noStore[4]};
-Texts const failedWithNull{refused[0], noStore[1], "=", written[3], written[4], failed[5], noStore[4]};
+std::string const begins = "* Begin Extracting Tessarine ZelkoCode", extracted = "* Extracted Tessarine ZelkoCode", closes = "* Closing Master PCD";
+Texts const refused{begins, "* Error Extracting Tessarine ZelkoCode"};
+Texts const noMap{begins, "Property map is not initialized.", refused[1]};
+Texts const noStore{begins, extracted, "{FT'12}", "* Master PCD does not exists", closes};
+Texts const written{begins, extracted, "{FT'12}", "* Master PCD exists", "* Updating Key in Master PCD", "* Key updated successfully", closes};
+Texts const failed{begins, extracted, "{FT'12}", written[3], written[4], "* Error updating Key", closes};
+Texts const failedWithNull{begins, extracted, "", written[3], written[4], failed[5], closes};
 // clang-format on
 
 class ReinstallRecord : public ScratchRootTest
@@ -31,10 +32,8 @@ protected:
     void expectPhase(HookProperty const* properties, uint32_t status, Texts const& record,
                      char const* row = "")
     {
-        Texts expected{"::FT::In PostPayloadReinstallProc"};
-        for (auto const& line : record) {
-            expected.push_back(line[0] == '=' ? line.substr(1) : "::FT::CUSTOM ACTION: " + line);
-        }
+        Texts expected = record;
+        expected.insert(expected.begin(), "::FT::In PostPayloadReinstallProc");
         int const descriptors = openDescriptors();
         EXPECT_EQ(QvInstallerCustomHookProc(properties, kHookPostPayload, 1, 0, LogRecorder::callback()),
                   status);

@@ -1,50 +1,64 @@
-// Every allocation, every file operation and every system call fails once, and then for ever: nothing that was
-// acknowledged is lost, nothing is left behind, and the next use works.
+// Every allocation and every system call fails once, then from then on, then the process is killed there: nothing that
+// was acknowledged is lost, nothing is left behind, and the next use works.
 #include "tests/reliability/records.h"
 #include "tests/support/faults.h"
+
+#include <csignal>
+#include <sys/wait.h>
 
 using namespace testing_support;
 
 namespace {
 
-// Every place; one of so many where everything is slower, and where the same places have been swept in the other word
-// size.
-int const stride = UNDER_SANITIZERS ? 5 : sizeof(void*) == 4 ? 3 : 1;
-
 class Faults : public ScratchRootTest
 {
 protected:
-    /// Lets each fault strike at each place that there is, or each so many, in a run of its own: once, then for ever.
+    /// Lets each fault strike at each place that there is, or each so many, in a run of its own.
+    ///
+    /// @param check  takes the result of `use`; a killed one's is that of doing nothing
     template<class Prepare, class Use, class Check>
     void sweep(int step, Prepare prepare, Use use, Check check)
     {
         for (auto const& fault : allFaults) {
-            for (bool const forEver : {false, true}) {
-                for (int nth = 1; !HasFailure(); nth += step) {
-                    SCOPED_TRACE(testing::Message()
-                                 << fault.name << ' ' << nth << (forEver ? " for ever" : ""));
+            for (auto const strike : {Strike::kOnce, Strike::kFromThenOn, Strike::kDeath}) {
+                bool struck =
+                    &fault != allFaults || strike != Strike::kDeath; // where memory is had, nothing changes
+                for (int nth = 1; struck && !HasFailure(); nth += &fault == allFaults ? 3 * step : step) {
+                    SCOPED_TRACE(testing::Message() << fault.calls << nth << ", " << int(strike));
                     prepare();
-                    long const before = liveAllocations;
-                    arm(fault, nth, forEver);
-                    auto const outcome = use();
-                    disarm();
-                    EXPECT_EQ(liveAllocations, before);
-                    EXPECT_EQ(openDescriptors(), descriptors);
-                    check(outcome);
-                    ++runs;
-                    if (!struck()) {
-                        break;
+                    decltype(use()) outcome = {};
+                    if (strike == Strike::kDeath) {
+                        struck = isKilled([&] { arm(fault, nth, strike), use(); });
+                    } else {
+                        arm(fault, nth, strike);
+                        outcome = use();
+                        struck = disarm();
                     }
+                    EXPECT_EQ(openDescriptors(), descriptors);
+                    check(outcome, strike == Strike::kDeath && struck);
+                    ++runs;
                 }
             }
         }
+    }
+
+    static bool isKilled(std::function<void()> const& body)
+    {
+        pid_t const child = fork();
+        if (child == 0) {
+            body();
+            _exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(status == 0 || (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)) << status;
+        return status != 0;
     }
 
     ~Faults() override { std::printf("%d faults\n", runs); }
 
     int runs = 0;
     int descriptors = openDescriptors();
-    FailingVfs layer;
 };
 
 TEST_F(Faults, LoseNothingOfStoresInUse)
@@ -52,8 +66,8 @@ TEST_F(Faults, LoseNothingOfStoresInUse)
     Machine const machine = makeMachine();
     for (auto const& store : stores) {
         sweep(
-            stride, [&] { restoreMachine(machine); }, [&] { return useStore(store); },
-            [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome); });
+            1, [&] { restoreMachine(machine); }, [&] { return useStore(store); },
+            [&](Outcome const& outcome, bool) { expectWholeAndUsable(store, outcome); });
     }
 }
 
@@ -63,8 +77,8 @@ TEST_F(Faults, LeaveNewStoresUsable)
         useStore(store); // whatever SQLite allocates once
         // Creating its tables is most of the work, one like the other.
         sweep(
-            5 * stride, [&] { root.renew(); }, [&] { return useStore(store); },
-            [&](Outcome const& outcome) { expectWholeAndUsable(store, outcome, false); });
+            5, [&] { root.renew(); }, [&] { return useStore(store); },
+            [&](Outcome const& outcome, bool) { expectWholeAndUsable(store, outcome, false); });
     }
 }
 
@@ -74,10 +88,10 @@ TEST_F(Faults, LeaveNoHalfFileOfAPhase)
     runEveryPhase();
     int identifiers = 0;
     sweep(
-        stride, [&] { restoreMachine(machine); }, runEveryPhase,
-        [&](bool allFine) {
-            EXPECT_TRUE(allFine);
-            EXPECT_LE(exists(identifierFolder) ? namesIn(identifierFolder).size() : 0, 1U);
+        1, [&] { restoreMachine(machine); }, [] { return runEveryPhase() ? 1 : -1; },
+        [&](int fine, bool killed) {
+            EXPECT_GE(fine, 0);
+            EXPECT_LE(exists(identifierFolder) ? namesIn(identifierFolder).size() : 0, killed ? 2U : 1U);
             std::string const identifier = readFile(identifierFolder + "/UUID.plist");
             EXPECT_TRUE(identifier.empty() || identifier.find("</plist>") != std::string::npos) << identifier;
             std::string const events = readFile(newEventsFolder + "/Tessarine/customevents.dat");

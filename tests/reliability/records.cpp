@@ -1,7 +1,6 @@
 #include "tests/reliability/records.h"
 
 #include "hooks/CustomHooks.h"
-#include "libdolmvesk/pcd_compat.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,47 +10,13 @@ namespace testing_support {
 
 namespace {
 
-std::string const filler(3000, 'x');
+int const rowsAtOnce = 8;
 std::string const eventsFile = "/home" + databaseRoot + "Fendrial Tessarine/11.0/Tessarine/customevents.dat";
-
-int32_t writeSetting(VeskSession* session, char const* key)
-{
-    return pcdSetDomainData(session, 1, "settings", key, filler.c_str());
-}
-
-int32_t listSettings(VeskSession* session, char const*** keys)
-{
-    return pcdGetDomainDataKeys(session, 1, "settings", keys);
-}
-
-char const settingKeys[] = "SELECT key FROM domain_data ORDER BY key";
 
 } // namespace
 
 std::string const identifierFolder = databaseRoot + "Fendrial Tessarine/12";
 std::string const newEventsFolder = "/home" + identifierFolder;
-
-std::array<Store const, 4> const stores = {{
-    {"payload database", payloadFile, pdbOpenSession,
-     [](VeskSession* session, char const* key) {
-         return pdbAddPayload(session, key, "family", "name", "1", filler.c_str(), nullptr, nullptr);
-     },
-     [](VeskSession* session, char const*** keys) { return pdbGetPayloads(session, kPdbAllPayloads, keys); },
-     pdbSessionCommit, pdbCloseSession, "SELECT PayloadID FROM payloads ORDER BY 1"},
-    {"master store", masterFile, pcdOpenSession, writeSetting, listSettings, pcdSessionCommit,
-     pcdCloseSession, settingKeys},
-    {"cache store", cacheFile, pcdOpenCacheSession, writeSetting, listSettings, pcdSessionCommit,
-     pcdCloseSession, settingKeys},
-    {"catalogue", catalogueFile, veskOpenSession,
-     [](VeskSession* session, char const* key) {
-         return session->store->queryNR("INSERT OR REPLACE INTO upgraded_payloads VALUES ('%q', '%q')", key,
-                                        filler.c_str());
-     },
-     [](VeskSession* session, char const*** keys) {
-         return session->store->queryList(keys, "SELECT payloadIDOriginal FROM upgraded_payloads");
-     },
-     veskSessionCommit, veskCloseSession, "SELECT payloadIDOriginal FROM upgraded_payloads ORDER BY 1"},
-}};
 
 int32_t Outcome::note(int32_t status)
 {
@@ -136,7 +101,7 @@ void restoreMachine(Machine const& machine)
 
 void expectWholeAndUsable(Store const& store, Outcome const& outcome, bool hasOldRows)
 {
-    SCOPED_TRACE(store.name);
+    SCOPED_TRACE(store.file);
     std::string const last = hasOldRows ? "old 1,old 2,old 3" : "new 7";
     int const all = rowsAtOnce + (hasOldRows ? 3 : 0);
     EXPECT_TRUE(outcome.documented);

@@ -1,32 +1,17 @@
-/// What the tests of reliability do with every one of the four stores: write rows under keys, list the keys, commit.
+/// What the tests of reliability do with a machine's four databases and with its phases.
 #ifndef TESTS_RELIABILITY_RECORDS_H
 #define TESTS_RELIABILITY_RECORDS_H
 
 #include "tests/support/stores.h"
 
-#include <array>
 #include <map>
 
 namespace testing_support {
 
-struct Store
-{
-    char const* name;
-    std::string file;
-    int32_t (*open)(VeskSession**);
-    int32_t (*write)(VeskSession*, char const* key);
-    int32_t (*list)(VeskSession*, char const*** keys);
-    int32_t (*commit)(VeskSession*);
-    int32_t (*close)(VeskSession*);
-    char const* keys; ///< SQL that lists the keys in order
-};
-
-extern std::array<Store const, 4> const stores;
-
 /// What came of using a store. Nothing here allocates: memory may be what is short.
 struct Outcome
 {
-    bool documented = true; ///< whether every status is one that the library tells of
+    bool documented = true; ///< whether every status is one that the library documents
     bool kept = false;      ///< whether all calls up to the commit, and it, gave kVeskOK
     int listed = -1;        ///< keys listed before the commit; -1: the list was refused
     int32_t opened = -1;    ///< the status of opening
@@ -34,9 +19,7 @@ struct Outcome
     int32_t note(int32_t status);
 };
 
-constexpr int rowsAtOnce = 8;
-
-/// Opens a store, writes the rows "new 0" and on, lists, commits and closes. The rows outgrow the store's cache, so
+/// Opens a store, writes the rows "new 0" to "new 7", lists, commits and closes. The rows outgrow the store's cache, so
 /// that changes reach the file before the commit.
 Outcome useStore(Store const& store);
 
@@ -60,7 +43,7 @@ extern std::string const newEventsFolder;  // and the events file, in a folder "
 
 /// Expects a database to be whole and to work.
 ///
-/// @param outcome     of the use before: what it says is kept must be there
+/// @param outcome     of the use before: rows that it reports as kept must be there
 /// @param hasOldRows  whether it is a machine's of makeMachine; its rows must be there then
 void expectWholeAndUsable(Store const& store, Outcome const& outcome, bool hasOldRows = true);
 

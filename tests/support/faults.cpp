@@ -1,212 +1,111 @@
 #include "tests/support/faults.h"
 
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace testing_support {
 
-std::vector<Fault> const allFaults = {
-    {FaultPlace::kOpen, SQLITE_CANTOPEN, "open"},
-    {FaultPlace::kRead, SQLITE_IOERR_READ, "read"},
-    {FaultPlace::kWrite, SQLITE_IOERR_WRITE, "write"},
-    {FaultPlace::kWrite, SQLITE_FULL, "write to a full disk"},
-    {FaultPlace::kSync, SQLITE_IOERR_FSYNC, "sync"},
-    {FaultPlace::kTruncate, SQLITE_IOERR_TRUNCATE, "truncate"},
-    {FaultPlace::kDelete, SQLITE_IOERR_DELETE, "delete"},
-    {FaultPlace::kAllocation, SQLITE_NOMEM, "allocation"},
-    {FaultPlace::kSystemCall, SQLITE_IOERR, "system call"},
+Fault const allFaults[faultKinds] = {
+    {" malloc realloc ", ENOMEM},
+    {" open64 ", EMFILE},
+    {" pread64 ", EIO},
+    {" pwrite64 write ", EIO},
+    {" pwrite64 write ", ENOSPC},
+    {" fdatasync fsync ", EIO},
+    {" ftruncate64 unlink link rename ", EIO},
+    {" mkdir chmod fchmod chown lchown fchown ", EPERM},
 };
-
-long liveAllocations = 0;
 
 namespace {
 
-sqlite3_vfs* real = nullptr;
-sqlite3_vfs failing;
-Fault armed{};
-bool armedForEver = false;
-int remaining = 0; // operations until the fault; 0: none armed
+Fault armed = {};
+Strike manner = Strike::kOnce;
+int remaining = 0; // calls until the fault; 0: none armed
 bool hasStruck = false;
 
-struct FailingFile
+bool strikes(char const* call)
 {
-    sqlite3_file base;
-    sqlite3_file* inner; // lies behind this record
-    char const* name;    // SQLite's, while the file is open
-};
-
-sqlite3_file* innerOf(sqlite3_file* file)
-{
-    return reinterpret_cast<FailingFile*>(file)->inner;
-}
-
-template<class Call>
-int unlessFailing(FaultPlace place, Call call)
-{
-    return strikes(place) ? armed.sqliteCode : call();
-}
-
-void putDown(FaultPlace place, char const* name, sqlite3_int64 offset = 0, void const* bytes = nullptr,
-             int size = 0)
-{
-    if (FailingVfs::record != nullptr && name != nullptr) {
-        FailingVfs::record->push_back(
-            {place, name, offset, {static_cast<char const*>(bytes), static_cast<size_t>(size)}});
+    if (remaining == 0 || std::strstr(armed.calls, call) == nullptr || --remaining > 0) {
+        return false;
     }
-}
-
-char const* nameOf(sqlite3_file* file)
-{
-    return reinterpret_cast<FailingFile*>(file)->name;
-}
-
-int fileClose(sqlite3_file* file)
-{
-    return innerOf(file)->pMethods->xClose(innerOf(file));
-}
-int fileRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset)
-{
-    return unlessFailing(FaultPlace::kRead, [&] {
-        return innerOf(file)->pMethods->xRead(innerOf(file), buffer, amount, offset);
-    });
-}
-int fileWrite(sqlite3_file* file, void const* buffer, int amount, sqlite3_int64 offset)
-{
-    return unlessFailing(FaultPlace::kWrite, [&] {
-        putDown(FaultPlace::kWrite, nameOf(file), offset, buffer, amount);
-        return innerOf(file)->pMethods->xWrite(innerOf(file), buffer, amount, offset);
-    });
-}
-int fileTruncate(sqlite3_file* file, sqlite3_int64 size)
-{
-    return unlessFailing(FaultPlace::kTruncate, [&] {
-        putDown(FaultPlace::kTruncate, nameOf(file), size);
-        return innerOf(file)->pMethods->xTruncate(innerOf(file), size);
-    });
-}
-int fileSync(sqlite3_file* file, int flags)
-{
-    return unlessFailing(FaultPlace::kSync, [&] {
-        putDown(FaultPlace::kSync, nameOf(file));
-        return innerOf(file)->pMethods->xSync(innerOf(file), flags);
-    });
-}
-int fileSize(sqlite3_file* file, sqlite3_int64* size)
-{
-    return innerOf(file)->pMethods->xFileSize(innerOf(file), size);
-}
-int fileLock(sqlite3_file* file, int level)
-{
-    return innerOf(file)->pMethods->xLock(innerOf(file), level);
-}
-int fileUnlock(sqlite3_file* file, int level)
-{
-    return innerOf(file)->pMethods->xUnlock(innerOf(file), level);
-}
-int fileCheckReservedLock(sqlite3_file* file, int* reserved)
-{
-    return innerOf(file)->pMethods->xCheckReservedLock(innerOf(file), reserved);
-}
-int fileControl(sqlite3_file* file, int operation, void* argument)
-{
-    return innerOf(file)->pMethods->xFileControl(innerOf(file), operation, argument);
-}
-int fileSectorSize(sqlite3_file* file)
-{
-    return innerOf(file)->pMethods->xSectorSize(innerOf(file));
-}
-int fileCharacteristics(sqlite3_file* file)
-{
-    return innerOf(file)->pMethods->xDeviceCharacteristics(innerOf(file));
-}
-
-sqlite3_io_methods const methods = {1,
-                                    fileClose,
-                                    fileRead,
-                                    fileWrite,
-                                    fileTruncate,
-                                    fileSync,
-                                    fileSize,
-                                    fileLock,
-                                    fileUnlock,
-                                    fileCheckReservedLock,
-                                    fileControl,
-                                    fileSectorSize,
-                                    fileCharacteristics,
-                                    nullptr,
-                                    nullptr,
-                                    nullptr,
-                                    nullptr,
-                                    nullptr,
-                                    nullptr};
-
-int vfsOpen(sqlite3_vfs* /*vfs*/, char const* name, sqlite3_file* file, int flags, int* outFlags)
-{
-    auto* const opened = reinterpret_cast<FailingFile*>(file);
-    opened->base.pMethods = nullptr;
-    opened->inner = reinterpret_cast<sqlite3_file*>(opened + 1);
-    opened->name = name;
-    int const code = unlessFailing(FaultPlace::kOpen,
-                                   [&] { return real->xOpen(real, name, opened->inner, flags, outFlags); });
-    if (code == SQLITE_OK) {
-        opened->base.pMethods = &methods;
+    if (manner == Strike::kDeath) {
+        raise(SIGKILL);
     }
-    return code;
+    hasStruck = true;
+    remaining = manner == Strike::kFromThenOn ? 1 : 0;
+    errno = armed.error;
+    return true;
 }
 
-int vfsDelete(sqlite3_vfs* /*vfs*/, char const* name, int syncFolder)
+/// Whether code of this program, of SQLite or of the C++ library is at an address: other libraries keep their memory.
+bool isConcerned(void* caller)
 {
-    return unlessFailing(FaultPlace::kDelete, [&] {
-        putDown(FaultPlace::kDelete, name);
-        return real->xDelete(real, name, syncFolder);
-    });
+    dl_find_object found = {};
+    if (_dl_find_object(caller, &found) != 0) {
+        return false;
+    }
+    char const* const file = found.dlfo_link_map->l_name; // empty for this program
+    return *file == '\0' || std::strstr(file, "sqlite") != nullptr || std::strstr(file, "stdc++") != nullptr;
 }
 
 } // namespace
 
-FailingVfs::FailingVfs()
-{
-    real = sqlite3_vfs_find(nullptr);
-    failing = *real;
-    failing.zName = "failing";
-    failing.szOsFile = static_cast<int>(sizeof(FailingFile)) + real->szOsFile;
-    failing.xOpen = vfsOpen;
-    failing.xDelete = vfsDelete;
-    disarm();
-    sqlite3_vfs_register(&failing, 1);
-}
-
-FailingVfs::~FailingVfs()
-{
-    sqlite3_vfs_unregister(&failing);
-    sqlite3_vfs_register(real, 1);
-}
-
-void arm(Fault const& fault, int nth, bool forEver)
+void arm(Fault const& fault, int nth, Strike strike)
 {
     armed = fault;
-    armedForEver = forEver;
+    manner = strike;
     remaining = nth;
     hasStruck = false;
 }
 
-void disarm()
+bool disarm()
 {
     remaining = 0;
-}
-
-bool struck()
-{
     return hasStruck;
 }
 
-bool strikes(FaultPlace place)
-{
-    if (remaining == 0 || armed.place != place || --remaining > 0) {
-        return false;
+// The names that a caller's code has come to once the C library's headers are through with them.
+#define FAILING_CALL(result, name, parameters, arguments, condition, failure)                                \
+    extern "C" __attribute__((visibility("default"))) result failing_##name parameters __asm__(#name);       \
+    result failing_##name parameters                                                                         \
+    {                                                                                                        \
+        static auto* const original = reinterpret_cast<result(*) parameters>(dlsym(RTLD_NEXT, #name));       \
+        return condition && strikes(" " #name " ") ? failure : original arguments;                           \
     }
-    hasStruck = true;
-    remaining = armedForEver ? 1 : 0;
-    return true;
-}
+#define FAILING(name, parameters, arguments) FAILING_CALL(int, name, parameters, arguments, true, -1)
+
+// NOLINTBEGIN(readability-identifier-naming,misc-definitions-in-headers)
+FAILING(open64, (char const* path, int flags, mode_t mode), (path, flags, mode))
+FAILING(mkdir, (char const* path, mode_t mode), (path, mode))
+FAILING(chmod, (char const* path, mode_t mode), (path, mode))
+FAILING(fchmod, (int file, mode_t mode), (file, mode))
+FAILING(chown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
+FAILING(lchown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
+FAILING(fchown, (int file, uid_t owner, gid_t group), (file, owner, group))
+FAILING(fsync, (int file), (file))
+FAILING(fdatasync, (int file), (file))
+FAILING(ftruncate64, (int file, off_t size), (file, size))
+FAILING(link, (char const* from, char const* to), (from, to))
+FAILING(rename, (char const* from, char const* to), (from, to))
+FAILING(unlink, (char const* path), (path))
+FAILING_CALL(ssize_t, pread64, (int file, void* bytes, size_t size, off_t at), (file, bytes, size, at), true,
+             -1)
+FAILING_CALL(ssize_t, pwrite64, (int file, void const* bytes, size_t size, off_t at), (file, bytes, size, at),
+             true, -1)
+// Half of the bytes reach the file, as on a disk that has just become full.
+FAILING_CALL(ssize_t, write, (int file, void const* bytes, size_t size), (file, bytes, size), true,
+             size > 1 ? original(file, bytes, size / 2) : -1)
+FAILING_CALL(void*, malloc, (size_t size), (size), remaining != 0 && isConcerned(__builtin_return_address(0)),
+             nullptr)
+FAILING_CALL(void*, realloc, (void* block, size_t size), (block, size),
+             remaining != 0 && isConcerned(__builtin_return_address(0)), nullptr)
+// NOLINTEND(readability-identifier-naming,misc-definitions-in-headers)
 
 } // namespace testing_support

@@ -1,4 +1,4 @@
-/// Collects what the plug-in says: a log callback takes no context, so there is one recorder at a time.
+/// Collects what the plug-in logs: a log callback takes no context, so there is one recorder at a time.
 #ifndef TESTS_SUPPORT_LOG_RECORDER_H
 #define TESTS_SUPPORT_LOG_RECORDER_H
 
@@ -17,17 +17,24 @@ public:
 
     static HookLogCallback callback() { return record; }
 
+    /// A line with "* " for the prefix that the actions' lines have in common.
+    static std::string shortened(std::string const& line)
+    {
+        std::string const prefix = "::FT::CUSTOM ACTION: ";
+        return line.rfind(prefix, 0) == 0 ? "* " + line.substr(prefix.size()) : line;
+    }
+
     /// A session for calling an action directly.
     static CCustomHookSession session(HookProperty const* properties = nullptr)
     {
         return {properties, 0, 0, 0, record};
     }
 
-    /// The lines so far; the next call starts anew.
+    /// The lines so far, shortened; the next call starts anew.
     std::vector<std::string> take() { return std::exchange(lines, {}); }
 
 private:
-    static void record(char const* message) { lines.emplace_back(message); }
+    static void record(char const* message) { lines.push_back(shortened(message)); }
     static inline std::vector<std::string> lines;
 };
 

@@ -3,6 +3,7 @@
 #define TESTS_SUPPORT_STORES_H
 
 #include "libdolmvesk/payloaddb.h"
+#include "libdolmvesk/pcd_compat.h"
 #include "libdolmvesk/store_session.h"
 #include "tests/support/database_file.h"
 #include "tests/support/scratch_root.h"
@@ -18,6 +19,48 @@ inline std::string const masterFile = databaseRoot + "Zelko PCD/pcd.db";
 inline std::string const cacheFile = databaseRoot + "Zelko PCD/cache/cache.db";
 inline std::string const backupPath = databaseRoot + "backup";
 inline std::string const backupFile = backupPath + "/vesk.db";
+
+/// Texts of rows that do not fit into one page together.
+inline std::string const filler(3000, 'x');
+
+inline int32_t writeSetting(VeskSession* session, char const* key)
+{
+    return pcdSetDomainData(session, 1, "settings", key, filler.c_str());
+}
+
+inline int32_t listSettings(VeskSession* session, char const*** keys)
+{
+    return pcdGetDomainDataKeys(session, 1, "settings", keys);
+}
+
+/// One of the four databases, with a way to write a row under a key and to list the keys.
+struct Store
+{
+    std::string folder, file;
+    int32_t kind, (*open)(VeskSession**), (*openNoCreate)(VeskSession**), (*modificationTime)(uint32_t*);
+    int32_t (*commit)(VeskSession*), (*rollback)(VeskSession*), (*close)(VeskSession*);
+    int32_t (*write)(VeskSession*, char const* key), (*list)(VeskSession*, char const*** keys);
+    std::string keys; ///< SQL that lists them in order
+};
+
+// clang-format off
+inline Store const stores[] = {
+    {databaseRoot + "vesk", catalogueFile, 0, veskOpenSession, veskOpenSessionNoCreate, veskGetLastModTime,
+     veskSessionCommit, veskSessionRollback, veskCloseSession,
+     [](VeskSession* session, char const* key) { return session->store->queryNR("INSERT OR REPLACE INTO upgraded_payloads VALUES ('%q', '%q')", key, filler.c_str()); },
+     [](VeskSession* session, char const*** keys) { return session->store->queryList(keys, "SELECT payloadIDOriginal FROM upgraded_payloads"); },
+     "SELECT payloadIDOriginal FROM upgraded_payloads ORDER BY 1"},
+    {databaseRoot + "Zelko PCD", masterFile, 1, pcdOpenSession, pcdOpenSessionNoCreate, pcdGetLastModTime, pcdSessionCommit, pcdSessionRollback, pcdCloseSession,
+     writeSetting, listSettings, "SELECT key FROM domain_data ORDER BY key"},
+    {databaseRoot + "Zelko PCD/cache", cacheFile, 2, pcdOpenCacheSession, pcdOpenCacheSessionNoCreate, pcdCacheGetLastModTime, pcdSessionCommit, pcdSessionRollback, pcdCloseSession,
+     writeSetting, listSettings, "SELECT key FROM domain_data ORDER BY key"},
+    {databaseRoot + "vesk", payloadFile, 4, pdbOpenSession, pdbOpenSessionNoCreate, [](uint32_t* time) { return pdbGetLastModTime(reinterpret_cast<int32_t*>(time)); },
+     pdbSessionCommit, pdbSessionRollback, pdbCloseSession,
+     [](VeskSession* session, char const* key) { return pdbAddPayload(session, key, "family", "name", "1", filler.c_str(), nullptr, nullptr); },
+     [](VeskSession* session, char const*** keys) { return pdbGetPayloads(session, kPdbAllPayloads, keys); },
+     "SELECT PayloadID FROM payloads ORDER BY 1"},
+};
+// clang-format on
 
 struct SessionCloser
 {

@@ -1,19 +1,19 @@
-/// The few declarations of Apple's CoreServices that the product uses, with bodies that a test can direct: no
-/// other system has them.
+/// The few declarations of Apple's CoreServices that the product uses, with the simplest bodies: no other system has
+/// them.
 #ifndef TESTS_SUPPORT_CARBON_STAND_IN_CORESERVICES_H
 #define TESTS_SUPPORT_CARBON_STAND_IN_CORESERVICES_H
 
 #include <cstdint>
+#include <cstring>
 #include <string>
-#include <vector>
 
 using UInt8 = uint8_t;
 using SInt16 = int16_t;
 using UInt32 = uint32_t;
 using OSErr = int16_t;
 using OSStatus = int32_t;
-using CFUUIDRef = struct StandInUUID const*;
-using CFStringRef = struct StandInString const*;
+using CFUUIDRef = char const*;
+using CFStringRef = char const*;
 using FSRef = int;
 
 constexpr int noErr = 0;
@@ -24,54 +24,42 @@ constexpr void const* kCFAllocatorDefault = nullptr;
 
 namespace carbon_stand_in {
 
-inline OSErr findFolderStatus;
-inline OSStatus tooShortStatus, makePathStatus; // what FSRefMakePath says to a short buffer, and to another
+inline OSStatus tooShortStatus; // what FSRefMakePath returns for a short buffer
 inline std::string folderPath;
-inline std::vector<UInt32> offeredSizes;
-inline int livingObjects;
-inline std::string const uuidText = "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0";
 
 } // namespace carbon_stand_in
 
-inline OSErr FSFindFolder(SInt16 domain, UInt32 type, bool create, FSRef* found)
+inline OSErr FSFindFolder(SInt16, UInt32, bool, FSRef*)
 {
-    *found = 4711;
-    bool const known = domain == kLocalDomain && type == kApplicationSupportFolderType && !create;
-    return known ? carbon_stand_in::findFolderStatus : OSErr(-50);
+    return noErr;
 }
 
-inline OSStatus FSRefMakePath(FSRef const* folder, UInt8* path, UInt32 size)
+inline OSStatus FSRefMakePath(FSRef const*, UInt8* path, UInt32 size)
 {
-    carbon_stand_in::offeredSizes.push_back(size);
-    if (*folder != 4711 || size <= carbon_stand_in::folderPath.size()) {
+    if (size <= carbon_stand_in::folderPath.size()) {
         return carbon_stand_in::tooShortStatus;
     }
-    path[carbon_stand_in::folderPath.copy(reinterpret_cast<char*>(path), size)] = '\0';
-    return carbon_stand_in::makePathStatus;
+    std::strcpy(reinterpret_cast<char*>(path), carbon_stand_in::folderPath.c_str());
+    return noErr;
 }
 
 inline CFUUIDRef CFUUIDCreate(void const*)
 {
-    ++carbon_stand_in::livingObjects;
-    return reinterpret_cast<CFUUIDRef>(&carbon_stand_in::uuidText);
+    return "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0";
 }
 
 inline CFStringRef CFUUIDCreateString(void const*, CFUUIDRef identifier)
 {
-    ++carbon_stand_in::livingObjects;
-    return reinterpret_cast<CFStringRef>(identifier);
+    return identifier;
 }
 
-inline bool CFStringGetCString(CFStringRef, char* text, size_t size, UInt32 encoding)
+inline bool CFStringGetCString(CFStringRef string, char* text, size_t size, UInt32)
 {
-    bool const fits = encoding == kCFStringEncodingASCII && size > carbon_stand_in::uuidText.size();
-    text[fits ? carbon_stand_in::uuidText.copy(text, size) : 0] = '\0';
-    return fits;
+    return std::strlen(string) < size && std::strcpy(text, string) != nullptr;
 }
 
 inline void CFRelease(void const*)
 {
-    --carbon_stand_in::livingObjects;
 }
 
 #endif
