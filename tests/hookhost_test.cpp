@@ -60,6 +60,7 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {125, "$hookhost --mode 0 --property =x $run", "'=x' has no name.*NAME=VALUE"},
         {125, "$hookhost --mode 0 --timeout 0 $run", "--timeout '0'.*seconds above 0"},
         {125, "$hookhost --mode 0 --timeout nan $run", "--timeout 'nan'"},
+        {125, "$hookhost --mode 0 --timeout 5s $run", "--timeout '5s'"},
         {125, "$hookhost --mode 0 --format xml $run", "'xml'.*text, raw, jsonl"},
         {125, "$hookhost --mode 0 --frob $run", "--frob.*--help"},
         {125, "$hookhost --mode 0 --home= $run", "--home= has no value"},
@@ -74,8 +75,8 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {126, "$hookhost --mode 0 --home / --root $root $lacking", "does not export QvInstallerCustomHookCloseSession"},
         {127, "$hookhost --mode 0 --root $root $in/none", "/in/none'.*No such file"},
         {127, "$hookhost --mode 0 --root $root $in", "/in'.*not a file"},
-        {127, "$hookhost -n --mode 0 --root $root $in/file", "/in/file'.*no dynamic library"},
-        {127, "$hookhost --mode 0 --root $root $in/empty", "/in/empty'.*no dynamic library"},
+        {127, "$hookhost -n --mode 0 --root $root $in/file", "/in/file'.*not a dynamic library"},
+        {127, "$hookhost --mode 0 --root $root $in/empty", "/in/empty'.*not a dynamic library"},
         {127, "$hookhost --mode 0 --root $root $in/wordsize", "/in/wordsize'.*(32-bit.*64|64-bit.*32)-bit"},
         {127, "$hookhost --mode 0 --root $root $in/machine", "/in/machine'.*arm"},
         {127, "$hookhost --mode 0 --root $root $in/object", "/in/object'.*-shared"},
@@ -130,6 +131,9 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
         {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
+        // Without HOME, the user database outside the root has it.
+        {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
+        {0, "$hookhost --version", "hookhost \\d+\\.\\d+\n", "^$"},
     };
     // clang-format on
     for (auto const& each : cases) {

@@ -1,5 +1,6 @@
 // hookhost: calls an installer's custom-hook plug-in as the installer would.
 #include "tools/common/standard_descriptors.h"
+#include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/options.h"
 #include "tools/hookhost/output.h"
 #include "tools/hookhost/run.h"

@@ -1,10 +1,14 @@
 #include "tools/hookhost/options.h"
 
+#include "tools/common/version.h"
+#include "tools/hookhost/exit_status.h"
+#include "tools/hookhost/hook_interface.h"
 #include "tools/hookhost/output.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <fmt/format.h>
 
 namespace hookhost {
@@ -12,10 +16,10 @@ namespace hookhost {
 namespace {
 
 char const* const exitStatusHelp =
-    "Exit status: 0, or the first status other than 0 that the hook returned (123 stands for 123 and above);\n"
+    "Exit status: 0, or the first status other than 0 that the hook returned (123 for 123 and above);\n"
     "124 a call took longer than --timeout, 125 usage or host error, 126 the plug-in lacks an entry point,\n"
     "127 the plug-in cannot be loaded, 128+N the plug-in was ended by signal N. The last five end the run,\n"
-    "but for 125 after lost output, which stands in for 0 alone.";
+    "except 125 for lost output, which replaces only status 0.";
 
 [[noreturn]] void refuse(std::string const& message)
 {
@@ -66,13 +70,14 @@ std::pair<std::string, std::string> readProperty(std::string const& text)
 std::chrono::milliseconds readTimeout(std::string const& text)
 {
     constexpr double most = 30 * 24 * 3600;
-    double seconds = 0;
-    char const* const end = text.data() + text.size();
-    auto const read = std::from_chars(text.data(), end, seconds);
-    if (read.ec != std::errc() || read.ptr != end || !(seconds > 0 && seconds <= most)) {
-        refuse(
-            fmt::format("--timeout '{}' will not do; give seconds above 0, such as 30 or 0.5, at most {:.0f}",
-                        text, most));
+    // Not std::from_chars: macOS's C++ library reads no floating-point numbers with it. strtod also reads blanks,
+    // "nan" and hexadecimal, which the characters allowed here rule out.
+    char* end = nullptr;
+    double const seconds = std::strtod(text.c_str(), &end);
+    if (text.find_first_not_of("0123456789.eE-+") != std::string::npos || *end != '\0' ||
+        !(seconds > 0 && seconds <= most)) {
+        refuse(fmt::format("invalid --timeout '{}'; give seconds above 0, such as 30 or 0.5, at most {:.0f}",
+                           text, most));
     }
     return std::chrono::milliseconds(std::llround(std::ceil(seconds * 1000)));
 }
@@ -97,8 +102,7 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
 {
     Options options;
     std::string mode;
-    std::vector<std::string> phases = {"session-open", "pre-system-check", "pre-payload", "post-payload",
-                                       "session-close"};
+    std::vector<std::string> phases(phasesInCallingOrder.begin(), phasesInCallingOrder.end());
     std::vector<std::string> properties;
     std::string timeout;
     std::string format = "text";
@@ -106,14 +110,21 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
 
     CLI::App app("Calls an installer's custom-hook plug-in as the installer would.", "hookhost");
     app.footer(exitStatusHelp);
+    app.set_version_flag("--version", fmt::format("hookhost {}\n", common::version),
+                         "Print the version and exit");
     app.add_option("PLUGIN", options.plugin, "The plug-in, a dynamic library")->type_name("")->required();
     app.add_flag("--list", options.list, "List the plug-in's entry points and phase procedures instead");
     CLI::Option const* const runOptions[] = {
-        app.add_option("--mode", mode, "install, reinstall, uninstall or a number")->type_name("MODE"),
-        app.add_option("--phase", phases,
-                       "A phase to run, by name or number; may be repeated.\n"
-                       "Without it: session-open, pre-system-check,\n"
-                       "pre-payload, post-payload, session-close")
+        app.add_option("--mode", mode, "install, reinstall, uninstall or a 32-bit number")->type_name("MODE"),
+        app.add_option(
+               "--phase", phases,
+               "A phase to run: pre-system-check, pre-payload,\n"
+               "post-payload, session-open, session-close or a\n"
+               "32-bit number; may be repeated. Without it:\n" +
+                   fmt::format(
+                       "{},\n{}",
+                       fmt::join(phasesInCallingOrder.begin(), phasesInCallingOrder.begin() + 3, ", "),
+                       fmt::join(phasesInCallingOrder.begin() + 3, phasesInCallingOrder.end(), ", ")))
             ->type_name("PHASE")
             ->allow_extra_args(false),
         app.add_option("-D,--property", properties, "A session property; may be repeated")
@@ -126,12 +137,15 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         app.add_flag("--no-log-callback", silent, "Give the hook no log to write to"),
         app.add_option(
                "--format", format,
-               "text (with time and phase), raw (the messages, and\nhow a call failed to return) or jsonl")
+               "text (with time and phase; the default), raw (the\nmessages as they are, and how a call failed to\n"
+               "return) or jsonl (a JSON object per line)")
             ->type_name("FORMAT"),
-        app.add_flag("-n,--dry-run", options.dryRun,
-                     "Check what can be checked without loading the plug-in,\nand say what would be called"),
+        app.add_flag(
+            "-n,--dry-run", options.dryRun,
+            "Check what can be checked without loading the plug-in,\nand print what would be called"),
     };
-    app.add_option("--timeout", timeout, "The longest that a call into the plug-in may take")
+    app.add_option("--timeout", timeout,
+                   "The longest that a call into the plug-in may take,\nsuch as 30 or 0.5")
         ->type_name("SECONDS");
 
     // Left to itself, the parser would take the next argument for the missing value.
@@ -145,6 +159,9 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         app.parse(argc, argv);
     } catch (CLI::CallForHelp const&) {
         printAnswer(app.help());
+        return std::nullopt;
+    } catch (CLI::CallForVersion const& request) {
+        printAnswer(request.what());
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
         refuse(fmt::format("{}; see hookhost --help", error.what()));

@@ -1,7 +1,7 @@
 #include "tools/hookhost/output.h"
 
 #include "tools/common/descriptor_output.h"
-#include "tools/hookhost/options.h"
+#include "tools/hookhost/exit_status.h"
 
 #include <csignal>
 #include <fmt/format.h>

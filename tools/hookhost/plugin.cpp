@@ -1,6 +1,7 @@
 #include "tools/hookhost/plugin.h"
 
-#include "tools/hookhost/options.h"
+#include "tools/hookhost/exit_status.h"
+#include "tools/hookhost/hook_interface.h"
 
 #include <cerrno>
 #include <cstring>
@@ -16,20 +17,6 @@
 namespace hookhost {
 
 namespace {
-
-char const openEntry[] = "QvInstallerCustomHookInitSession";
-char const procEntry[] = "QvInstallerCustomHookProc";
-char const closeEntry[] = "QvInstallerCustomHookCloseSession";
-
-// Row: install mode. Column: phase.
-char const* const phaseProcedures[modeNames.size()][phaseNames.size()] = {
-    {"InstallPreSystemCheckProc", "PrePayloadInstallProc", "PostPayloadInstallProc", "InstallSessionOpenProc",
-     "InstallSessionCloseProc"},
-    {"ReinstallPreSystemCheckProc", "PrePayloadReinstallProc", "PostPayloadReinstallProc",
-     "ReinstallSessionOpenProc", "ReinstallSessionCloseProc"},
-    {"UninstallPreSystemCheckProc", "PrePayloadUninstallProc", "PostPayloadUninstallProc",
-     "UninstallSessionOpenProc", "UninstallSessionCloseProc"},
-};
 
 [[noreturn]] void refuse(std::string const& path, std::string const& reason)
 {
@@ -58,7 +45,7 @@ void requireOwnKind(std::string const& path, ElfW(Ehdr) const& header)
     dladdr(reinterpret_cast<void const*>(&requirePluginFile), &self);
     auto const& own = *static_cast<ElfW(Ehdr) const*>(self.dli_fbase);
     if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
-        refuse(path, "this is no dynamic library; give the plug-in's .so file");
+        refuse(path, "this is not a dynamic library; give the plug-in's .so file");
     }
     // The fields up to the machine lie alike in both word sizes.
     if (header.e_ident[EI_CLASS] != own.e_ident[EI_CLASS] || header.e_machine != own.e_machine) {
@@ -135,7 +122,7 @@ std::string describePlugin(std::string const& path, bool& allEntries)
         return exported;
     };
     allEntries = true;
-    for (char const* entry : {openEntry, procEntry, closeEntry}) {
+    for (char const* const entry : entryPoints) {
         allEntries &= describe("entry point", entry, entry);
     }
     for (std::size_t mode = 0; mode < modeNames.size(); ++mode) {

@@ -2,6 +2,7 @@
 
 #include "tools/common/alternate_root.h"
 #include "tools/common/descriptor_output.h"
+#include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/output.h"
 #include "tools/hookhost/plugin.h"
 #include "tools/hookhost/report.h"
@@ -16,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <pwd.h>
 #include <sys/mman.h>
 #include <sys/select.h>
 #include <sys/wait.h>
@@ -282,11 +284,23 @@ uint32_t makeCall(Run const& run, uint32_t step, Call call) noexcept
     return status;
 }
 
+/// Sets HOME from the user database if the environment has none. Below another root the plug-in would otherwise
+/// look the user up there, with that root's own name-service libraries.
+void setHomeFromUserDatabase()
+{
+    char const* const home = std::getenv("HOME");
+    passwd const* const user = home == nullptr || *home == '\0' ? getpwuid(getuid()) : nullptr;
+    if (user != nullptr && user->pw_dir != nullptr) {
+        setenv("HOME", user->pw_dir, 1);
+    }
+}
+
 int callPlugin(Run const& run)
 {
     Options const& options = run.options;
     PluginEntries const plugin = loadPlugin(options.plugin);
     if (options.root) {
+        setHomeFromUserDatabase();
         common::alternate_root::enter(*options.root);
     }
     if (options.home) {
