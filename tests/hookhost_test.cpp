@@ -2,7 +2,9 @@
 #include "tests/support/shell.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 #include <regex>
+#include <sstream>
 
 using namespace testing_support;
 using testing::ContainsRegex;
@@ -17,15 +19,20 @@ protected:
     int shell(std::string const& command)
     {
         // Unquoted variables are split at newlines alone: the paths may hold spaces.
-        ShellResult const result =
-            runShell(root, "IFS='\n'; hookhost='" HOOKHOST "' fixture='" FIXTURE "' product='" PRODUCT
-                           "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' in=$root/in\n"
-                           "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
-                           "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
-                           "rm $root/unread; }\n" +
-                               command);
-        out = result.out;
+        ShellResult const result = runShell(
+            root, // A sanitizer's look for leaks at exit() needs a /proc, which the root does not have.
+            "export ASAN_OPTIONS=detect_leaks=0; IFS='\n'; hookhost='" HOOKHOST "' fixture='" FIXTURE
+            "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' in=$root/in\n"
+            "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
+            "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
+            "rm $root/unread; }\n" +
+                command);
+        out = std::regex_replace(result.out, std::regex("[^\n]*(2> |\"line\":\")fixture loaded[^\n]*\n"), "");
         err = result.err;
+        std::istringstream lines(command.find("--format jsonl") != std::string::npos ? result.out : "");
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+        }
         return result.status;
     }
 
@@ -81,14 +88,17 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {127, "$hookhost --mode 0 --root $root $in/machine", "/in/machine'.*arm"},
         {127, "$hookhost --mode 0 --root $root $in/object", "/in/object'.*-shared"},
         {127, "$hookhost --mode 0 --root $root $in/damaged", "/in/damaged'.*cannot be loaded"},
+        {127, "$hookhost -n --mode 0 $in/damaged", "/in/damaged'.*is damaged"},
+        {126, "$hookhost -n --mode 0 $lacking", "does not export QvInstallerCustomHookCloseSession"},
+        {125, "$hookhost --mode 0 --null-properties -D a=b $run", "--null-properties.*leave out"},
+        {125, "$hookhost --mode 0 --phase 'a\nb' $run", "--phase 'a\\\\nb' is unknown"},
     };
     // clang-format on
     for (auto const& each : cases) {
         SCOPED_TRACE(each.command);
         EXPECT_EQ(shell(each.command), each.status);
         EXPECT_EQ(out, "");
-        std::string const start = each.status == 126 ? "^fixture loaded\nhookhost: .*" : "^hookhost: .*";
-        EXPECT_THAT(err, ContainsRegex(start + each.told));
+        EXPECT_THAT(err, ContainsRegex(std::string("^hookhost: .*") + each.told));
         EXPECT_FALSE(exists("/called"));
     }
 }
@@ -113,16 +123,16 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
         {0, "{ $hookhost --mode 0 --phase 2 $run -D act=hang & sleep 2.5; kill -KILL $!; } | timeout 10 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"}, // and the pipe ends: no worker outlives its host
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
-        {125, "$hookhost --mode 0 $run >/dev/full", "", "output was lost: No space left"},
+        {125, "$hookhost --mode 0 $run >/dev/full", "", "^hookhost: output was lost: No space left"},
         {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
         {125, "$hookhost --help >/dev/full", "", "output was lost: No space left"},
         {125, "$hookhost -n --mode 0 $run >/dev/full", "", "output was lost: No space left"},
-        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 $run >&4", "", "^fixture loaded\nhookhost: output was lost: Broken pipe\n$"},
-        {3, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 --phase 2 -D times=3 $run >&4", "", "^fixture loaded\nhookhost: output was lost: Broken pipe\n$"},
+        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
+        {3, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 --phase 2 -D times=3 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
         {128 + SIGTRAP, "$hookhost --mode 0 --phase 2 -D act=crash $run 2>/dev/full", ".* 0/2 \n.* = failed .*\n", "^$"},
         // What the hook starts has SIGPIPE as it was: exec() lets an ignored signal be and resets a handled one.
         {0, "for how in default ignore; do env --$how-signal=PIPE $hookhost --mode 0 --phase 2 $run -D act=hang |"
-            " { IFS=' ' read -r time phase pid said; grep SigIgn /proc/$pid/status; kill $pid; }; done",
+            " { IFS=' '; read -r line; read -r time phase pid said; grep SigIgn /proc/$pid/status; kill $pid; }; done",
             "SigIgn:\t.*[02468ace].{3}\nSigIgn:\t.*[13579bdf].{3}\n", ""},
         // A pipe that does not block, full until its reader wakes up.
         {0, "{ dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; $hookhost --format raw --mode 0 $run; echo ended $? >&2; } |"
@@ -131,6 +141,31 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
         {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
+        {123, "$hookhost --mode 0 --phase 1 -D times=65536 $run", ".* 0/1 \n.* = status 65536 \\(0x10000\\) after .*\n", "0x10000.*123 stands for it"},
+        {0, "$hookhost --mode 0 --phase 1 --null-properties $run", ".* \\(null\\)\n.* = status 0 .*\n", "^$"},
+        // The hook's output stands among its messages where it was printed; what has hookhost's marks is escaped.
+        {0, "$hookhost --mode 0 --phase 1 $run -D act=print -D log='= status 0'", ".*/pre-payload \\d+ 0/1 \n.* \\\\x3D status 0\n.*/pre-payload (\\d+) 1> one\n.* three\n.* \\1 2> = fo\\\\\\\\ur\n.* 1> two\n.* = status 0 .*\n", "^$"},
+        {0, "$hookhost --format raw --mode 0 --phase 1 $run -D act=print", "0/1 \nthree\none\ntwo", "= fo\\\\ur\n$"},
+        {0, "$hookhost --mode 0 --phase 1 $run -D act=print --no-capture", ".* 0/1 \n.* three\n.* = status 0 .*\n", "= fo\\\\ur\none\ntwo$"},
+        {0, "$hookhost -n --mode 0 --phase 1 $run -D 'code=a\n= status 0'", "[^]*code=a\\\\n= status 0\n[^]*", "^$"},
+        // Descriptors: the hook cannot take hookhost's along, short of closing all.
+        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n", "^$"},
+        {125, "$hookhost --mode 0 --phase 1 $run -D 'act=close all'", ".* 0/1 \n", "^hookhost: output was lost: Bad file descriptor\n$"},
+        // Messages of several threads and processes, and of one that is killed while it writes.
+        {0, "$hookhost --mode 0 --phase 1 $run -D act=chatter | awk '{print length($4)}' | sort -n | uniq -c | tail -1", " *80 20000\n", "^$"},
+        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 $run -D act=chatter | { IFS=' '; read -r time step pid all; read -r all;"
+            " while grep -qs State:.[RSD] /proc/$pid/status; do sleep 0.05; done; grep -c '^[^ ]* install/pre-payload [0-9]* = failed'; }", "1\n", "did not return"},
+        // A message by the callback of an earlier call.
+        {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\n.*post-payload.*= status 0 .*\n", "^$"},
+        {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=log at unload'", "[^]*returned.*\n.*\"phase\":\"pre-payload\".*\"message\":\"unloading\",\"late\":true\\}\n", "^$"},
+        {128 + SIGTRAP, "$hookhost --mode 0 --phase 1 $run -D 'act=crash at unload'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed .*signal 5.*\n", "calls not made: 0"},
+        // A helper program that outlives hookhost is on record, and prints on without being blocked or killed.
+        {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
+            ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+        // On a terminal.
+        {0, "NO_COLOR=1 script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -3 | tr -d '\\r'",
+            "install/pre-payload  process \\d+\n +\\+\\d+ ms  0/1 \n +\\+\\d+ ms  = status 0 .*\n", "^$"},
+        {1, "script -qec \"$hookhost --mode 0 --phase 1 -D times=1 --home / --root '$root' '$fixture'\" /dev/null | tail -1; exit 1", ".*\x1B\\[31m= status 1 .*\x1B\\[0m\r\n", "^$"},
         // Without HOME, the user database outside the root has it.
         {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
         {0, "$hookhost --version", "hookhost \\d+\\.\\d+\n", "^$"},
@@ -148,22 +183,29 @@ TEST_F(Hookhost, CallsAndReports)
 TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
 {
     // clang-format off
-    struct { std::string act; int status; std::string outcome, reason; } const cases[] = {
-        {"crash", 128 + SIGTRAP, "signal", "ended by signal 5 .Trace/breakpoint trap."},
-        {"exit", 125, "exit", "exit.5."},
-        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s"},
+    struct { std::string act; int status; std::string outcome, reason, interruption; } const cases[] = {
+        {"crash", 128 + SIGTRAP, "signal", "ended by signal 5 .Trace/breakpoint trap.", ""},
+        {"exit", 125, "exit", "exit.5.", ""},
+        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s", ""},
+        {"hang", 128 + SIGTERM, "interrupted", "interrupted by signal 15; the hook was killed", "TERM"},
+        {"'hang as another user'", 128 + SIGHUP, "interrupted", "interrupted by signal 1; the hook was killed", "HUP"},
+        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s", "INT"}, // a shell's background ignores it
     };
     // clang-format on
-    for (auto const& [act, status, outcome, reason] : cases) {
+    for (auto const& [act, status, outcome, reason, interruption] : cases) {
         for (std::string const format : {"text", "raw", "jsonl"}) {
             SCOPED_TRACE(act + format);
-            // A sanitizer's look for leaks at exit() needs a /proc, which the root has not.
             std::string command =
-                "ASAN_OPTIONS=detect_leaks=0 $hookhost --mode 0 --phase 1 --phase 2 $run -D act=";
-            command.append(act).append(" --format ").append(format);
+                "$hookhost --mode 0 --phase 1 --phase 2 $run --format " + format + " -D act=" + act;
+            if (!interruption.empty()) {
+                command += "& until grep -q '" + std::string(act[0] == '\'' ? "user" : "0/1") +
+                           "' $root.out; do sleep 0.05; done; kill -" + interruption +
+                           " $!; wait $!; status=$?; pgrep -f -- \"--root $root\"; exit $status";
+            }
             EXPECT_EQ(shell(command), status);
             EXPECT_THAT(err, ContainsRegex("install/pre-payload: .*" + reason + ".*calls not made: 2"));
-            EXPECT_THAT(out, ContainsRegex("^[^\n]*0/1[^\n]*\n[^\n]*" + reason + "[^\n]*\n$"));
+            EXPECT_THAT(
+                out, ContainsRegex("^[^\n]*0/1[^\n]*\n([^\n]*user[^\n]*\n)?[^\n]*" + reason + "[^\n]*\n$"));
             EXPECT_EQ(out.find("\"outcome\":\"" + outcome) != std::string::npos, format == "jsonl") << out;
         }
     }

@@ -1,24 +1,109 @@
 /* A plug-in that does what its session properties say: what hookhost must cope with. */
 #include "hooks/CustomHooks.h"
 
+#include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+static HookLogCallback latest; /* the log of the call before */
+static char const* atUnload = "";
 
 __attribute__((constructor)) static void loaded(void)
 {
     fputs("fixture loaded\n", stderr);
 }
 
+__attribute__((destructor)) static void unloaded(void)
+{
+    if (strcmp(atUnload, "log at unload") == 0) {
+        latest("unloading");
+    } else if (strcmp(atUnload, "crash at unload") == 0) {
+        raise(SIGTRAP);
+    }
+}
+
 static char const* valueOf(struct HookProperty const* property, char const* name)
 {
-    while (property->name != NULL && strcmp(property->name, name) != 0) {
+    while (property != NULL && property->name != NULL && strcmp(property->name, name) != 0) {
         ++property;
     }
-    return property->name != NULL ? property->value : "";
+    return property != NULL && property->name != NULL ? property->value : "";
+}
+
+/* Logs long lines, each of one letter. */
+static void* chatter(void* letter)
+{
+    char line[20001] = "";
+    memset(line, *(char const*)letter, sizeof line - 1);
+    for (int count = 0; count < 20; ++count) {
+        latest(line);
+    }
+    return NULL;
+}
+
+/* A helper program in a copy of the process: it waits for a writer of /go, prints more than a pipe holds, and opens
+ * /done for reading. */
+static void helper(void)
+{
+    if (fork() == 0) {
+        close(open("/go", O_RDONLY));
+        for (int count = 0; count < 5000; ++count) {
+            printf("%050d\n", count);
+        }
+        fflush(stdout);
+        _exit(open("/done", O_RDONLY) < 0);
+    }
+}
+
+static void act(char const* what, HookLogCallback log)
+{
+    pthread_t threads[2];
+    if (strcmp(what, "hang") == 0) {
+        sleep(60);
+    } else if (strcmp(what, "hang as another user") == 0) {
+        log(setgid(1234) == 0 && setuid(1234) == 0 ? "another user" : "still root");
+        sleep(60);
+    } else if (strcmp(what, "crash") == 0) {
+        raise(SIGTRAP); /* none that a sanitizer catches */
+    } else if (strcmp(what, "exit") == 0) {
+        exit(5);
+    } else if (strcmp(what, "twice") ==
+               0) { /* as after a program that could not be started: a copy returns first */
+        int status = 0;
+        log(fork() == 0 ? "copy" : wait(&status) > 0 && status == 0 ? "original" : "failed copy");
+    } else if (strcmp(what, "print") == 0) {
+        printf("one\ntwo");
+        log("three");
+        fputs("= fo\\ur\n", stderr);
+    } else if (strcmp(what, "close low") == 0 || strcmp(what, "close all") == 0) {
+        int const end = what[6] == 'a' ? 100000 : 1024;
+        for (int descriptor = 0; descriptor < end; ++descriptor) {
+            close(descriptor);
+        }
+        open("/taken", O_WRONLY | O_CREAT, 0600); /* as standard input, but no further */
+        log("after closing");
+    } else if (strcmp(what, "chatter") == 0) {
+        pid_t const copy = fork();
+        latest = log;
+        pthread_create(&threads[0], NULL, chatter, copy == 0 ? "a" : "b");
+        pthread_create(&threads[1], NULL, chatter, copy == 0 ? "c" : "d");
+        pthread_join(threads[0], NULL);
+        pthread_join(threads[1], NULL);
+        if (copy == 0) {
+            _exit(0);
+        }
+        waitpid(copy, NULL, 0);
+    } else if (strcmp(what, "log late") == 0 && latest != NULL) {
+        latest("late");
+    } else if (strcmp(what, "helper") == 0) {
+        helper();
+    }
 }
 
 uint32_t QvInstallerCustomHookInitSession(void)
@@ -42,20 +127,13 @@ uint32_t QvInstallerCustomHookProc(struct HookProperty const* properties, uint32
     fclose(fopen(text, "a"));
     snprintf(text, sizeof text, "%d/%u %s", installMode, entryMode, valueOf(properties, "say"));
     if (logCallback != NULL) {
-        logCallback(text);
+        logCallback(properties == NULL ? NULL : text);
     }
-    switch (valueOf(properties, "act")[0]) {
-    case 'h': /* hang */
-        sleep(60);
-        break;
-    case 'c':           /* crash */
-        raise(SIGTRAP); /* none that a sanitizer catches */
-        break;
-    case 'e': /* exit */
-        exit(5);
-    case 't': /* twice: a copy returns first, as after a program that could not be started */
-        logCallback(fork() == 0 ? "copy" : wait(&reserved) > 0 && reserved == 0 ? "original" : "failed copy");
-        reserved = 0;
+    if (*valueOf(properties, "log") != '\0') {
+        logCallback(valueOf(properties, "log"));
     }
+    act(valueOf(properties, "act"), logCallback);
+    atUnload = valueOf(properties, "act");
+    latest = logCallback;
     return entryMode * (uint32_t)strtoul(valueOf(properties, "times"), NULL, 10) + (uint32_t)reserved;
 }

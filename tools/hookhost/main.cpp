@@ -1,8 +1,9 @@
 // hookhost: calls an installer's custom-hook plug-in as the installer would.
 #include "tools/common/standard_descriptors.h"
+#include "tools/hookhost/dry_run.h"
 #include "tools/hookhost/exit_status.h"
+#include "tools/hookhost/messages.h"
 #include "tools/hookhost/options.h"
-#include "tools/hookhost/output.h"
 #include "tools/hookhost/run.h"
 
 #include <csignal>
@@ -31,14 +32,17 @@ int main(int argc, char** argv)
     common::occupyStandardDescriptors();
     outliveReaders();
     std::signal(SIGCHLD, SIG_DFL); // inherited as ignored, child processes could not be waited for
+    if (asksForJson(argc, argv)) { // a usage error is JSON too
+        printMessagesAsJson();
+    }
     try {
         auto const options = readOptions(argc, argv);
         return options ? run(*options) : 0;
     } catch (Refusal const& refusal) {
-        complain(refusal.what());
+        complain(refusal);
         return refusal.exitStatus;
     } catch (std::exception const& error) {
-        complain(error.what());
+        complain(Refusal(kExitHostError, error.what()));
         return kExitHostError;
     }
 }

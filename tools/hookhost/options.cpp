@@ -3,7 +3,7 @@
 #include "tools/common/version.h"
 #include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/hook_interface.h"
-#include "tools/hookhost/output.h"
+#include "tools/hookhost/messages.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
@@ -107,6 +107,7 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     std::string timeout;
     std::string format = "text";
     bool silent = false;
+    bool noCapture = false;
 
     CLI::App app("Calls an installer's custom-hook plug-in as the installer would.", "hookhost");
     app.footer(exitStatusHelp);
@@ -134,11 +135,16 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
             ->type_name("DIR"),
         app.add_option("--home", options.home, "The user's home folder, as seen from inside the root")
             ->type_name("DIR"),
+        app.add_flag("--null-properties", options.nullProperties,
+                     "Give the hook no property map (a null pointer)"),
         app.add_flag("--no-log-callback", silent, "Give the hook no log to write to"),
-        app.add_option(
-               "--format", format,
-               "text (with time and phase; the default), raw (the\nmessages as they are, and how a call failed to\n"
-               "return) or jsonl (a JSON object per line)")
+        app.add_flag("--no-capture", noCapture,
+                     "Send the hook's own output to standard error as it is,\ninstead of recording it"),
+        app.add_option("--format", format,
+                       "text (with time and phase, grouped on a terminal; the\n"
+                       "default), raw (the messages and the output as they are,\n"
+                       "and how a call failed to return) or jsonl (a JSON\n"
+                       "object per line, errors included)")
             ->type_name("FORMAT"),
         app.add_flag(
             "-n,--dry-run", options.dryRun,
@@ -195,9 +201,24 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         refuse(fmt::format("--home '{}' is relative; give an absolute path, as seen from inside the root",
                            *options.home));
     }
+    if (options.nullProperties && !properties.empty()) {
+        refuse("--null-properties passes no properties; leave out --property or --null-properties");
+    }
     options.logCallback = !silent;
+    options.capture = !noCapture;
     options.format = readFormat(format);
     return options;
+}
+
+bool asksForJson(int argc, char const* const* argv)
+{
+    bool asks = false;
+    for (int each = 1; each < argc && std::string_view(argv[each]) != "--"; ++each) {
+        std::string_view const argument = argv[each];
+        std::string_view const following = each + 1 < argc ? argv[each + 1] : "";
+        asks |= argument == "--format=jsonl" || (argument == "--format" && following == "jsonl");
+    }
+    return asks;
 }
 
 } // namespace hookhost

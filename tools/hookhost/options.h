@@ -36,7 +36,9 @@ struct Options
     std::optional<std::string> root;
     std::optional<std::string> home;                  ///< absolute, as seen from inside the root
     std::optional<std::chrono::milliseconds> timeout; ///< for each call into the plug-in
+    bool nullProperties = false;                      ///< the hook gets a null property map
     bool logCallback = true;
+    bool capture = true; ///< the hook's own output is recorded, except in raw output
     OutputFormat format = OutputFormat::kText;
 };
 
@@ -46,6 +48,9 @@ struct Options
 /// @return the options; none when the help or the version was printed
 /// @throws Refusal (kExitHostError)
 std::optional<Options> readOptions(int argc, char const* const* argv);
+
+/// Whether a command line, which may be wrong otherwise, chooses JSON lines.
+bool asksForJson(int argc, char const* const* argv);
 
 } // namespace hookhost
 

@@ -1,4 +1,4 @@
-/// The plug-in as a file and as a loaded library.
+/// The plug-in as a loaded library.
 #ifndef TOOLS_HOOKHOST_PLUGIN_H
 #define TOOLS_HOOKHOST_PLUGIN_H
 
@@ -8,28 +8,28 @@
 
 namespace hookhost {
 
-/// The plain entry points of a loaded plug-in, which stays loaded until the process ends.
-struct PluginEntries
+/// A loaded plug-in and its plain entry points.
+struct Plugin
 {
+    void* library;
     decltype(&QvInstallerCustomHookInitSession) open;
     decltype(&QvInstallerCustomHookProc) proc;
     decltype(&QvInstallerCustomHookCloseSession) close;
 };
 
-/// Checks that a file is a library of this program's word size and machine. Runs none of its code.
-///
-/// @throws Refusal (kExitNotLoadable)
-void requirePluginFile(std::string const& path);
-
-/// Loads a plug-in with every symbol bound at once: what it needs is found before another root is entered.
+/// Loads a plug-in with every symbol bound at once: a missing library or symbol is found before another root is
+/// entered.
 ///
 /// @throws Refusal (kExitNotLoadable, kExitSymbolMissing)
-PluginEntries loadPlugin(std::string const& path);
+Plugin loadPlugin(std::string const& path);
 
-/// Loads a plug-in and describes what it exports: the plain entry points and the fifteen phase procedures.
+/// Unloads it: its destructors run.
+void unloadPlugin(Plugin const& plugin);
+
+/// Loads a plug-in and describes what it exports: each plain entry point, exported or missing, and the phase
+/// procedures that it exports.
 ///
-/// @param path        the plug-in
-/// @param allEntries  receives whether every plain entry point is exported; phase procedures may lack
+/// @param allEntries  receives whether every plain entry point is exported
 /// @return lines for people
 /// @throws Refusal (kExitNotLoadable)
 std::string describePlugin(std::string const& path, bool& allEntries);

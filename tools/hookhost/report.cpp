@@ -1,18 +1,15 @@
 #include "tools/hookhost/report.h"
 
-#include "tools/common/descriptor_output.h"
 #include "tools/common/printable.h"
-#include "tools/hookhost/output.h"
+#include "tools/hookhost/messages.h"
 
-#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace hookhost {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -27,91 +24,140 @@ std::string now()
                        utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, time.tv_nsec / 1000000);
 }
 
-std::string textLine(std::string const& mode, std::string const& phase, pid_t process,
-                     std::string const& message)
+/// Text of unknown origin on one line, from which its bytes can be told again: backslashes are escaped too.
+std::string escaped(std::string_view text)
 {
-    return fmt::format("{} {}/{} {} {}\n", now(), mode, phase, process, common::printable(message));
+    return common::printable(text, "\\\t");
 }
 
-Json jsonRecord(char const* type, std::string const& mode, std::string const& phase, pid_t process)
+/// The same for a whole record: it cannot be taken for one of hookhost's own, which begin with a mark.
+std::string escapedRecord(std::string_view text)
 {
-    return {{"type", type}, {"time", now()}, {"mode", mode}, {"phase", phase}, {"pid", process}};
+    for (char const* const mark : {"= ", "! ", "1> ", "2> ", "+ ", "- ", "~ "}) {
+        if (text.substr(0, std::strlen(mark)) == mark) {
+            return fmt::format("\\x{:02X}", static_cast<unsigned char>(text[0])) + escaped(text.substr(1));
+        }
+    }
+    return escaped(text);
 }
 
-/// Bytes that are no UTF-8 become U+FFFD.
-std::string jsonLine(Json const& record)
+bool isSet(char const* variable)
 {
-    return record.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    char const* const value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
 }
 
 } // namespace
 
-Report::Report(OutputFormat chosenFormat, std::string chosenMode, std::atomic<int>& error)
-    : format(chosenFormat), mode(std::move(chosenMode)), writeError(error)
+Report::Report(OutputFormat chosenFormat, std::string modeName, std::vector<std::string> const& stepNames,
+               RunState& sharedState)
+    : format(chosenFormat), onTerminal(format == OutputFormat::kText && isatty(STDOUT_FILENO) != 0),
+      coloured(onTerminal && !isSet("NO_COLOR")), mode(std::move(modeName)), steps(stepNames),
+      state(sharedState), writer(sharedState)
 {
 }
 
-void Report::message(std::string const& phase, char const* message) const noexcept
+void Report::message(RecordWriter::Turn& turn, Step step, char const* text, bool late)
 {
-    char const* const shown = message == nullptr ? "(null)" : message;
-    try {
-        switch (format) {
-        case OutputFormat::kText:
-            text(textLine(mode, phase, getpid(), shown));
-            break;
-        case OutputFormat::kRaw:
-            text(std::string(shown) + '\n');
-            break;
-        case OutputFormat::kJsonLines:
-            Json record = jsonRecord("message", mode, phase, getpid());
-            record["message"] = shown;
-            text(jsonLine(record));
-            break;
-        }
-    } catch (...) { // nothing may pass through the plug-in; but for memory, nothing is known to fail
-        writeError = ENOMEM;
+    char const* const shown = text == nullptr ? "(null)" : text;
+    if (format == OutputFormat::kRaw) {
+        turn.write(std::string(shown) + '\n');
+        return;
+    }
+    writeText(turn, step, getpid(),
+              late ? "! logged after its call returned: " + escaped(shown) : escapedRecord(shown));
+    Json fields = {{"message", shown}};
+    if (late) {
+        fields["late"] = true;
+    }
+    writeJson(turn, "message", step, getpid(), fields);
+}
+
+void Report::output(RecordWriter::Turn& turn, Step step, pid_t worker, Stream stream, std::string_view line)
+{
+    bool const isError = stream == Stream::kError;
+    writeText(turn, step, worker, (isError ? "2> " : "1> ") + escaped(line));
+    writeJson(turn, "output", step, worker, {{"stream", isError ? "stderr" : "stdout"}, {"line", line}});
+}
+
+void Report::returned(RecordWriter::Turn& turn, Step step, uint32_t status, double milliseconds)
+{
+    std::string const hexadecimal = status > 0xFFFF ? fmt::format(" (0x{:X})", status) : "";
+    writeText(turn, step, getpid(),
+              fmt::format("= status {}{} after {:.1f} ms", status, hexadecimal, milliseconds),
+              status == 0 ? Colour::kGood : Colour::kBad);
+    writeJson(turn, "phase", step, getpid(),
+              {{"outcome", "returned"}, {"status", status}, {"milliseconds", milliseconds}});
+}
+
+void Report::failed(RecordWriter::Turn& turn, Step step, pid_t worker, Failure const& failure,
+                    double milliseconds)
+{
+    std::string const text = fmt::format("= failed after {:.1f} ms: {}", milliseconds, failure.reason);
+    if (format == OutputFormat::kRaw) {
+        turn.write(fmt::format("{}/{} {}\n", mode, steps[step], text));
+        return;
+    }
+    writeText(turn, step, worker, text, Colour::kBad);
+    Json fields = {{"outcome", failure.outcome}};
+    if (failure.numberName != nullptr) {
+        fields[failure.numberName] = failure.number;
+    }
+    fields.update({{"reason", failure.reason}, {"milliseconds", milliseconds}});
+    writeJson(turn, "phase", step, worker, fields);
+}
+
+void Report::stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid_t process,
+                          std::string const& program)
+{
+    if (format == OutputFormat::kRaw) {
+        notice(fmt::format("still running: {} {}", process, program));
+        return;
+    }
+    writeText(turn, step, worker, fmt::format("! still running: {} {}", process, escaped(program)));
+    writeJson(turn, "running", step, worker, {{"process", process}, {"program", program}});
+}
+
+void Report::writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
+                       Colour colour)
+{
+    if (onTerminal) {
+        writeOnTerminal(turn, step, process, text, colour);
+    } else if (format == OutputFormat::kText) {
+        turn.write(fmt::format("{} {}/{} {} {}\n", now(), mode, steps[step], process, text));
     }
 }
 
-void Report::returned(std::string const& phase, uint32_t status, double milliseconds) const
+void Report::writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
+                             Colour colour)
 {
-    if (format == OutputFormat::kText) {
-        text(textLine(mode, phase, getpid(),
-                      fmt::format("= status {} after {:.1f} ms", status, milliseconds)));
-    } else if (format == OutputFormat::kJsonLines) {
-        Json record = jsonRecord("phase", mode, phase, getpid());
-        record.update({{"outcome", "returned"}, {"status", status}, {"milliseconds", milliseconds}});
-        text(jsonLine(record));
+    std::string lines;
+    if (state.heading != step) {
+        state.heading = step;
+        char const* const bold[] = {"", "\x1B[1m"};
+        char const* const plain[] = {"", "\x1B[0m"};
+        lines = fmt::format("{}{}/{}{}  process {}\n", bold[coloured], mode, steps[step], plain[coloured],
+                            process);
     }
+    CurrentCall const call = state.current;
+    std::string const time =
+        call.step == step ? fmt::format("+{} ms", state.sinceBegin() - call.started) : "";
+    if (colour == Colour::kNone || !coloured) {
+        lines += fmt::format("  {:>9}  {}\n", time, text);
+    } else {
+        lines += fmt::format("  {:>9}  \x1B[{}m{}\x1B[0m\n", time, colour == Colour::kGood ? 32 : 31, text);
+    }
+    turn.write(lines);
 }
 
-void Report::failed(std::string const& phase, pid_t worker, Failure const& failure, double milliseconds) const
+void Report::writeJson(RecordWriter::Turn& turn, char const* type, Step step, pid_t process,
+                       Json const& fields)
 {
-    std::string const told = fmt::format("= failed after {:.1f} ms: {}", milliseconds, failure.reason);
-    switch (format) {
-    case OutputFormat::kText:
-        text(textLine(mode, phase, worker, told));
-        break;
-    case OutputFormat::kRaw:
-        text(fmt::format("{}/{} {}\n", mode, phase, told));
-        break;
-    case OutputFormat::kJsonLines:
-        Json record = jsonRecord("phase", mode, phase, worker);
-        record["outcome"] = failure.outcome;
-        if (failure.number != 0) {
-            record[failure.outcome] = failure.number;
-        }
-        record.update({{"reason", failure.reason}, {"milliseconds", milliseconds}});
-        text(jsonLine(record));
-        break;
-    }
-}
-
-void Report::text(std::string const& lines) const
-{
-    int const error = common::writeAll(STDOUT_FILENO, lines);
-    if (error != 0) {
-        writeError = error;
+    if (format == OutputFormat::kJsonLines) {
+        Json record = {
+            {"type", type}, {"time", now()}, {"mode", mode}, {"phase", steps[step]}, {"pid", process}};
+        record.update(fields);
+        turn.write(jsonLine(record));
     }
 }
 

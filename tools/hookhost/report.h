@@ -1,48 +1,97 @@
-/// What hookhost prints to standard output: the hook's messages and how each phase ended.
+/// What hookhost records on standard output: the hook's messages and output, and how each step of a run ended.
 #ifndef TOOLS_HOOKHOST_REPORT_H
 #define TOOLS_HOOKHOST_REPORT_H
 
+#include "tools/hookhost/json.h"
 #include "tools/hookhost/options.h"
+#include "tools/hookhost/record_writer.h"
 
-#include <atomic>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
+#include <vector>
 
 namespace hookhost {
 
 /// How a call into the plug-in failed to return.
 struct Failure
 {
-    char const* outcome; ///< a word for programs: "signal", "timeout" or "exit"
-    int number;          ///< the signal, or the status that the process exited with; 0 for a time-out
-    std::string reason;  ///< for people
+    char const* outcome;    ///< a word for programs: "signal", "timeout", "exit" or "interrupted"
+    char const* numberName; ///< what the number is: "signal" or "exit"; null if there is none
+    int number;
+    std::string reason; ///< for people
 };
 
-/// Writes lines, each in one piece: the worker, its copies and helper programs share standard output.
+/// The two streams that the hook prints to.
+enum class Stream
+{
+    kOutput,
+    kError
+};
+
+/// Forms records. Each is a line of its own, in every format; on a terminal, a heading names the step of the lines
+/// below it.
 class Report
 {
 public:
-    /// @param format      of every line
-    /// @param mode        name of the install mode
-    /// @param writeError  receives the errno of a line that could not be written; outlives the report
-    Report(OutputFormat format, std::string mode, std::atomic<int>& writeError);
+    /// @param format  of every record
+    /// @param mode    name of the install mode
+    /// @param steps   names of the run's steps; outlive the report
+    /// @param state   outlives the report
+    Report(OutputFormat format, std::string mode, std::vector<std::string> const& steps, RunState& state);
 
-    /// A message of the hook, which may be null or hold any bytes.
-    void message(std::string const& phase, char const* text) const noexcept;
+    /// While it lives, this thread alone writes records.
+    RecordWriter::Turn turn() { return RecordWriter::Turn(writer); }
 
-    /// The phase returned. Not told in raw output.
-    void returned(std::string const& phase, uint32_t status, double milliseconds) const;
+    /// See RecordWriter.
+    void setWhileWaiting(std::function<bool()> function) { writer.setWhileWaiting(std::move(function)); }
 
-    /// The phase did not return. Told in every format.
-    void failed(std::string const& phase, pid_t worker, Failure const& failure, double milliseconds) const;
+    /// A message of the hook.
+    ///
+    /// @param text  null counts as "(null)"
+    /// @param late  the call that the message belongs to has returned
+    void message(RecordWriter::Turn& turn, Step step, char const* text, bool late);
 
-    /// Any other text for standard output, ending in a newline.
-    void text(std::string const& lines) const;
+    /// A line that the hook or one of its helper programs has printed.
+    ///
+    /// @param worker  the plug-in's process
+    void output(RecordWriter::Turn& turn, Step step, pid_t worker, Stream stream, std::string_view line);
+
+    /// The step returned. Not in raw output.
+    void returned(RecordWriter::Turn& turn, Step step, uint32_t status, double milliseconds);
+
+    /// The step did not return.
+    void failed(RecordWriter::Turn& turn, Step step, pid_t worker, Failure const& failure,
+                double milliseconds);
+
+    /// A process that the hook has left running. In raw output on standard error.
+    void stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid_t process,
+                      std::string const& program);
 
 private:
-    OutputFormat format;
-    std::string mode;
-    std::atomic<int>& writeError;
+    enum class Colour
+    {
+        kNone,
+        kGood,
+        kBad
+    };
+
+    /// Writes one record for people: nothing in raw output or as JSON lines.
+    void writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
+                   Colour colour = Colour::kNone);
+    void writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
+                         Colour colour);
+
+    /// Writes one JSON object: nothing in other formats.
+    void writeJson(RecordWriter::Turn& turn, char const* type, Step step, pid_t process, Json const& fields);
+
+    OutputFormat const format;
+    bool const onTerminal; ///< text is grouped
+    bool const coloured;
+    std::string const mode;
+    std::vector<std::string> const& steps;
+    RunState& state;
+    RecordWriter writer;
 };
 
 } // namespace hookhost

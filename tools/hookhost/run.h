@@ -1,21 +1,37 @@
-/// Calls into the plug-in, each run in a worker process of its own that hookhost watches.
+/// A run: calls into the plug-in, made in a worker process of their own that hookhost watches.
 #ifndef TOOLS_HOOKHOST_RUN_H
 #define TOOLS_HOOKHOST_RUN_H
 
+#include "tools/hookhost/captured_output.h"
 #include "tools/hookhost/options.h"
+#include "tools/hookhost/report.h"
+#include "tools/hookhost/run_state.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace hookhost {
 
-/// Says what runPhases would call, on standard output. Loads and calls nothing.
-///
-/// @return hookhost's exit status
-/// @throws Refusal, common::alternate_root::Refused for what would be refused
-int showRun(Options const& options);
+/// What the worker and the host of one run share or have a copy of.
+struct Run
+{
+    /// @param steps  names of what the worker does, in order, for records and messages
+    Run(Options const& options, std::string const& mode, std::vector<std::string> steps);
 
-/// Loads the plug-in, enters the root and calls the open entry, the phases and the close entry in order. A
-/// status other than 0 does not end the run; a crash, a time-out or an exit() of the plug-in does.
+    Options const& options;
+    std::string const mode;
+    std::vector<std::string> const steps;
+    SharedRunState const state;
+    Report report;
+    std::optional<CapturedOutput> output; ///< none if the hook's output is not captured
+};
+
+/// Loads the plug-in, enters the root, calls the open entry, the phases and the close entry in order, and unloads the
+/// plug-in. A status other than 0 does not end the run; a crash, a time-out or an exit() of the plug-in does.
 ///
-/// Helper programs that a phase starts are neither waited for nor ended.
+/// Helper programs that a phase starts are neither waited for nor ended. Does not return if a signal interrupts
+/// hookhost: the worker is killed, and hookhost ends by the same signal.
 ///
 /// @return hookhost's exit status
 /// @throws Refusal, common::alternate_root::Refused before anything is called
@@ -23,9 +39,14 @@ int runPhases(Options const& options);
 
 /// Lists what the plug-in exports, on standard output.
 ///
-/// @return hookhost's exit status; kExitSymbolMissing when a plain entry point is missing
+/// @return hookhost's exit status; kExitSymbolMissing if a plain entry point is missing
 /// @throws Refusal
 int listPlugin(Options const& options);
+
+/// Every check that can be made without running code of the plug-in.
+///
+/// @throws Refusal, common::alternate_root::Refused
+void requireRunnable(Options const& options);
 
 } // namespace hookhost
 

@@ -1,0 +1,274 @@
+#include "tools/hookhost/host.h"
+
+#include "tools/common/descriptor_output.h"
+#include "tools/hookhost/host_signals.h"
+#include "tools/hookhost/messages.h"
+#include "tools/hookhost/processes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fmt/format.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace hookhost {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds firstNotice{2000};     // a call that takes longer is mentioned ...
+constexpr milliseconds longestSilence{30000}; // ... ever more rarely, up to this
+
+// An interrupted hookhost waits so long for the reader of its last records.
+constexpr milliseconds longestFarewell{2000};
+
+[[noreturn]] void beWorker(Run& run, HostSignals const& signals, pid_t host,
+                           std::function<int(Run&)> const& work)
+{
+    signals.restore();
+    endWithParent();
+    if (getppid() != host) {
+        _exit(kExitHostError);
+    }
+    if (run.output) {
+        run.output->redirect();
+    } else if (!run.options.capture) {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+    }
+    int status = kExitHostError;
+    try {
+        status = work(run);
+    } catch (Refusal const& refusal) {
+        complain(refusal);
+        status = refusal.exitStatus;
+    } catch (std::exception const& error) {
+        complain(error.what());
+    }
+    run.state->leavingWith = status;
+    // Deliberate: not _exit. Destructors, leak checks and coverage data behave as when an installer ends.
+    std::exit(status);
+}
+
+/// Watches the worker until it has ended.
+class Watch
+{
+public:
+    Watch(Run& watchedRun, HostSignals const& hostSignals, pid_t watchedWorker)
+        : run(watchedRun), signals(hostSignals), worker(watchedWorker)
+    {
+        run.report.setWhileWaiting([this] {
+            enforceLimits();
+            return interruption == 0 || Clock::now() - killed < longestFarewell;
+        });
+    }
+
+    /// Waits for the worker, never for the end of its output: helper programs hold that open.
+    void untilItEnds()
+    {
+        while (!hasEnded()) {
+            enforceLimits();
+            noticeLongCall();
+            fd_set descriptors;
+            FD_ZERO(&descriptors);
+            int const above = run.output ? run.output->addTo(descriptors) : 0;
+            signals.wait(untilNextCheck(), &descriptors, above);
+            recordOutput(false);
+        }
+        recordOutput(true);
+    }
+
+    int status = 0;        ///< as waitpid gives it
+    bool timedOut = false; ///< the worker was killed for that
+    int interruption = 0;  ///< the signal to hookhost for which it was killed
+
+private:
+    milliseconds elapsed() const
+    {
+        return milliseconds(run.state->sinceBegin() - run.state->current.load().started);
+    }
+
+    bool hasEnded()
+    {
+        int childStatus = 0;
+        pid_t child = 0;
+        do { // orphans that hookhost has adopted end too
+            child = waitpid(-1, &childStatus, WNOHANG);
+        } while (child > 0 && child != worker);
+        if (child == worker) {
+            status = childStatus;
+        }
+        return child == worker;
+    }
+
+    /// Kills the worker after a time-out or an interruption.
+    void enforceLimits()
+    {
+        if (timedOut || interruption != 0) {
+            return;
+        }
+        interruption = signals.interruption();
+        timedOut = interruption == 0 && run.options.timeout && elapsed() >= *run.options.timeout;
+        if (timedOut || interruption != 0) {
+            killed = Clock::now();
+            kill(worker, SIGKILL);
+        }
+    }
+
+    void noticeLongCall()
+    {
+        Step const step = run.state->current.load().step;
+        if (step != noticedStep) {
+            noticedStep = step;
+            nextNotice = firstNotice;
+        }
+        if (elapsed() >= nextNotice) {
+            auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed());
+            notice(
+                fmt::format("{}/{} has been running for {} s", run.mode, run.steps[step], seconds.count()));
+            nextNotice = elapsed() + std::min(elapsed(), longestSilence);
+        }
+    }
+
+    milliseconds untilNextCheck() const
+    {
+        bool const limited = run.options.timeout && !timedOut;
+        milliseconds const next = limited ? std::min(nextNotice, *run.options.timeout) : nextNotice;
+        return std::max(next - elapsed(), milliseconds{1});
+    }
+
+    /// Records what the hook has printed.
+    ///
+    /// @param all  also lines whose end is missing
+    void recordOutput(bool all)
+    {
+        if (run.output) {
+            RecordWriter::Turn turn = run.report.turn();
+            Step const step = run.state->current.load().step;
+            all ? run.output->recordAll(run.report, turn, step, worker)
+                : run.output->record(run.report, turn, step, worker);
+        }
+    }
+
+    Run& run;
+    HostSignals const& signals;
+    pid_t const worker;
+    Clock::time_point killed;
+    Step noticedStep = 0;
+    milliseconds nextNotice = firstNotice;
+};
+
+/// What the record of a failed step has to contain.
+///
+/// @param exitStatus  receives hookhost's
+Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
+{
+    if (ending.interruption != 0) {
+        exitStatus = kExitSignal + ending.interruption;
+        return {
+            "interrupted", "signal", ending.interruption,
+            fmt::format("hookhost was interrupted by signal {}; the hook was killed", ending.interruption)};
+    }
+    if (ending.timedOut) {
+        exitStatus = kExitTimeout;
+        return {"timeout", nullptr, 0,
+                fmt::format("it did not return within {} s and was killed",
+                            static_cast<double>(run.options.timeout->count()) / 1000)};
+    }
+    if (WIFSIGNALED(ending.status)) {
+        int const signal = WTERMSIG(ending.status);
+        exitStatus = kExitSignal + signal;
+        return {"signal", "signal", signal,
+                fmt::format("ended by signal {} ({})", signal, strsignal(signal))};
+    }
+    int const code = WEXITSTATUS(ending.status);
+    exitStatus = kExitHostError;
+    return {"exit", "exit", code,
+            run.state->leavingWith >= 0
+                ? fmt::format(
+                      "the process exited with {} at its end: a destructor, an exit handler or a leak check",
+                      code)
+                : fmt::format("the plug-in ended the process by exit({}); it must return instead", code)};
+}
+
+/// Records the step that the worker did not come back from.
+///
+/// @return hookhost's exit status
+int reportFailure(Run& run, pid_t worker, Watch const& ending)
+{
+    CurrentCall const call = run.state->current;
+    int exitStatus = 0;
+    Failure const failure = describeFailure(run, ending, exitStatus);
+    {
+        RecordWriter::Turn turn = run.report.turn();
+        run.report.failed(turn, call.step, worker, failure, run.state->sinceBegin() - call.started);
+    }
+    complain(fmt::format("{}/{}: {}; calls not made: {}", run.mode, run.steps[call.step], failure.reason,
+                         std::max<std::size_t>(run.steps.size() - call.step, 2) - 2));
+    return exitStatus;
+}
+
+/// The exit status for a worker that came to its own end.
+int exitStatusOf(Run const& run)
+{
+    uint32_t const status = run.state->firstStatus;
+    if (run.state->leavingWith != 0) {
+        return run.state->leavingWith;
+    }
+    if (status >= kExitLargeStatus) {
+        notice(fmt::format("status {} (0x{:X}) does not fit an exit status; {} stands for it", status, status,
+                           static_cast<int>(kExitLargeStatus)));
+        return kExitLargeStatus;
+    }
+    return static_cast<int>(status);
+}
+
+void reportRunningProcesses(Run& run, pid_t worker)
+{
+    for (RunningProcess const& each : runningDescendants()) {
+        RecordWriter::Turn turn = run.report.turn();
+        run.report.stillRunning(turn, run.state->current.load().step, worker, each.id, each.program);
+    }
+}
+
+} // namespace
+
+int runInWorker(Run& run, std::function<int(Run&)> const& work)
+{
+    keepMessageDescriptor();
+    adoptOrphans();
+    HostSignals const signals;
+    pid_t const host = getpid();
+    pid_t const worker = fork();
+    if (worker < 0) {
+        throw Refusal(kExitHostError, fmt::format("cannot start a worker process: {}", std::strerror(errno)));
+    }
+    if (worker == 0) {
+        beWorker(run, signals, host, work);
+    }
+    if (run.output) {
+        run.output->closeWritingEnds();
+    }
+    Watch ending(run, signals, worker);
+    ending.untilItEnds();
+    bool const cameToItsEnd =
+        WIFEXITED(ending.status) && run.state->leavingWith == WEXITSTATUS(ending.status);
+    int exitStatus = cameToItsEnd ? exitStatusOf(run) : reportFailure(run, worker, ending);
+    reportRunningProcesses(run, worker);
+    if (run.state->writeError != 0) {
+        complain(common::lossOf(run.state->writeError));
+        exitStatus = exitStatus == 0 ? kExitHostError : exitStatus;
+    }
+    if (run.output) {
+        run.output->leaveReader();
+    }
+    if (ending.interruption != 0) {
+        signals.endBy(ending.interruption);
+    }
+    return exitStatus;
+}
+
+} // namespace hookhost

@@ -1,0 +1,20 @@
+/// The host: hookhost itself, which starts the worker, watches it and reports how it ended.
+#ifndef TOOLS_HOOKHOST_HOST_H
+#define TOOLS_HOOKHOST_HOST_H
+
+#include "tools/hookhost/run.h"
+
+#include <functional>
+
+namespace hookhost {
+
+/// Runs work in a worker process. Does not return if a signal interrupts hookhost.
+///
+/// @param work  returns the worker's exit status, as far as the hook's statuses do not decide it; may throw Refusal
+/// @return hookhost's exit status
+/// @throws Refusal if there can be no worker
+int runInWorker(Run& run, std::function<int(Run&)> const& work);
+
+} // namespace hookhost
+
+#endif

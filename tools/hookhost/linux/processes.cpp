@@ -1,0 +1,89 @@
+#include "tools/hookhost/processes.h"
+
+#include <cctype>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <limits.h>
+#include <map>
+#include <memory>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace hookhost {
+
+namespace {
+
+struct Listed
+{
+    pid_t parent;
+    char state;
+    std::string name;
+};
+
+/// /proc/PID/stat: "PID (NAME) STATE PARENT ...", where NAME may hold blanks and parentheses.
+Listed readProcess(pid_t id)
+{
+    std::ifstream file(fmt::format("/proc/{}/stat", id));
+    std::string const text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::size_t const begin = text.find('(');
+    std::size_t const end = text.rfind(')');
+    if (begin == std::string::npos || end == std::string::npos || end + 4 >= text.size()) {
+        return {0, 'X', ""};
+    }
+    return {static_cast<pid_t>(std::atoi(text.c_str() + end + 4)), text[end + 2],
+            text.substr(begin + 1, end - begin - 1)};
+}
+
+std::string programOf(pid_t id, std::string const& name)
+{
+    char path[PATH_MAX];
+    ssize_t const length = readlink(fmt::format("/proc/{}/exe", id).c_str(), path, sizeof path);
+    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : name;
+}
+
+} // namespace
+
+void endWithParent()
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+void adoptOrphans()
+{
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+std::vector<RunningProcess> runningDescendants()
+{
+    std::map<pid_t, Listed> all;
+    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), closedir);
+    for (dirent const* entry = nullptr; folder && (entry = readdir(folder.get())) != nullptr;) {
+        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) != 0) {
+            pid_t const id = static_cast<pid_t>(std::atoi(entry->d_name));
+            all[id] = readProcess(id);
+        }
+    }
+    std::vector<RunningProcess> running;
+    for (auto const& [id, process] : all) {
+        pid_t ancestor = process.parent;
+        for (std::size_t steps = 0; ancestor != getpid() && all.count(ancestor) != 0 && steps < all.size();
+             ++steps) {
+            ancestor = all[ancestor].parent;
+        }
+        if (ancestor == getpid() && process.state != 'Z' && process.state != 'X') {
+            running.push_back({id, programOf(id, process.name)});
+        }
+    }
+    return running;
+}
+
+void closeAllFrom(int first)
+{
+    closefrom(first);
+}
+
+} // namespace hookhost

@@ -1,0 +1,64 @@
+#include "tools/hookhost/own_descriptor.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace hookhost {
+
+namespace {
+
+constexpr rlim_t lowestNumber = 1024;
+constexpr rlim_t highestNumber = 65536; // the kernel's table grows with the highest number, so not beyond
+constexpr rlim_t room = 16;             // for hookhost's own few descriptors
+
+int copyOutOfReach(int original)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    rlim_t number = std::clamp(limit.rlim_cur, lowestNumber, highestNumber);
+    rlimit const raised = {std::max(limit.rlim_cur, number + room), limit.rlim_max};
+    bool const isRaised = raised.rlim_cur <= limit.rlim_max && setrlimit(RLIMIT_NOFILE, &raised) == 0;
+    if (!isRaised && limit.rlim_cur < number + room) {
+        number = limit.rlim_cur > room ? limit.rlim_cur - room : 0;
+    }
+    int copy = fcntl(original, F_DUPFD_CLOEXEC, static_cast<int>(number));
+    if (copy < 0) {
+        copy = fcntl(original, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    }
+    int const error = errno;
+    if (isRaised) {
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    if (copy < 0) {
+        throw std::system_error(error, std::generic_category(), "no descriptor is left");
+    }
+    return copy;
+}
+
+} // namespace
+
+OwnDescriptor::OwnDescriptor(int originalDescriptor) : copy(copyOutOfReach(originalDescriptor))
+{
+    fstat(copy, &original);
+}
+
+OwnDescriptor::~OwnDescriptor()
+{
+    if (number() >= 0) {
+        close(copy);
+    }
+}
+
+int OwnDescriptor::number() const noexcept
+{
+    struct stat present = {};
+    bool const same =
+        fstat(copy, &present) == 0 && present.st_dev == original.st_dev && present.st_ino == original.st_ino;
+    return same ? copy : -1;
+}
+
+} // namespace hookhost

@@ -1,0 +1,70 @@
+/// What the processes of one run share: the worker that calls into the plug-in, its copies, and the host that watches.
+#ifndef TOOLS_HOOKHOST_RUN_STATE_H
+#define TOOLS_HOOKHOST_RUN_STATE_H
+
+#include "tools/hookhost/record_lock.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace hookhost {
+
+using Clock = std::chrono::steady_clock;
+
+/// Index into the names of a run's steps: what runs in the plug-in's process, phase by phase.
+using Step = uint32_t;
+
+/// The step that the worker is in; aligned so that it is read and written in one piece.
+struct alignas(8) CurrentCall
+{
+    Step step;
+    uint32_t started; ///< milliseconds since the run began
+};
+static_assert(std::atomic<CurrentCall>::is_always_lock_free, "several processes share it");
+
+/// The beginning of a line that the hook has printed, until the rest of it is there.
+struct UnfinishedLine
+{
+    std::size_t length = 0;
+    std::array<char, 65536> bytes = {}; ///< a longer line is recorded in pieces of this size
+};
+
+/// Shared memory. A pipe would not do: helper programs inherit it and hold it open.
+struct RunState
+{
+    std::atomic<CurrentCall> current{CurrentCall{0, 0}};
+    std::atomic<Step> returned{0};        ///< the last step whose call has returned
+    std::atomic<int> leavingWith{-1};     ///< the exit status with which the worker leaves; -1 before it does
+    std::atomic<uint32_t> firstStatus{0}; ///< the first status other than 0 that the hook returned
+    std::atomic<int> writeError{0};       ///< errno of a record that was lost
+    Clock::time_point const began = Clock::now();
+
+    RecordLock lock;                                 ///< held while records are written; guards what follows
+    bool amidRecord = false;                         ///< a part of a record is written
+    Step heading = ~Step{0};                         ///< the step that the terminal's last heading names
+    std::array<UnfinishedLine, 2> unfinishedLines{}; ///< of standard output and of standard error
+
+    uint32_t sinceBegin() const
+    {
+        auto const time = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - began);
+        return static_cast<uint32_t>(time.count());
+    }
+};
+
+/// Unmaps the memory in this process; other processes keep theirs.
+struct UnmapRunState
+{
+    void operator()(RunState* state) const;
+};
+using SharedRunState = std::unique_ptr<RunState, UnmapRunState>;
+
+/// @throws std::bad_alloc
+SharedRunState newRunState();
+
+} // namespace hookhost
+
+#endif
