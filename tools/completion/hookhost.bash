@@ -13,7 +13,7 @@ _hookhost()
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
         fi
-        candidates='--mode --phase --property --root --home --no-log-callback --format --timeout --dry-run --list --version --help'
+        candidates='--mode --phase --property --null-properties --root --home --no-log-callback --no-capture --format --timeout --dry-run --list --version --help'
         ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")
