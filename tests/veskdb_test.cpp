@@ -220,6 +220,12 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
 {
     makeMachine();
     mustDo("add pdb RIVAL --family F --name N --version 1 --signature s --conflicts OLD");
+    for (auto const& [arguments, shown] :
+         {std::pair("--help", "veskdb set pdb ID [--state"),
+          std::pair("set --help", "veskdb set pcd|cache DOMAIN"), std::pair("--version", "veskdb 12."),
+          std::pair("verify --help", "[DB]...")}) {
+        EXPECT_THAT(shell(std::string("$veskdb ") + arguments).out, HasSubstr(shown)) << arguments;
+    }
     struct
     {
         char const* arguments;
@@ -275,7 +281,7 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
     EXPECT_EQ(shell("setpriv --bounding-set=-sys_chroot $veskdb list pdb").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >&-").status, 2);
-    // What went wrong counts, whether it can be told or not.
+    // The exit status does not depend on the message.
     EXPECT_EQ(shell("$veskdb frob 2>/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb --help >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb show pdb NONE 2>/dev/full").status, 1);
@@ -285,7 +291,7 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
     EXPECT_TRUE(recordBytes() == before);
 }
 
-TEST_F(Veskdb, ChangesWhatItIsToldTo)
+TEST_F(Veskdb, ChangesWhatItIsGiven)
 {
     makeMachine();
     mustDo("set pdb APP --state not-installed --data 3 K -value");
@@ -353,7 +359,7 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
     EXPECT_EQ(shell("$veskdb set pdb APP --data 0 K V >&-").status, 0);
 }
 
-TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
+TEST_F(Veskdb, VerifyReportsEachFaultWithItsFileAndTheNextStep)
 {
     SKIP_WITHOUT_OTHER_USERS();
     auto const overwrite = [](std::string const& path, char const* object, char const* from,
@@ -382,7 +388,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
         {"page", [&] { overwrite(pcd, "domain_data", nullptr, std::string(100, '\xFF')); }, pcd, "",
          "restore pcd --from FILE"},
         {"garbage",
-         [] { writeFile(cache, "this is no database, and long enough to tell" + std::string(600, '.')); },
+         [] { writeFile(cache, "this is no database, and long enough to be one" + std::string(600, '.')); },
          cache, "kVeskIOError (4)", "restore cache --from FILE"},
         {"empty", [] { writeFile(vesk, ""); }, vesk, "tables are missing: pcd_meta, ", "restore vesk"},
         {"missing", [] { unlink(vesk.c_str()); }, vesk, "kVeskNeedsRestore (5)", "restore vesk"},
@@ -396,7 +402,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
         {"mode", [] { chmod(cache.c_str(), 0644); }, cache, "its mode is 0644, not 0666", "chmod 0666"},
         {"folder's mode", [] { chmod((zelko + "Zelko PCD/cache").c_str(), 0777); }, zelko + "Zelko PCD/cache",
          "its mode is 0777, not 1777", "chmod 1777"},
-        {"half a backup", [] { truncate(pdbBackup.c_str(), 8192); }, pdbBackup, "the backup will not do",
+        {"half a backup", [] { truncate(pdbBackup.c_str(), 8192); }, pdbBackup, "the backup is not usable",
          "backup pdb"},
         {"write-ahead", [] { sql(pcd, "PRAGMA journal_mode = WAL"); }, pcd, "write-ahead mode",
          "journal_mode=DELETE"},
@@ -415,17 +421,16 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
              });
          },
          pdb, "in the middle of a change", "undo the change"},
-        {"journal", [] { writeFile(vesk + "-journal", ""); }, vesk, "the journal of a change that is over",
-         "rm '"},
+        {"journal", [] { writeFile(vesk + "-journal", ""); }, vesk, "has a stale journal", "rm '"},
         {"empty log", [] { writeFile(pcd + "-wal", ""); }, pcd, "write-ahead", "rm '"},
         {"backup gone too", [] { truncate(pdbBackup.c_str(), 8192), unlink(pdb.c_str()); }, pdb,
          "kVeskNeedsRestore (5)", "restore pdb --from FILE, a sound copy; if there is none"},
         {"open backup", [] { chmod(veskBackup.c_str(), 0666); }, veskBackup, "others may write it",
          "chmod o-w"},
-        {"dangling", [] { unlink(pcd.c_str()), (void)!symlink("/none", pcd.c_str()); }, pcd, "leads nowhere",
+        {"dangling", [] { unlink(pcd.c_str()), (void)!symlink("/none", pcd.c_str()); }, pcd, "dangling link",
          "rm '"},
         {"columns", [] { sql(pcd, "DROP TABLE domain_data; CREATE TABLE domain_data(a)"); }, pcd,
-         "lacks what the installer creates: column domain_data.domain", "restore"},
+         "its table domain_data is not as the installer creates it", "restore"},
         {"trigger", [] { sql(pdb, "DROP TRIGGER ctd_payloads"); }, pdb, "creates: trigger ctd_payloads",
          "restore"},
         {"addition",
@@ -474,7 +479,7 @@ TEST_F(Veskdb, VerifyTellsEachFaultWithItsFileAndTheNextStep)
     }
 }
 
-TEST_F(Veskdb, VerifyTakesWhatIsLegalForNoFault)
+TEST_F(Veskdb, VerifyReportsLegalLeftoversAsNotes)
 {
     SKIP_WITHOUT_OTHER_USERS();
     EXPECT_EQ(veskdb("verify").status, 0);
@@ -517,7 +522,7 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
          "has a journal"},
         {"{ echo 'BEGIN EXCLUSIVE;'; sleep 3; } | sqlite3 \"$pdb\" & sleep 0.3; $veskdb backup pdb", 1,
          "kVeskBusy (14)"},
-        {"truncate -s 8192 \"$pdb\"; $veskdb backup pdb vesk", 1, "will not do and nothing was replaced"},
+        {"truncate -s 8192 \"$pdb\"; $veskdb backup pdb vesk", 1, "is not usable; nothing was replaced"},
     };
     refuses(cases, [] { return std::pair(readFile(pdbBackup), exists("/new.db")); });
     // The last of them backed the catalogue up all the same.
@@ -565,7 +570,7 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
     writeFile("/newer.db", readFile(pcd));
     writeFile(pcd + "-journal", "x");
     std::vector<Refusal> const cases = {
-        {"$veskdb restore pdb --from /half.db --yes", 1, "will not do"},
+        {"$veskdb restore pdb --from /half.db --yes", 1, "is not usable"},
         {"$veskdb restore pdb --from '" + vesk + "' --yes", 1, "it is not the payload database"},
         {"$veskdb restore pdb --from '" + pdb + "' --yes", 2, "the database itself"},
         {"$veskdb restore pcd --from /newer.db --yes", 2, "has a journal"},

@@ -1,5 +1,5 @@
 /// Another root folder for the process: every absolute path then lies below it. The product has no switch
-/// for its paths, so this is how its real code is run beside the machine's own files.
+/// for its paths, so this is how its real code is run without touching the machine's own files.
 #ifndef TOOLS_COMMON_ALTERNATE_ROOT_H
 #define TOOLS_COMMON_ALTERNATE_ROOT_H
 
@@ -26,7 +26,7 @@ void requireUsable(std::string const& folder);
 /// Makes the folder the process's root and its current folder, for good. Load every library before.
 ///
 /// @param folder  the new root, relative to the current folder or absolute
-/// @throws Refused when it cannot; the caller ends then and never goes on in the root it has
+/// @throws Refused when it cannot; the caller must then exit, not continue in its present root
 void enter(std::string const& folder);
 
 /// The folder that was entered, as it was given; empty for the machine's own root.

@@ -22,7 +22,7 @@ _veskdb()
         ;;
     esac
     if [[ $word == -* ]]; then
-        candidates='--root --json --help'
+        candidates='--root --json --help --version'
         case $verb in
         list) candidates+=' --state' ;;
         add) candidates+=' --family --name --version --signature --conflicts --upgrades --replace' ;;

@@ -1,49 +1,47 @@
-/// The verbs that change records: add, set and remove. Each goes through one session of the record library and
-/// happens wholly or not at all: an error, or an interruption before the commit, rolls it back. They print
-/// nothing when done, so that no lost output can follow a change.
+/// One session of the record library that changes a database wholly or not at all.
 #ifndef TOOLS_VESKDB_CHANGE_H
 #define TOOLS_VESKDB_CHANGE_H
 
-#include "tools/veskdb/options.h"
-
-#include <csignal>
+#include "tools/veskdb/databases.h"
+#include "tools/veskdb/held_signals.h"
 
 namespace veskdb {
 
-/// @throws Refusal, Unreadable; the records are then as they were
-void addPayload(Options const& options);
-void setPayload(Options const& options);
-void setSetting(Options const& options);
-void removePayload(Options const& options);
-void removeSettings(Options const& options);
-
-/// Asks on the terminal unless --yes was given.
-///
-/// @param question  what is about to happen, ending in a question mark
-/// @throws Refusal (kExitNotFound: declined; kExitError: there is no terminal to ask on)
-void requireConsent(Options const& options, std::string const& question);
-
-/// Holds back, while it lives, the signals by which people end a program; but for those that it was started to
-/// ignore.
-class HeldSignals
+/// A session in a transaction that is rolled back unless it is committed. What is read through it is of the moment
+/// at which it is changed: no other process writes meanwhile.
+class Change
 {
 public:
-    HeldSignals();
-    HeldSignals(HeldSignals const&) = delete;
-    HeldSignals& operator=(HeldSignals const&) = delete;
-    ~HeldSignals();
+    enum class WhenMissing
+    {
+        kCreate,
+        kRefuse
+    };
 
-    bool anyHasCome() const;
+    /// @throws Refusal: the database is then as it was
+    Change(Database const& changed, WhenMissing whenMissing);
+    Change(Change const&) = delete;
+    Change& operator=(Change const&) = delete;
+    ~Change();
 
-    /// @throws Refusal when one has come, and says so: the last moment to give up
-    void requireNone() const;
+    VeskSession* get() const { return session; }
 
-    /// From here to the program's end they end nothing: what they were to end is done.
-    void ignore() const;
+    /// Refuses unless a call on the session succeeded.
+    ///
+    /// @param status  what the call returned
+    /// @param what    what the call was about
+    /// @throws Refusal (kExitNotFound: kVeskNotFound; kExitError: any other status)
+    void require(int32_t status, std::string const& what) const;
+
+    /// @throws Refusal: the destructor rolls back
+    void commit();
 
 private:
-    sigset_t held = {};
-    sigset_t before = {};
+    void end();
+
+    HeldSignals signals;
+    Database const& database;
+    VeskSession* session = nullptr;
 };
 
 } // namespace veskdb

@@ -2,11 +2,8 @@
 
 #include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
-#include "tools/common/alternate_root.h"
+#include "tools/veskdb/refusal.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <fmt/format.h>
 
 namespace veskdb {
@@ -26,13 +23,11 @@ std::string formPath(char const* const* folder, char const* file)
 
 std::array<Database, 4> const databases = {{
     {"pdb", "the payload database", &payloadDatabase, pdbOpenSession, pdbOpenSessionNoCreate,
-     pdbSessionCommit, pdbCloseSession},
-    {"pcd", "the master store", &masterStore, pcdOpenSession, pcdOpenSessionNoCreate, pcdSessionCommit,
-     pcdCloseSession},
+     pdbSessionCommit},
+    {"pcd", "the master store", &masterStore, pcdOpenSession, pcdOpenSessionNoCreate, pcdSessionCommit},
     {"cache", "the cache store", &cacheStore, pcdOpenCacheSession, pcdOpenCacheSessionNoCreate,
-     pcdSessionCommit, pcdCloseSession},
-    {"vesk", "the catalogue", &catalogue, veskOpenSession, veskOpenSessionNoCreate, veskSessionCommit,
-     veskCloseSession},
+     pcdSessionCommit},
+    {"vesk", "the catalogue", &catalogue, veskOpenSession, veskOpenSessionNoCreate, veskSessionCommit},
 }};
 
 Database const& databaseNamed(std::string const& name)
@@ -59,35 +54,6 @@ std::string folderOf(Database const& database)
 std::string backupPathOf(Database const& database)
 {
     return formPath(backupFolder, database.store->file);
-}
-
-std::string commandLine(std::string const& words)
-{
-    return (common::alternate_root::entered().empty()
-                ? "veskdb "
-                : "veskdb --root " + common::alternate_root::quotedFromOutside("") + ' ') +
-           words;
-}
-
-void tell(std::initializer_list<char const*> pieces, char const* end) noexcept
-{
-    std::fputs("veskdb: ", stderr);
-    for (char const* piece : pieces) {
-        std::fputs(piece, stderr);
-    }
-    std::fputs(end, stderr);
-}
-
-std::optional<struct stat> lookAt(std::string const& path)
-{
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0) {
-        return status;
-    }
-    if (errno == ENOENT || errno == ENOTDIR) {
-        return std::nullopt;
-    }
-    throw Refusal(kExitError, fmt::format("'{}': {}", path, std::strerror(errno)));
 }
 
 } // namespace veskdb

@@ -1,10 +1,9 @@
-/// What a user asks of veskdb: its command line, checked. No file is looked at.
+/// What a user asks of veskdb: a command line that was read and checked. No file has been looked at.
 #ifndef TOOLS_VESKDB_OPTIONS_H
 #define TOOLS_VESKDB_OPTIONS_H
 
 #include "tools/veskdb/databases.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,25 +11,7 @@
 
 namespace veskdb {
 
-enum class Command
-{
-    kListPayloads,
-    kListCatalogue,
-    kListSettings,
-    kShowPayload,
-    kShowCatalogue,
-    kAddPayload,
-    kSetPayload,
-    kSetSetting,
-    kRemovePayload,
-    kRemoveSettings,
-    kVerify,
-    kBackup,
-    kRestore,
-    kInfo
-};
-
-/// A value of a payload, or a part of a setting's address.
+/// A value of a payload.
 struct PayloadValue
 {
     int32_t domain;
@@ -40,11 +21,11 @@ struct PayloadValue
 
 struct Options
 {
-    Command command = Command::kInfo;
     std::vector<Database const*> named; ///< the databases given
-    std::string payloadID;              ///< or the catalogue's identifier to show
+    std::string id;                     ///< of a payload or collection
     std::optional<int32_t> domain;      ///< of a setting
-    std::vector<std::string> address;   ///< what follows the domain: subdomain, key, value
+    std::vector<std::string> address;   ///< what follows the domain: subdomain, key
+    std::string value;                  ///< of a setting
 
     std::optional<std::string> root;
     bool json = false;
@@ -63,12 +44,6 @@ struct Options
 
     Database const& database() const { return *named.front(); }
 };
-
-/// Reads and checks the command line. Prints the help when that is what was asked for.
-///
-/// @return the options; none when the help was printed
-/// @throws Refusal (kExitError)
-std::optional<Options> readOptions(int argc, char const* const* argv);
 
 } // namespace veskdb
 

@@ -1,42 +1,20 @@
 #include "tools/veskdb/present.h"
 
-#include "libdolmvesk/payloaddb.h"
-#include "tools/common/printable.h"
+#include "tools/common/descriptor_output.h"
+#include "tools/veskdb/refusal.h"
+#include "tools/veskdb/value_text.h"
 
 #include <algorithm>
-#include <ctime>
-#include <fmt/format.h>
-#include <string_view>
+#include <nlohmann/json.hpp>
+#include <type_traits>
+#include <unistd.h>
 
 namespace veskdb {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
 using Line = std::vector<std::string>;
-
-std::string textOf(Json const& value, ValueKind kind)
-{
-    if (value.is_null()) {
-        return "\\N";
-    }
-    if (kind == ValueKind::kTime && value.is_number_integer()) {
-        return isoTime(value.get<int64_t>());
-    }
-    if (kind == ValueKind::kState && value == kPdbInstalled) {
-        return "installed";
-    }
-    if (kind == ValueKind::kState && value == kPdbNotInstalled) {
-        return "not-installed";
-    }
-    if (value.is_object()) {
-        std::string parts;
-        for (auto const& [key, part] : value.items()) {
-            parts += fmt::format("{}{} {}", parts.empty() ? "" : ", ", escaped(key), textOf(part, kind));
-        }
-        return parts;
-    }
-    return value.is_string() ? escaped(value.get<std::string>()) : value.dump();
-}
 
 Line textsOf(Section const& section, Row const& row)
 {
@@ -79,7 +57,7 @@ std::vector<Line> linesOf(Section const& section)
     return columns;
 }
 
-/// How many columns of a terminal a text takes, as far as its UTF-8 tells.
+/// How many columns of a terminal a text takes, taking it for UTF-8.
 std::size_t widthOf(std::string const& text)
 {
     return static_cast<std::size_t>(
@@ -120,11 +98,43 @@ std::string table(Section const& section)
 std::string tabSeparated(Section const& section)
 {
     std::string result;
-    for (Line const& line : linesOf(section)) {
-        result +=
-            fmt::format("{}{}{}\n", section.name, section.name.empty() ? "" : "\t", fmt::join(line, "\t"));
+    auto const append = [&](Line const& line) {
+        result += section.name;
+        char const* separator = section.name.empty() ? "" : "\t";
+        for (std::string const& text : line) {
+            result += separator;
+            result += text;
+            separator = "\t";
+        }
+        result += '\n';
+    };
+    if (section.single) {
+        for (Line const& line : linesOf(section)) {
+            append(line);
+        }
+        return result;
+    }
+    for (Row const& row : section.rows) {
+        append(textsOf(section, row));
     }
     return result;
+}
+
+Json jsonOf(Value const& value)
+{
+    return std::visit(
+        [](auto const& held) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(held)>, Counts>) {
+                Json counts = Json::object();
+                for (auto const& [name, count] : held) {
+                    counts[name] = count;
+                }
+                return counts;
+            } else {
+                return Json(held);
+            }
+        },
+        value);
 }
 
 Json documentOf(Section const& section)
@@ -133,7 +143,7 @@ Json documentOf(Section const& section)
     for (Row const& row : section.rows) {
         Json record = Json::object();
         for (std::size_t each = 0; each < row.size(); ++each) {
-            record[section.columns[each].name] = row[each];
+            record[section.columns[each].name] = jsonOf(row[each]);
         }
         records.push_back(std::move(record));
     }
@@ -144,24 +154,6 @@ Json documentOf(Section const& section)
 }
 
 } // namespace
-
-std::string escaped(std::string_view text)
-{
-    return common::printable(text, "\\\t");
-}
-
-std::string isoTime(int64_t seconds)
-{
-    constexpr int64_t endOfYear9999 = 253402300799;
-    time_t const time = static_cast<time_t>(seconds);
-    tm utc = {};
-    if (seconds < -endOfYear9999 || seconds > endOfYear9999 || time != seconds ||
-        gmtime_r(&time, &utc) == nullptr) {
-        return fmt::format("{}", seconds);
-    }
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                       utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
-}
 
 std::string present(std::vector<Section> const& sections, Presentation presentation)
 {
@@ -181,6 +173,21 @@ std::string present(std::vector<Section> const& sections, Presentation presentat
         result += presentation == Presentation::kTable ? table(section) : tabSeparated(section);
     }
     return result;
+}
+
+void print(std::vector<Section> const& sections, bool json)
+{
+    Presentation const forPeople =
+        isatty(STDOUT_FILENO) != 0 ? Presentation::kTable : Presentation::kTabSeparated;
+    print(present(sections, json ? Presentation::kJson : forPeople));
+}
+
+void print(std::string const& text)
+{
+    int const error = common::writeAll(STDOUT_FILENO, text);
+    if (error != 0) {
+        throw Refusal(kExitError, common::lossOf(error));
+    }
 }
 
 } // namespace veskdb

@@ -17,7 +17,7 @@ std::string describeStatus(int32_t status)
         {kVeskOK, "kVeskOK", "all went well"},
         {kVeskFailed, "kVeskFailed", "the database could not be opened or set up"},
         {kVeskNoMemory, "kVeskNoMemory", "there is not enough memory"},
-        {kVeskIOError, "kVeskIOError", "the file cannot be read or written, or is no sound database"},
+        {kVeskIOError, "kVeskIOError", "the file cannot be read or written, or is not an intact database"},
         {kVeskNeedsRestore, "kVeskNeedsRestore", "the database is gone and its backup is there"},
         {kVeskConstraint, "kVeskConstraint", "the database's own rules refuse the row"},
         {kVeskNotFound, "kVeskNotFound", "it does not exist"},

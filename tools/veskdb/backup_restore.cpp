@@ -1,12 +1,19 @@
-#include "tools/veskdb/copies.h"
+#include "tools/veskdb/backup_restore.h"
 
 #include "libdolmvesk/plat_utils.h"
 #include "platform/descriptor.h"
-#include "tools/veskdb/change.h"
-#include "tools/veskdb/present.h"
+#include "tools/veskdb/consent.h"
+#include "tools/veskdb/databases.h"
+#include "tools/veskdb/file_status.h"
+#include "tools/veskdb/held_signals.h"
+#include "tools/veskdb/message.h"
+#include "tools/veskdb/record_reader.h"
+#include "tools/veskdb/refusal.h"
+#include "tools/veskdb/soundness.h"
 #include "tools/veskdb/status_name.h"
-#include "tools/veskdb/verify.h"
+#include "tools/veskdb/value_text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -34,18 +41,6 @@ void require(bool done, std::string const& path, char const* what)
     }
 }
 
-std::string folderPart(std::string const& path)
-{
-    std::string folder;
-    veskiPathParent(path, folder);
-    return folder;
-}
-
-bool isSameFile(struct stat const& one, struct stat const& other)
-{
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
 /// Makes the folder of a database or of the backups when it is missing, as the library does.
 void requireFolder(std::string const& folder)
 {
@@ -58,10 +53,10 @@ void requireFolder(std::string const& folder)
 void requireNoJournal(std::string const& path)
 {
     for (char const* const suffix : {"-journal", "-wal"}) {
-        if (lookAt(path + suffix)) {
+        if (statusOf(path + suffix)) {
             refuse(fmt::format(
                 "'{0}' has a journal, '{0}{1}': a change is under way or was interrupted; wait for "
-                "its end, undo it as 'veskdb verify' tells, or move the journal away",
+                "its end, or see 'veskdb verify'",
                 path, suffix));
         }
     }
@@ -69,18 +64,18 @@ void requireNoJournal(std::string const& path)
 
 void requireSound(std::string const& path, Database const& database, char const* what)
 {
-    auto const faults = faultsOf(path, database);
-    if (!faults.empty()) {
-        throw Refusal(kExitNotFound, fmt::format("{} '{}' will not do and nothing was replaced: {}", what,
-                                                 path, escaped(faults.front().what)));
+    Findings const found = examine(path, database);
+    if (!found.faults.empty()) {
+        throw Refusal(kExitNotFound, fmt::format("{} '{}' is not usable; nothing was replaced: {}", what,
+                                                 path, escaped(found.faults.front().what)));
     }
 }
 
 /// Refuses to replace a file that somebody else owns in a sticky folder of somebody else's.
 void requireReplaceable(std::string const& path)
 {
-    auto const file = lookAt(path);
-    auto const folder = lookAt(folderPart(path));
+    auto const file = statusOf(path);
+    auto const folder = statusOf(folderPart(path));
     uid_t const user = geteuid();
     if (file && folder && (folder->st_mode & S_ISVTX) != 0 && user != 0 && user != file->st_uid &&
         user != folder->st_uid) {
@@ -89,13 +84,13 @@ void requireReplaceable(std::string const& path)
     }
 }
 
-/// Copies a file, under its own name and the time: "pdb.db.20090213T233130Z". Nothing is overwritten. A second name
-/// would do no good: as long as a database has two, the library keeps off it.
+/// Copies a file, under its own name and the time: "pdb.db.20090213T233130Z". Nothing is
+/// overwritten. Not a hard link: the library does not accept a database with two names.
 ///
 /// @return the path of the copy; empty when there is no such file
 std::string keepAside(std::string const& path)
 {
-    auto const file = lookAt(path);
+    auto const file = statusOf(path);
     if (!file) {
         return "";
     }
@@ -108,7 +103,7 @@ std::string keepAside(std::string const& path)
             fmt::format("{}.{}{}", path, stamp, attempt == 0 ? "" : fmt::format(".{}", attempt));
         platform::Descriptor const made(open(aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (made.isOpen()) {
-            auto const copied = veskiCopyDatabaseFile(path, aside) ? lookAt(aside) : std::nullopt;
+            auto const copied = veskiCopyDatabaseFile(path, aside) ? statusOf(aside) : std::nullopt;
             if (!copied || copied->st_size != file->st_size || fsync(made.get()) != 0) {
                 unlink(aside.c_str());
                 refuse(fmt::format("'{}': it cannot be kept aside as '{}'; is the disk full?", path, aside));
@@ -119,10 +114,10 @@ std::string keepAside(std::string const& path)
     }
 }
 
-void tellKept(std::string const& path, std::string const& aside)
+void reportReplaced(std::string const& path, std::string const& aside)
 {
     std::string const kept = aside.empty() ? "" : fmt::format("; the file before is kept as '{}'", aside);
-    tell({"'", path.c_str(), "' is in place", kept.c_str()});
+    printMessage({"'", path.c_str(), "' is in place", kept.c_str()});
 }
 
 /// A new file beside the target, removed with the object unless it has taken the target's place.
@@ -166,7 +161,7 @@ private:
         int const error = errno;
         close(descriptor);
         errno = error;
-        require(synced, path, "it cannot be brought to the disk");
+        require(synced, path, "it cannot be synced to disk");
     }
 };
 
@@ -229,17 +224,17 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
 {
     std::string const source = pathOf(database);
     std::string const target = to.value_or(backupPathOf(database));
-    auto const live = lookAt(source);
+    auto const live = statusOf(source);
     if (!live) {
         throw Refusal(kExitNotFound,
                       fmt::format("{}, '{}': {}", database.title, source, describeStatus(kVeskNotFound)));
     }
-    auto const replaced = lookAt(target);
+    auto const replaced = statusOf(target);
     if (replaced && !S_ISREG(replaced->st_mode)) {
         refuse(fmt::format("'{}' is not a file; give the path of a new file", target));
     }
     for (Database const& each : databases) {
-        auto const other = lookAt(pathOf(each));
+        auto const other = statusOf(pathOf(each));
         if (replaced && other && isSameFile(*replaced, *other)) {
             refuse(fmt::format("--to '{}' is {} itself; give the path of a new file", target, each.title));
         }
@@ -256,7 +251,7 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
     signals.requireNone();
     std::string const kept = copy.replaceTarget();
     signals.ignore();
-    tellKept(target, kept);
+    reportReplaced(target, kept);
 }
 
 } // namespace
@@ -265,7 +260,7 @@ int backUp(Options const& options)
 {
     std::vector<Database const*> chosen = options.named;
     for (Database const& database : databases) {
-        if (options.named.empty() && database.store->hasBackup && lookAt(pathOf(database))) {
+        if (options.named.empty() && database.store->hasBackup && statusOf(pathOf(database))) {
             chosen.push_back(&database);
         }
     }
@@ -277,39 +272,40 @@ int backUp(Options const& options)
         try {
             backUpOne(*database, options.to);
         } catch (Refusal const& refusal) {
-            tell({refusal.what()});
+            printMessage({refusal.what()});
             exitStatus = std::max<int>(exitStatus, refusal.exitStatus);
         } catch (Unreadable const& unreadable) {
-            tell({unreadable.what()});
+            printMessage({unreadable.what()});
             exitStatus = kExitError;
         }
     }
     return exitStatus;
 }
 
-void restore(Options const& options)
+int restore(Options const& options)
 {
     Database const& database = options.database();
     std::string const target = pathOf(database);
     std::string const folder = folderOf(database);
     std::string const source = options.from.value_or(backupPathOf(database));
-    auto const copy = lookAt(source);
+    auto const copy = statusOf(source);
     if (!copy) {
         throw Refusal(kExitNotFound, fmt::format("the copy '{}': {}", source, describeStatus(kVeskNotFound)));
     }
-    auto const live = lookAt(target);
+    auto const live = statusOf(target);
     if (live && isSameFile(*live, *copy)) {
         refuse(fmt::format("--from '{}' is the database itself; give a copy of it", source));
     }
     if (live && !S_ISREG(live->st_mode)) {
-        refuse(fmt::format("'{}' is not a file; move away what stands there", target));
+        refuse(fmt::format("'{}' is not a file; move it away", target));
     }
     requireNoJournal(source);
     requireSafe(target);
     requireNoJournal(target);
     requireSound(source, database, "the copy");
-    requireConsent(options, fmt::format("{} {}, '{}', by '{}' of {}?", live ? "Replace" : "Bring back",
-                                        database.title, target, source, isoTime(copy->st_mtime)));
+    requireConsent(fmt::format("{} {}, '{}', by '{}' of {}?", live ? "Replace" : "Bring back", database.title,
+                               target, source, isoTime(copy->st_mtime)),
+                   options.yes);
 
     HeldSignals const signals;
     requireFolder(folder);
@@ -322,7 +318,8 @@ void restore(Options const& options)
     signals.requireNone();
     std::string const kept = restored.replaceTarget();
     signals.ignore();
-    tellKept(target, kept);
+    reportReplaced(target, kept);
+    return kExitDone;
 }
 
 } // namespace veskdb

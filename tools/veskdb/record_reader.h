@@ -1,23 +1,17 @@
 /// Reads a database file with SQLite alone. A session of the record library would create, upgrade, re-mode and
 /// back up; this leaves every byte, mode and date as it is, and works for whoever may read the file.
-#ifndef TOOLS_VESKDB_READER_H
-#define TOOLS_VESKDB_READER_H
+#ifndef TOOLS_VESKDB_RECORD_READER_H
+#define TOOLS_VESKDB_RECORD_READER_H
 
 #include "libdolmvesk/shared_folder.h"
+#include "tools/veskdb/records.h"
 
-#include <cstdint>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 struct sqlite3;
 
 namespace veskdb {
-
-using Json = nlohmann::ordered_json;
-using Row = std::vector<Json>; ///< integers, numbers, texts (of any bytes) and nulls
 
 /// A file cannot be read as a database. what() names the file and the reason.
 class Unreadable : public std::runtime_error
@@ -31,19 +25,19 @@ public:
     std::string nextStep; ///< what to do; empty when the file is damaged
 };
 
-/// Refuses a file that veskiMayOpenDatabase says no to, as the super-user.
+/// Refuses a file that the record library would not open either, as the super-user.
 ///
 /// @throws Unreadable
 void requireSafe(std::string const& path);
 
-/// One read transaction: all that is read is of one moment, and nobody changes the file while this lives.
+/// One read transaction: all rows are of the same moment, and no process changes the file while this lives.
 class RecordReader
 {
 public:
     /// Waits for a lock for up to 2000 milliseconds.
     ///
-    /// Refuses a file in write-ahead mode, or with such a log beside it, because SQLite creates files to read
-    /// one, and a file beside which a change has left its journal. No view is read.
+    /// Refuses a file in write-ahead mode, or with such a log next to it, because SQLite creates files to read
+    /// one, and a file next to which a change has left its journal. No view is read.
     ///
     /// @throws Unreadable
     explicit RecordReader(std::string const& path);

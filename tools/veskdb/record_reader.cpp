@@ -1,12 +1,12 @@
-#include "tools/veskdb/reader.h"
+#include "tools/veskdb/record_reader.h"
 
 #include "libdolmvesk/database.h"
 #include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/shared_folder.h"
 #include "tools/common/alternate_root.h"
-#include "tools/veskdb/databases.h"
-#include "tools/veskdb/present.h"
+#include "tools/veskdb/file_status.h"
 #include "tools/veskdb/status_name.h"
+#include "tools/veskdb/value_text.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -24,7 +24,7 @@ struct StatementCloser
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
-/// Whether the file's header says that changes are kept in a log beside it.
+/// Whether the file's header says that changes are kept in a log next to it.
 bool isInWriteAheadMode(std::string const& path)
 {
     constexpr std::size_t readVersion = 19;
@@ -33,11 +33,11 @@ bool isInWriteAheadMode(std::string const& path)
     return header[readVersion] == 2;
 }
 
-Json valueOf(sqlite3_stmt* statement, int column)
+Value valueOf(sqlite3_stmt* statement, int column)
 {
     switch (sqlite3_column_type(statement, column)) {
     case SQLITE_INTEGER:
-        return sqlite3_column_int64(statement, column);
+        return int64_t{sqlite3_column_int64(statement, column)};
     case SQLITE_FLOAT:
         return sqlite3_column_double(statement, column);
     case SQLITE_NULL:
@@ -58,8 +58,7 @@ std::string removal(std::string const& file)
 
 void requireSafe(std::string const& path)
 {
-    std::string folder;
-    veskiPathParent(path, folder);
+    std::string const folder = folderPart(path);
     if (!veskiMayOpenDatabase(folder, path)) {
         throw Unreadable(
             fmt::format("'{}', or its journal, is not safe to open: a link, a file with several "
@@ -80,16 +79,16 @@ void RecordReader::Closer::operator()(sqlite3* connection) const
 RecordReader::RecordReader(std::string const& file) : path(file)
 {
     requireSafe(path);
-    auto const status = lookAt(path);
+    auto const status = statusOf(path);
     if (!status || !S_ISREG(status->st_mode)) {
-        throw Unreadable(fmt::format("'{}' is not a file", path), "move away what stands there");
+        throw Unreadable(fmt::format("'{}' is not a file", path), "move it away");
     }
-    if (isInWriteAheadMode(path) || lookAt(path + "-wal")) {
+    if (isInWriteAheadMode(path) || statusOf(path + "-wal")) {
         throw Unreadable(
-            fmt::format("'{}' is in write-ahead mode or has such a log beside it (-wal), which the "
+            fmt::format("'{}' is in write-ahead mode or has such a log next to it (-wal), which the "
                         "installer cannot read",
                         path),
-            lookAt(path + "-wal") && lookAt(path + "-wal")->st_size == 0
+            statusOf(path + "-wal") && statusOf(path + "-wal")->st_size == 0
                 ? removal(path + "-wal")
                 : fmt::format("as root: sqlite3 {} 'PRAGMA journal_mode=DELETE'", quotedFromOutside(path)));
     }
@@ -102,19 +101,19 @@ RecordReader::RecordReader(std::string const& file) : path(file)
         refuse(code);
     }
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
-    // None of the databases has a view; one that somebody has put in a table's place can count for ever.
+    // None of the databases has a view; a crafted one in a table's place need not end.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
     requireNoLeftoverJournal();
     rows("BEGIN");
     rows("SELECT count(*) FROM sqlite_master"); // takes the lock
 }
 
-/// A journal of nobody's at work is left to whoever may write: SQLite, run by root, would change even the owner
-/// of one that it only looks at.
+/// Refuses a journal that no process is writing: if root read the database, SQLite would change even the journal's
+/// owner.
 void RecordReader::requireNoLeftoverJournal() const
 {
     std::string const journal = path + "-journal";
-    auto const status = lookAt(journal);
+    auto const status = statusOf(journal);
     sqlite3_file* file = nullptr;
     int writing = 0;
     if (!status ||
@@ -124,8 +123,7 @@ void RecordReader::requireNoLeftoverJournal() const
     }
     bool const over = status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0;
     if (over) {
-        throw Unreadable(fmt::format("'{}' has the journal of a change that is over: '{}'", path, journal),
-                         removal(journal));
+        throw Unreadable(fmt::format("'{}' has a stale journal: '{}'", path, journal), removal(journal));
     }
     throw Unreadable(fmt::format("'{}' is in the middle of a change that was interrupted: '{}' is left over",
                                  path, journal),

@@ -1,6 +1,9 @@
-#include "tools/veskdb/read.h"
+#include "tools/veskdb/listing.h"
 
 #include "libdolmvesk/vesk_status.h"
+#include "tools/veskdb/file_status.h"
+#include "tools/veskdb/present.h"
+#include "tools/veskdb/refusal.h"
 #include "tools/veskdb/status_name.h"
 
 #include <fmt/format.h>
@@ -39,23 +42,23 @@ Section read(RecordReader const& reader, std::string const& name, bool single,
     throw Refusal(kExitNotFound, fmt::format("{}: {}", what, describeStatus(kVeskNotFound)));
 }
 
-/// Rows of each table, but for those that the schema itself fills.
-Json rowCounts(RecordReader const& reader)
+/// Rows of each table, except those that the schema itself fills.
+Counts rowCounts(RecordReader const& reader)
 {
-    Json counts = Json::object();
+    Counts counts;
     for (Row const& table : reader.rows("SELECT name, replace(name, '\"', '\"\"') FROM sqlite_master "
                                         "WHERE type = 'table' AND name NOT IN "
                                         "('pcd_meta', 'dependency_type') ORDER BY rowid")) {
-        counts[table[0].get<std::string>()] =
-            reader.rows(fmt::format("SELECT count(*) FROM \"{}\"", table[1].get<std::string>()))[0][0];
+        std::string const query = fmt::format("SELECT count(*) FROM \"{}\"", std::get<std::string>(table[1]));
+        counts.emplace_back(std::get<std::string>(table[0]), std::get<int64_t>(reader.rows(query)[0][0]));
     }
     return counts;
 }
 
-Json metaValue(RecordReader const& reader, char const* key)
+Value metaValue(RecordReader const& reader, char const* key)
 {
     std::vector<Row> const rows = reader.rows("SELECT value FROM pcd_meta WHERE key = ?1", {key});
-    return rows.empty() ? Json() : rows[0][0];
+    return rows.empty() ? Value() : rows[0][0];
 }
 
 Section describe(Database const& database)
@@ -80,7 +83,7 @@ Section describe(Database const& database)
     row[0] = path;
     row[1] = false;
     try {
-        if (auto const status = lookAt(path)) {
+        if (auto const status = statusOf(path)) {
             row[1] = true;
             row[2] = static_cast<int64_t>(status->st_size);
             row[3] = ownerOf(*status);
@@ -92,12 +95,12 @@ Section describe(Database const& database)
             row[8] = rowCounts(reader);
         }
     } catch (std::exception const& error) {
-        row[9] = error.what();
+        row[9] = std::string(error.what());
     }
     std::string const backup = backupPathOf(database);
     if (database.store->hasBackup) {
         row[10] = backup;
-        if (auto const status = lookAt(backup)) {
+        if (auto const status = statusOf(backup)) {
             row[11] = static_cast<int64_t>(status->st_mtime);
         }
     }
@@ -110,20 +113,10 @@ Section describe(Database const& database)
 RecordReader openToRead(Database const& database)
 {
     std::string const path = pathOf(database);
-    if (!lookAt(path)) {
+    if (!statusOf(path)) {
         refuseMissing(fmt::format("{}, '{}'", database.title, path));
     }
     return RecordReader(path);
-}
-
-std::string ownerOf(struct stat const& status)
-{
-    return fmt::format("{}:{}", status.st_uid, status.st_gid);
-}
-
-std::string modeOf(struct stat const& status)
-{
-    return fmt::format("{:04o}", status.st_mode & 07777U);
 }
 
 std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::string const& payloadID)
@@ -133,7 +126,7 @@ std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::st
                                       "(SELECT payloadIDOriginal FROM upgraded_payloads "
                                       "WHERE payloadIDUpgraded = ?1) ORDER BY PayloadID",
                                       {payloadID})) {
-        originals.push_back(row[0].get<std::string>());
+        originals.push_back(std::get<std::string>(row[0]));
     }
     return originals;
 }
@@ -145,21 +138,23 @@ void requirePayload(RecordReader const& reader, std::string const& payloadID)
     }
 }
 
-std::vector<Section> listPayloads(Options const& options)
+int listPayloads(Options const& options)
 {
     std::string const filter = options.state ? fmt::format("WHERE installState = {} ", *options.state) : "";
-    return {read(openToRead(options.database()), "", false,
-                 {{"installState", "STATE", ValueKind::kState},
-                  {"PayloadID", "ID"},
-                  {"version", "VERSION"},
-                  {"productFamily", "FAMILY"},
-                  {"productName", "NAME"},
-                  {"installTime", "CHANGED", ValueKind::kTime},
-                  {"signature", ""}},
-                 "payloads " + filter + "ORDER BY installTime, rowid")};
+    print({read(openToRead(options.database()), "", false,
+                {{"installState", "STATE", ValueKind::kState},
+                 {"PayloadID", "ID"},
+                 {"version", "VERSION"},
+                 {"productFamily", "FAMILY"},
+                 {"productName", "NAME"},
+                 {"installTime", "CHANGED", ValueKind::kTime},
+                 {"signature", ""}},
+                "payloads " + filter + "ORDER BY installTime, rowid")},
+          options.json);
+    return kExitDone;
 }
 
-std::vector<Section> listSettings(Options const& options)
+int listSettings(Options const& options)
 {
     std::string filter;
     std::vector<std::string> parameters;
@@ -180,52 +175,60 @@ std::vector<Section> listSettings(Options const& options)
         refuseMissing(
             fmt::format("setting {} '{}' '{}'", *options.domain, options.address[0], options.address[1]));
     }
-    return {settings};
+    print({settings}, options.json);
+    return kExitDone;
 }
 
-std::vector<Section> listCatalogue(Options const& options)
+int listCatalogue(Options const& options)
 {
     RecordReader const reader = openToRead(options.database());
-    return {
-        read(reader, "dolm_payload", false,
-             columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"}),
-             "dolm_payload ORDER BY payloadID"),
-        read(reader, "dolm_collection", false,
-             columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
-             "dolm_collection ORDER BY collectionID"),
-    };
+    print(
+        {
+            read(reader, "dolm_payload", false,
+                 columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"}),
+                 "dolm_payload ORDER BY payloadID"),
+            read(reader, "dolm_collection", false,
+                 columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
+                 "dolm_collection ORDER BY collectionID"),
+        },
+        options.json);
+    return kExitDone;
 }
 
-std::vector<Section> showPayload(Options const& options)
+int showPayload(Options const& options)
 {
     RecordReader const reader = openToRead(options.database());
-    std::vector<std::string> const id = {options.payloadID};
-    requirePayload(reader, options.payloadID);
-    return {
-        read(reader, "payloads", true,
-             {{"PayloadID", "PayloadID"},
-              {"productFamily", "productFamily"},
-              {"productName", "productName"},
-              {"version", "version"},
-              {"signature", "signature"},
-              {"installState", "installState", ValueKind::kState},
-              {"installTime", "installTime", ValueKind::kTime}},
-             "payloads WHERE PayloadID = ?1", id),
-        read(reader, "dependencies", false, columnsNamed({"PayloadID", "PayloadIDb", "type", "description"}),
-             "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
-             "ORDER BY type, PayloadID, PayloadIDb",
-             id),
-        read(reader, "upgraded_payloads", false, columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
-             "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id),
-        read(reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
-             "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id),
-    };
+    std::vector<std::string> const id = {options.id};
+    requirePayload(reader, options.id);
+    print(
+        {
+            read(reader, "payloads", true,
+                 {{"PayloadID", "PayloadID"},
+                  {"productFamily", "productFamily"},
+                  {"productName", "productName"},
+                  {"version", "version"},
+                  {"signature", "signature"},
+                  {"installState", "installState", ValueKind::kState},
+                  {"installTime", "installTime", ValueKind::kTime}},
+                 "payloads WHERE PayloadID = ?1", id),
+            read(reader, "dependencies", false,
+                 columnsNamed({"PayloadID", "PayloadIDb", "type", "description"}),
+                 "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
+                 "ORDER BY type, PayloadID, PayloadIDb",
+                 id),
+            read(reader, "upgraded_payloads", false, columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
+                 "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id),
+            read(reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
+                 "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id),
+        },
+        options.json);
+    return kExitDone;
 }
 
-std::vector<Section> showCatalogue(Options const& options)
+int showCatalogue(Options const& options)
 {
     RecordReader const reader = openToRead(options.database());
-    std::vector<std::string> const id = {options.payloadID};
+    std::vector<std::string> const id = {options.id};
     std::vector<Section> sections = {
         read(reader, "dolm_payload", true,
              columnsNamed({"payloadID", "productFamily", "productName", "version", "signature"}),
@@ -235,7 +238,7 @@ std::vector<Section> showCatalogue(Options const& options)
              "dolm_collection WHERE collectionID = ?1", id),
     };
     if (sections[0].rows.empty() && sections[1].rows.empty()) {
-        refuseMissing(fmt::format("payload or collection '{}'", options.payloadID));
+        refuseMissing(fmt::format("payload or collection '{}'", options.id));
     }
     struct
     {
@@ -258,17 +261,19 @@ std::vector<Section> showCatalogue(Options const& options)
                                 fmt::format("{} WHERE ?1 IN ({}) ORDER BY 1, 2", each.table, each.filter),
                                 id));
     }
-    return sections;
+    print(sections, options.json);
+    return kExitDone;
 }
 
-std::vector<Section> showDatabases()
+int showDatabases(Options const& options)
 {
     std::vector<Section> sections;
     sections.reserve(databases.size());
     for (Database const& database : databases) {
         sections.push_back(describe(database));
     }
-    return sections;
+    print(sections, options.json);
+    return kExitDone;
 }
 
 } // namespace veskdb

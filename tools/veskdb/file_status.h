@@ -1,0 +1,28 @@
+/// What the system reports about a file.
+#ifndef TOOLS_VESKDB_FILE_STATUS_H
+#define TOOLS_VESKDB_FILE_STATUS_H
+
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace veskdb {
+
+/// Examines a path, following links.
+///
+/// @return nothing when the path does not exist
+/// @throws Refusal (kExitError) when this user may not examine it
+std::optional<struct stat> statusOf(std::string const& path);
+
+/// Owner and group as "0:80", and the permission bits as "0644".
+std::string ownerOf(struct stat const& status);
+std::string modeOf(struct stat const& status);
+
+bool isSameFile(struct stat const& one, struct stat const& other);
+
+/// The folder that a path's last component is in.
+std::string folderPart(std::string const& path);
+
+} // namespace veskdb
+
+#endif

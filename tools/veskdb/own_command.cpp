@@ -1,0 +1,15 @@
+#include "tools/veskdb/own_command.h"
+
+#include "tools/common/alternate_root.h"
+
+namespace veskdb {
+
+std::string ownCommand(std::string const& words)
+{
+    return (common::alternate_root::entered().empty()
+                ? "veskdb "
+                : "veskdb --root " + common::alternate_root::quotedFromOutside("") + ' ') +
+           words;
+}
+
+} // namespace veskdb

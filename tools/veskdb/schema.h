@@ -1,0 +1,54 @@
+/// Schemas: what a database file consists of, and what the record library creates.
+#ifndef TOOLS_VESKDB_SCHEMA_H
+#define TOOLS_VESKDB_SCHEMA_H
+
+#include "tools/veskdb/databases.h"
+#include "tools/veskdb/record_reader.h"
+
+#include <string>
+#include <vector>
+
+namespace veskdb {
+
+/// A table, index, trigger or view; the indexes that SQLite makes for a table's keys belong to the table.
+struct SchemaObject
+{
+    std::string type;
+    std::string name;
+    std::string statement; ///< that created it
+};
+
+/// In the order of creation.
+using Schema = std::vector<SchemaObject>;
+
+/// @return null when the schema has no such object
+SchemaObject const* find(Schema const& schema, std::string const& type, std::string const& name);
+
+/// The schema of a file.
+///
+/// @throws Unreadable
+Schema schemaOf(RecordReader const& reader);
+
+/// The schema of a database that the record library has just created at a version.
+///
+/// @param version  1 to the database's newest
+/// @return lives as long as the process
+Schema const& schemaCreated(Database const& database, int version);
+
+/// The names of a schema's tables.
+std::vector<std::string> tablesIn(Schema const& schema);
+
+/// How a schema differs from the one that the library creates; objects as "trigger ctd_payloads".
+struct SchemaDifferences
+{
+    std::vector<std::string> missing;
+    std::vector<std::string> changed;
+    std::vector<std::string> added;     ///< except tables that only hold rows
+    std::vector<std::string> ownTables; ///< names of the added tables that only hold rows
+};
+
+SchemaDifferences compare(Schema const& present, Schema const& created);
+
+} // namespace veskdb
+
+#endif

@@ -1,0 +1,216 @@
+#include "tools/veskdb/soundness.h"
+
+#include "tools/veskdb/own_command.h"
+#include "tools/veskdb/refusal.h"
+#include "tools/veskdb/schema.h"
+#include "tools/veskdb/value_text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <optional>
+
+namespace veskdb {
+
+namespace {
+
+/// Reads one file and collects what it finds.
+class Examination
+{
+public:
+    Examination(RecordReader const& fileReader, Database const& expected, Findings& found)
+        : reader(fileReader), database(expected), findings(found), present(schemaOf(fileReader)),
+          newest(newestSchemaVersion(expected.store->type)), version(newest)
+    {
+    }
+
+    /// Each step relies on those before: nothing of the schema is evaluated before it was compared.
+    void run()
+    {
+        checkKind();
+        if (findings.faults.empty()) {
+            checkVersions();
+        }
+        if (findings.faults.empty()) {
+            checkSchema();
+        }
+        if (findings.faults.empty()) {
+            checkPages();
+        }
+        if (findings.faults.empty()) {
+            checkRows();
+        }
+    }
+
+private:
+    void fault(std::string const& what, std::string const& nextStep = "")
+    {
+        findings.faults.push_back({what, nextStep});
+    }
+
+    std::vector<std::string> tablesMissingOf(Database const& candidate) const
+    {
+        std::vector<std::string> missing;
+        for (std::string const& table : tablesIn(schemaCreated(candidate, 1))) {
+            if (find(present, "table", table) == nullptr) {
+                missing.push_back(table);
+            }
+        }
+        return missing;
+    }
+
+    /// A file is the database whose tables it has; of several, the one with the most.
+    void checkKind()
+    {
+        std::vector<std::string> const missing = tablesMissingOf(database);
+        if (!missing.empty()) {
+            fault(fmt::format("it is not {}: tables are missing: {}", database.title,
+                              fmt::join(missing, ", ")));
+            return;
+        }
+        for (Database const& other : databases) {
+            if (tablesIn(schemaCreated(other, 1)).size() > tablesIn(schemaCreated(database, 1)).size() &&
+                tablesMissingOf(other).empty()) {
+                fault(fmt::format("it is {}, not {}", other.title, database.title));
+            }
+        }
+    }
+
+    /// A version row's number, a row that is missing or no number being a finding.
+    std::optional<int64_t> versionIn(char const* key)
+    {
+        auto const rows = reader.rows("SELECT value FROM pcd_meta WHERE key = ?1", {key});
+        if (rows.empty()) {
+            fault(fmt::format("the row {} is missing from pcd_meta", key));
+            return std::nullopt;
+        }
+        std::string const text = asText(rows[0][0]);
+        if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) {
+            findings.contentFaults.push_back(
+                {fmt::format("the row {} of pcd_meta is '{}', not a number", key, escaped(text)), ""});
+            return std::nullopt;
+        }
+        return std::stoll(text);
+    }
+
+    void checkVersions()
+    {
+        if (find(present, "table", "pcd_meta")->statement !=
+            find(schemaCreated(database, 1), "table", "pcd_meta")->statement) {
+            reportChanged({"table pcd_meta"});
+            return;
+        }
+        version = versionIn("schema_version").value_or(newest);
+        auto const compatible = versionIn("schema_compatibility_version");
+        if (compatible && *compatible > newest) {
+            fault(fmt::format(
+                      "it is of a newer version: it can be used from version {} on and this program knows {}",
+                      *compatible, newest),
+                  "use the product's newer version");
+        }
+    }
+
+    void reportChanged(std::vector<std::string> const& changed)
+    {
+        for (std::string const& object : changed) {
+            fault(fmt::format("its {} is not as the installer creates it", object));
+        }
+    }
+
+    void checkSchema()
+    {
+        if (version > newest) {
+            findings.notes.push_back(
+                fmt::format("it is at version {}, newer than {}, the newest that this program "
+                            "knows; its schema was not compared",
+                            version, newest));
+            return;
+        }
+        int const created = version < 1 ? newest : static_cast<int>(version);
+        SchemaDifferences const differences = compare(present, schemaCreated(database, created));
+        if (!differences.missing.empty()) {
+            fault(
+                fmt::format("it lacks what the installer creates: {}", fmt::join(differences.missing, ", ")));
+        }
+        reportChanged(differences.changed);
+        for (std::string const& object : differences.added) {
+            fault(fmt::format("it has what the installer does not create: {}", escaped(object)),
+                  "find out what it is for; if nothing needs it, drop it");
+        }
+        if (!differences.ownTables.empty()) {
+            findings.notes.push_back(
+                escaped(fmt::format("it has tables that the installer does not create: {}",
+                                    fmt::join(differences.ownTables, ", "))));
+        }
+    }
+
+    void checkPages()
+    {
+        for (Row const& row : reader.rows("PRAGMA integrity_check")) {
+            std::string const message = asText(row[0]);
+            if (message != "ok") {
+                fault(escaped(message));
+            }
+        }
+    }
+
+    struct RowCheck
+    {
+        StoreDescription const* store;
+        char const* query;
+        char const* what;
+        char const* nextStep; ///< null: a note
+    };
+
+    void checkRows()
+    {
+        RowCheck const checks[] = {
+            {&payloadDatabase,
+             "SELECT count(*) FROM upgraded_payloads WHERE payloadIDOriginal NOT IN (SELECT PayloadID FROM "
+             "payloads) OR payloadIDUpgraded NOT IN (SELECT PayloadID FROM payloads)",
+             "records of upgrades that name a payload no longer on record", nullptr},
+            {&payloadDatabase,
+             "SELECT count(*) FROM dependencies WHERE PayloadIDb NOT IN (SELECT PayloadID FROM payloads)",
+             "relations to payloads that are not on record", nullptr},
+        };
+        for (RowCheck const& check : checks) {
+            if (check.store != database.store) {
+                continue;
+            }
+            std::string const count = asText(reader.rows(check.query)[0][0]);
+            if (count == "0") {
+                continue;
+            }
+            std::string const what = fmt::format("{} {}", count, check.what);
+            if (check.nextStep == nullptr) {
+                findings.notes.push_back(what);
+            } else {
+                findings.contentFaults.push_back({what, check.nextStep});
+            }
+        }
+    }
+
+    RecordReader const& reader;
+    Database const& database;
+    Findings& findings;
+    Schema const present;
+    int const newest;
+    int64_t version;
+};
+
+} // namespace
+
+Findings examine(std::string const& path, Database const& database)
+{
+    Findings findings;
+    try {
+        RecordReader const reader(path);
+        Examination(reader, database, findings).run();
+    } catch (Unreadable const& unreadable) {
+        findings.faults.push_back({unreadable.what(), unreadable.nextStep});
+    } catch (Refusal const& refusal) {
+        findings.faults.push_back({refusal.what(), "run this as a user who may look there"});
+    }
+    return findings;
+}
+
+} // namespace veskdb

@@ -1,0 +1,33 @@
+/// Whether a file is a sound copy of one of the four databases.
+#ifndef TOOLS_VESKDB_SOUNDNESS_H
+#define TOOLS_VESKDB_SOUNDNESS_H
+
+#include "tools/veskdb/databases.h"
+
+#include <string>
+#include <vector>
+
+namespace veskdb {
+
+/// Something wrong with a file, and what to do.
+struct Fault
+{
+    std::string what;
+    std::string nextStep; ///< empty: replace the file by a sound copy
+};
+
+/// What was found in a file.
+struct Findings
+{
+    std::vector<Fault> faults; ///< the file is damaged, or is not the database: it must replace no other file
+    std::vector<Fault> contentFaults; ///< rows that the record library does not write; the file can be used
+    std::vector<std::string> notes;   ///< legal, but worth knowing
+};
+
+/// Reads a database file through: which database it is, its schema and version, its size, pages and indexes, its rows.
+/// Reports whatever the file holds, throws only std::bad_alloc.
+Findings examine(std::string const& path, Database const& database);
+
+} // namespace veskdb
+
+#endif

@@ -1,0 +1,93 @@
+#include "tools/veskdb/value_text.h"
+
+#include "libdolmvesk/payloaddb.h"
+#include "tools/common/printable.h"
+
+#include <charconv>
+#include <ctime>
+#include <fmt/format.h>
+#include <optional>
+
+namespace veskdb {
+
+namespace {
+
+/// The number that a value is, or whose digits it is.
+std::optional<int64_t> numberIn(Value const& value)
+{
+    if (auto const* const number = std::get_if<int64_t>(&value)) {
+        return *number;
+    }
+    if (auto const* const text = std::get_if<std::string>(&value)) {
+        int64_t number = 0;
+        char const* const end = text->data() + text->size();
+        auto const read = std::from_chars(text->data(), end, number);
+        if (read.ec == std::errc() && read.ptr == end) {
+            return number;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string textOfCounts(Counts const& counts)
+{
+    std::string parts;
+    for (auto const& [name, count] : counts) {
+        parts += fmt::format("{}{} {}", parts.empty() ? "" : ", ", escaped(name), count);
+    }
+    return parts;
+}
+
+} // namespace
+
+std::string escaped(std::string_view text)
+{
+    return common::printable(text, "\\\t");
+}
+
+std::string isoTime(int64_t seconds)
+{
+    constexpr int64_t endOfYear9999 = 253402300799;
+    time_t const time = static_cast<time_t>(seconds);
+    tm utc = {};
+    if (seconds < -endOfYear9999 || seconds > endOfYear9999 || time != seconds ||
+        gmtime_r(&time, &utc) == nullptr) {
+        return fmt::format("{}", seconds);
+    }
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
+                       utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+}
+
+std::string textOf(Value const& value, ValueKind kind)
+{
+    if (kind == ValueKind::kTime) {
+        if (auto const seconds = numberIn(value)) {
+            return isoTime(*seconds);
+        }
+    }
+    if (auto const* const number = std::get_if<int64_t>(&value)) {
+        bool const state = kind == ValueKind::kState;
+        return state && *number == kPdbInstalled      ? "installed"
+               : state && *number == kPdbNotInstalled ? "not-installed"
+                                                      : std::to_string(*number);
+    }
+    if (auto const* const text = std::get_if<std::string>(&value)) {
+        return escaped(*text);
+    }
+    if (auto const* const number = std::get_if<double>(&value)) {
+        return fmt::format("{}", *number);
+    }
+    if (auto const* const condition = std::get_if<bool>(&value)) {
+        return *condition ? "true" : "false";
+    }
+    auto const* const counts = std::get_if<Counts>(&value);
+    return counts != nullptr ? textOfCounts(*counts) : "\\N";
+}
+
+std::string asText(Value const& value)
+{
+    auto const* const text = std::get_if<std::string>(&value);
+    return text != nullptr ? *text : std::holds_alternative<Null>(value) ? "" : textOf(value);
+}
+
+} // namespace veskdb

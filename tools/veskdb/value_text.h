@@ -1,0 +1,26 @@
+/// Values as people read them.
+#ifndef TOOLS_VESKDB_VALUE_TEXT_H
+#define TOOLS_VESKDB_VALUE_TEXT_H
+
+#include "tools/veskdb/records.h"
+
+#include <string_view>
+
+namespace veskdb {
+
+/// Keeps a text on its line and away from the terminal's controls: "\t", "\n", "\r", "\\", and "\xHH" for other
+/// control characters.
+std::string escaped(std::string_view text);
+
+/// @return "2009-02-13T23:31:30Z"; the number itself beyond the year 9999
+std::string isoTime(int64_t seconds);
+
+/// A value as people read it: escaped, a null as "\N".
+std::string textOf(Value const& value, ValueKind kind = ValueKind::kPlain);
+
+/// The bytes of a value: a text as it is, a number's digits; empty for a null.
+std::string asText(Value const& value);
+
+} // namespace veskdb
+
+#endif
