@@ -1,5 +1,7 @@
 #include "tools/common/printable.h"
 
+#include "tools/common/utf8.h"
+
 #include <fmt/format.h>
 
 namespace common {
@@ -22,23 +24,43 @@ std::string escapeOf(char character)
     }
 }
 
+/// Whether a character changes the direction of the text after it: U+202A to U+202E, U+2066 to U+2069.
+bool overridesDirection(std::string_view character)
+{
+    return (character >= "\xE2\x80\xAA" && character <= "\xE2\x80\xAE") ||
+           (character >= "\xE2\x81\xA6" && character <= "\xE2\x81\xA9");
+}
+
+/// Whether a character, or a byte that is part of none, controls a terminal.
+bool isControl(std::string_view character, bool complete)
+{
+    auto const first = static_cast<unsigned char>(character.front());
+    if (character.size() == 1) {
+        return (first < ' ' && first != '\t') || first == 0x7F ||
+               (!complete && first >= 0x80 && first < 0xA0);
+    }
+    return (character >= "\xC2\x80" && character <= "\xC2\x9F") || overridesDirection(character);
+}
+
 } // namespace
 
 std::string printable(std::string_view text, std::string_view alsoEscaped)
 {
     std::string result;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        char const each = text[at];
-        bool const control = (each >= 0 && each < ' ' && each != '\t') || each == '\x7F';
-        bool const longControl = each == '\xC2' && at + 1 < text.size() &&
-                                 (static_cast<unsigned char>(text[at + 1]) & 0xE0) == 0x80;
-        if (longControl) {
-            result += escapeOf(each) + escapeOf(text[++at]);
-        } else if (control || alsoEscaped.find(each) != std::string_view::npos) {
-            result += escapeOf(each);
+    result.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const length = characterLength(text, at);
+        std::string_view const character = text.substr(at, length == 0 ? 1 : length);
+        bool const escape = isControl(character, length != 0) ||
+                            (length == 1 && alsoEscaped.find(character.front()) != std::string_view::npos);
+        if (!escape) {
+            result += character;
         } else {
-            result += each;
+            for (char const each : character) {
+                result += escapeOf(each);
+            }
         }
+        at += character.size();
     }
     return result;
 }

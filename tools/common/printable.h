@@ -7,8 +7,9 @@
 
 namespace common {
 
-/// Makes control characters visible, the two-byte ones of UTF-8 (U+0080 to U+009F) too, but for tabs: the text
-/// stays on its line and leaves the terminal alone. Other bytes stay, even those that are no UTF-8.
+/// Makes visible: control characters, those of U+0080 to U+009F too, as UTF-8 or as single bytes, except tabs; and
+/// characters that change the direction of writing. The text stays on its line and leaves the terminal alone. Other
+/// bytes stay, even those that are no UTF-8.
 ///
 /// @param text         any bytes
 /// @param alsoEscaped  ASCII characters to make visible besides, such as "\\\t" where escapes must be told from text

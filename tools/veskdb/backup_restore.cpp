@@ -1,44 +1,32 @@
 #include "tools/veskdb/backup_restore.h"
 
 #include "libdolmvesk/plat_utils.h"
-#include "platform/descriptor.h"
 #include "tools/veskdb/consent.h"
 #include "tools/veskdb/databases.h"
+#include "tools/veskdb/exclusive_lock.h"
 #include "tools/veskdb/file_status.h"
 #include "tools/veskdb/held_signals.h"
 #include "tools/veskdb/message.h"
+#include "tools/veskdb/own_command.h"
 #include "tools/veskdb/record_reader.h"
 #include "tools/veskdb/refusal.h"
+#include "tools/veskdb/replacement.h"
 #include "tools/veskdb/soundness.h"
 #include "tools/veskdb/status_name.h"
 #include "tools/veskdb/value_text.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <ctime>
-#include <fcntl.h>
+#include <cstdlib>
 #include <fmt/format.h>
 #include <memory>
-#include <sqlite3.h>
-#include <unistd.h>
 
 namespace veskdb {
 
 namespace {
 
-constexpr int busyPause = 50; // milliseconds
-
 [[noreturn]] void refuse(std::string const& message)
 {
     throw Refusal(kExitError, message);
-}
-
-void require(bool done, std::string const& path, char const* what)
-{
-    if (!done) {
-        refuse(fmt::format("'{}': {}: {}", path, what, std::strerror(errno)));
-    }
 }
 
 /// Makes the folder of a database or of the backups when it is missing, as the library does.
@@ -50,67 +38,38 @@ void requireFolder(std::string const& folder)
     }
 }
 
-void requireNoJournal(std::string const& path)
+/// Refuses a file next to which a change has left its journal, or is being made.
+void requireNoJournal(std::string const& path, Database const& database)
 {
     for (char const* const suffix : {"-journal", "-wal"}) {
         if (statusOf(path + suffix)) {
+            bool const live = path == pathOf(database);
             refuse(fmt::format(
-                "'{0}' has a journal, '{0}{1}': a change is under way or was interrupted; wait for "
-                "its end, or see 'veskdb verify'",
-                path, suffix));
+                "'{0}' has a journal, '{0}{1}': a change is under way or was interrupted; wait for its "
+                "end, or roll it back: {2}",
+                path, suffix,
+                ownCommand(fmt::format("recover {}{}", database.name,
+                                       live ? "" : fmt::format(" --file '{}'", path)))));
         }
     }
 }
 
-void requireSound(std::string const& path, Database const& database, char const* what)
+/// Refuses a file that is not this database or is damaged.
+Findings requireSound(std::string const& path, Database const& database, char const* what)
 {
     Findings const found = examine(path, database);
     if (!found.faults.empty()) {
         throw Refusal(kExitNotFound, fmt::format("{} '{}' is not usable; nothing was replaced: {}", what,
                                                  path, escaped(found.faults.front().what)));
     }
+    return found;
 }
 
-/// Refuses to replace a file that somebody else owns in a sticky folder of somebody else's.
-void requireReplaceable(std::string const& path)
+/// The content of a sound file stops neither a backup nor a restore.
+void warn(std::string const& path, Findings const& found)
 {
-    auto const file = statusOf(path);
-    auto const folder = statusOf(folderPart(path));
-    uid_t const user = geteuid();
-    if (file && folder && (folder->st_mode & S_ISVTX) != 0 && user != 0 && user != file->st_uid &&
-        user != folder->st_uid) {
-        errno = EPERM;
-        require(false, path, "it cannot be replaced");
-    }
-}
-
-/// Copies a file, under its own name and the time: "pdb.db.20090213T233130Z". Nothing is
-/// overwritten. Not a hard link: the library does not accept a database with two names.
-///
-/// @return the path of the copy; empty when there is no such file
-std::string keepAside(std::string const& path)
-{
-    auto const file = statusOf(path);
-    if (!file) {
-        return "";
-    }
-    time_t const now = std::time(nullptr);
-    tm utc = {};
-    char stamp[32] = "";
-    strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", gmtime_r(&now, &utc));
-    for (int attempt = 0;; ++attempt) {
-        std::string aside =
-            fmt::format("{}.{}{}", path, stamp, attempt == 0 ? "" : fmt::format(".{}", attempt));
-        platform::Descriptor const made(open(aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-        if (made.isOpen()) {
-            auto const copied = veskiCopyDatabaseFile(path, aside) ? statusOf(aside) : std::nullopt;
-            if (!copied || copied->st_size != file->st_size || fsync(made.get()) != 0) {
-                unlink(aside.c_str());
-                refuse(fmt::format("'{}': it cannot be kept aside as '{}'; is the disk full?", path, aside));
-            }
-            return aside;
-        }
-        require(errno == EEXIST, path, "it cannot be kept aside");
+    for (Fault const& fault : found.contentFaults) {
+        printMessage({"warning: '", path.c_str(), "': ", fault.what.c_str()});
     }
 }
 
@@ -120,134 +79,75 @@ void reportReplaced(std::string const& path, std::string const& aside)
     printMessage({"'", path.c_str(), "' is in place", kept.c_str()});
 }
 
-/// A new file beside the target, removed with the object unless it has taken the target's place.
-class NewFile
+/// The file that a path leads to: replacing a link would leave what it leads to as it was.
+std::string resolved(std::string const& path)
 {
-public:
-    explicit NewFile(std::string const& targetPath) : target(targetPath), path(targetPath + ".XXXXXX")
-    {
-        int const descriptor = mkstemp(path.data());
-        require(descriptor >= 0, folderPart(target), "no file can be created there");
-        close(descriptor);
-    }
-    NewFile(NewFile const&) = delete;
-    NewFile& operator=(NewFile const&) = delete;
-    ~NewFile() { unlink(path.c_str()); }
+    std::unique_ptr<char, void (*)(void*)> const real(realpath(path.c_str(), nullptr), std::free);
+    return real ? real.get() : path;
+}
 
-    /// @return the name under which the file before is kept; empty when there was none
-    std::string replaceTarget() const
-    {
-        sync(path);
-        requireReplaceable(target);
-        std::string aside = keepAside(target);
-        if (rename(path.c_str(), target.c_str()) != 0) {
-            int const error = errno;
-            unlink(aside.c_str());
-            errno = error;
-            require(false, target, "it cannot be replaced");
-        }
-        sync(folderPart(target));
-        return aside;
-    }
-
-    std::string const target;
-    std::string path;
-
-private:
-    static void sync(std::string const& path)
-    {
-        int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        bool const synced = descriptor >= 0 && fsync(descriptor) == 0;
-        int const error = errno;
-        close(descriptor);
-        errno = error;
-        require(synced, path, "it cannot be synced to disk");
-    }
-};
-
-/// SQLite's own exclusive lock on a database file, whatever the file holds: a damaged one has to be replaced
-/// as safely as a sound one.
-class ExclusiveLock
+/// What a killed backup or restore of this database has left.
+void removeLeftovers(Database const& database)
 {
-public:
-    explicit ExclusiveLock(std::string const& path)
-    {
-        sqlite3* opened = nullptr;
-        int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
-        connection.reset(opened);
-        if (code == SQLITE_OK && sqlite3_db_readonly(opened, "main") != 0) {
-            code = SQLITE_READONLY;
-        }
-        if (code == SQLITE_OK) {
-            code = sqlite3_file_control(opened, "main", SQLITE_FCNTL_FILE_POINTER, &file);
-        }
-        for (int waited = 0; code == SQLITE_OK; waited += busyPause) {
-            code = file->pMethods->xLock(file, SQLITE_LOCK_SHARED);
-            code = code == SQLITE_OK ? file->pMethods->xLock(file, SQLITE_LOCK_EXCLUSIVE) : code;
-            if (code == SQLITE_OK) {
-                return;
-            }
-            file->pMethods->xUnlock(file, SQLITE_LOCK_NONE);
-            if (code == SQLITE_BUSY && waited < busyTimeoutMilliseconds) {
-                sqlite3_sleep(busyPause);
-                code = SQLITE_OK;
-            }
-        }
-        refuse(
-            fmt::format("'{}' cannot be locked: {}", path, describeStatus(veskiSQLiteErrorMap(code & 0xFF))));
-    }
-    ExclusiveLock(ExclusiveLock const&) = delete;
-    ExclusiveLock& operator=(ExclusiveLock const&) = delete;
-    ~ExclusiveLock() { file->pMethods->xUnlock(file, SQLITE_LOCK_NONE); }
+    removeTemporaryFilesOf(pathOf(database));
+    removeTemporaryFilesOf(backupPathOf(database));
+}
 
-private:
-    struct Closer
-    {
-        void operator()(sqlite3* each) const { sqlite3_close(each); }
-    };
-    std::unique_ptr<sqlite3, Closer> connection;
-    sqlite3_file* file = nullptr;
-};
-
-/// Copies a sound database to a new file and checks the copy, too.
-void copyChecked(std::string const& source, NewFile const& copy, Database const& database)
+/// Refuses the target of --to unless it is free, empty or a copy of the same database.
+void requireOwnTarget(std::string const& target, Database const& database)
 {
-    RecordReader const lock(source);
-    if (!veskiCopyDatabaseFile(source, copy.path)) {
-        refuse(
-            fmt::format("'{}' cannot be copied to '{}'; is the disk full?", source, folderPart(copy.target)));
+    struct stat status = {};
+    if (lstat(target.c_str(), &status) != 0) {
+        return;
     }
-    requireSound(copy.path, database, "the new copy");
+    if (!S_ISREG(status.st_mode)) {
+        refuse(fmt::format("'{}' is {}; give the path of a new file", target,
+                           S_ISLNK(status.st_mode) ? "a link" : "not a file"));
+    }
+    for (Database const& each : databases) {
+        auto const other = statusOf(pathOf(each));
+        if (other && isSameFile(status, *other)) {
+            refuse(fmt::format("--to '{}' is {} itself; give the path of a new file", target, each.title));
+        }
+    }
+    if (status.st_size != 0 && !isKindOf(target, database)) {
+        refuse(fmt::format("--to '{}' is neither empty nor a copy of {}; give the path of a new file", target,
+                           database.title));
+    }
 }
 
 void backUpOne(Database const& database, std::optional<std::string> const& to)
 {
     std::string const source = pathOf(database);
-    std::string const target = to.value_or(backupPathOf(database));
-    auto const live = statusOf(source);
-    if (!live) {
+    if (!statusOf(source)) {
         throw Refusal(kExitNotFound,
                       fmt::format("{}, '{}': {}", database.title, source, describeStatus(kVeskNotFound)));
     }
+    if (to) {
+        requireOwnTarget(*to, database);
+    }
+    std::string const target = to ? *to : resolved(backupPathOf(database));
     auto const replaced = statusOf(target);
     if (replaced && !S_ISREG(replaced->st_mode)) {
-        refuse(fmt::format("'{}' is not a file; give the path of a new file", target));
+        refuse(fmt::format("'{}' is not a file; move it away", target));
     }
-    for (Database const& each : databases) {
-        auto const other = statusOf(pathOf(each));
-        if (replaced && other && isSameFile(*replaced, *other)) {
-            refuse(fmt::format("--to '{}' is {} itself; give the path of a new file", target, each.title));
-        }
-    }
-    requireNoJournal(source);
-    requireNoJournal(target);
-    requireSound(source, database, "the database");
+    requireNoJournal(source, database);
+    requireNoJournal(target, database);
+    warn(source, requireSound(source, database, "the database"));
     HeldSignals const signals;
     if (!to) {
         requireFolder(folderPart(target));
     }
-    NewFile const copy(target);
-    copyChecked(source, copy, database);
+    removeLeftovers(database);
+    removeTemporaryFilesOf(target);
+    Replacement copy(target);
+    copy.copyFrom(RecordReader(source));
+    requireSound(copy.path(), database, "the new copy");
+    if (to && replaced) {
+        copy.setAccess(replaced->st_uid, replaced->st_gid, replaced->st_mode & 07777U);
+    } else {
+        copy.setAccess(geteuid(), getegid(), databaseAccess(false).file);
+    }
     signals.requireNone();
     std::string const kept = copy.replaceTarget();
     signals.ignore();
@@ -285,8 +185,7 @@ int backUp(Options const& options)
 int restore(Options const& options)
 {
     Database const& database = options.database();
-    std::string const target = pathOf(database);
-    std::string const folder = folderOf(database);
+    std::string const target = resolved(pathOf(database));
     std::string const source = options.from.value_or(backupPathOf(database));
     auto const copy = statusOf(source);
     if (!copy) {
@@ -299,25 +198,28 @@ int restore(Options const& options)
     if (live && !S_ISREG(live->st_mode)) {
         refuse(fmt::format("'{}' is not a file; move it away", target));
     }
-    requireNoJournal(source);
+    requireNoJournal(source, database);
     requireSafe(target);
-    requireNoJournal(target);
-    requireSound(source, database, "the copy");
+    requireNoJournal(target, database);
+    warn(source, requireSound(source, database, "the copy"));
     requireConsent(fmt::format("{} {}, '{}', by '{}' of {}?", live ? "Replace" : "Bring back", database.title,
                                target, source, isoTime(copy->st_mtime)),
                    options.yes);
 
     HeldSignals const signals;
-    requireFolder(folder);
+    requireFolder(folderOf(database));
     std::unique_ptr<ExclusiveLock> const lock = live ? std::make_unique<ExclusiveLock>(target) : nullptr;
-    requireNoJournal(target);
-    NewFile const restored(target);
-    copyChecked(source, restored, database);
-    veskiSetDbAccess(folder, restored.path.substr(restored.path.rfind('/') + 1),
-                     database.store->sharedAccess);
+    requireNoJournal(target, database);
+    removeLeftovers(database);
+    Replacement restored(target);
+    restored.copyFrom(RecordReader(source));
+    requireSound(restored.path(), database, "the new copy");
+    DatabaseAccess const& access = databaseAccess(database.store->sharedAccess);
+    restored.setAccess(access.owner, access.group, access.file);
     signals.requireNone();
     std::string const kept = restored.replaceTarget();
     signals.ignore();
+    veskiSetDbAccess(folderOf(database), database.store->file, database.store->sharedAccess);
     reportReplaced(target, kept);
     return kExitDone;
 }

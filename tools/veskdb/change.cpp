@@ -2,9 +2,11 @@
 
 #include "tools/veskdb/file_status.h"
 #include "tools/veskdb/message.h"
+#include "tools/veskdb/open_to_read.h"
 #include "tools/veskdb/own_command.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/status_name.h"
+#include "tools/veskdb/system_error.h"
 
 #include <fmt/format.h>
 #include <sqlite3.h>
@@ -35,6 +37,7 @@ void reportLostBackup() noexcept
 
 Change::Change(Database const& changed, WhenMissing whenMissing) : database(changed)
 {
+    requireNotLost(database);
     std::string const what = fmt::format("{}, '{}'", database.title, pathOf(database));
     int32_t status =
         whenMissing == WhenMissing::kCreate ? database.open(&session) : database.openExisting(&session);
@@ -52,10 +55,7 @@ Change::Change(Database const& changed, WhenMissing whenMissing) : database(chan
             &signals);
         status = session->store->queryNR("BEGIN IMMEDIATE");
     }
-    if (status != kVeskOK) {
-        end();
-        require(status, what);
-    }
+    require(status, what);
 }
 
 Change::~Change()
@@ -63,12 +63,39 @@ Change::~Change()
     end();
 }
 
-void Change::require(int32_t status, std::string const& what) const
+void Change::require(int32_t status, std::string const& what)
 {
-    if (status != kVeskOK) {
-        throw Refusal(status == kVeskNotFound ? kExitNotFound : kExitError,
-                      fmt::format("{}: {}", what, describeStatus(status)));
+    if (status == kVeskOK) {
+        return;
     }
+    std::string const path = pathOf(database);
+    std::string reason;
+    if (session != nullptr) {
+        reason = reasonForFailure(path);
+    } else {
+        reason = reasonFor(SQLITE_CANTOPEN, 0, path);
+    }
+    end(); // which drops the locks
+    if (status == kVeskBusy) {
+        reason = reasonForBusy(path);
+    }
+    throw Refusal(status == kVeskNotFound ? kExitNotFound : kExitError,
+                  fmt::format("{}: {}", what, describeStatus(status, reason)));
+}
+
+/// Why the last call on the session failed. A database that could not be created has no tables: creating one again
+/// finds the reason.
+std::string Change::reasonForFailure(std::string const& path)
+{
+    sqlite3* const connection = session->store != nullptr ? session->store->db : nullptr;
+    if (connection == nullptr) {
+        return "";
+    }
+    if (sqlite3_errcode(connection) == SQLITE_ERROR) {
+        sqlite3_exec(connection, "BEGIN", nullptr, nullptr, nullptr); // unless the transaction is still open
+        sqlite3_exec(connection, database.store->schemas[0][0], nullptr, nullptr, nullptr);
+    }
+    return reasonFor(connection, path);
 }
 
 void Change::commit()

@@ -31,12 +31,13 @@ public:
     /// @param status  what the call returned
     /// @param what    what the call was about
     /// @throws Refusal (kExitNotFound: kVeskNotFound; kExitError: any other status)
-    void require(int32_t status, std::string const& what) const;
+    void require(int32_t status, std::string const& what);
 
     /// @throws Refusal: the destructor rolls back
     void commit();
 
 private:
+    std::string reasonForFailure(std::string const& path);
     void end();
 
     HeldSignals signals;

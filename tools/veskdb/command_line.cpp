@@ -6,7 +6,9 @@
 #include "tools/veskdb/editing.h"
 #include "tools/veskdb/listing.h"
 #include "tools/veskdb/present.h"
+#include "tools/veskdb/recover.h"
 #include "tools/veskdb/refusal.h"
+#include "tools/veskdb/relation_types.h"
 #include "tools/veskdb/verify.h"
 
 #include <CLI/CLI.hpp>
@@ -23,6 +25,8 @@ namespace veskdb {
 namespace {
 
 using Words = std::vector<std::string>;
+
+constexpr int32_t lastDataDomain = 5;
 
 [[noreturn]] void refuse(std::string const& message)
 {
@@ -48,6 +52,22 @@ int32_t readDomain(std::string const& text)
         refuse(fmt::format("invalid domain '{}'; give a 32-bit number, such as 0", text));
     }
     return domain;
+}
+
+/// A domain of payload data.
+int32_t readDataDomain(std::string const& text)
+{
+    int32_t const domain = readDomain(text);
+    if (domain < 0 || domain > lastDataDomain) {
+        refuse(fmt::format("invalid domain '{}' of payload data; give a number from 0 to {}", text,
+                           lastDataDomain));
+    }
+    return domain;
+}
+
+char const* nameOf(int32_t relationType)
+{
+    return relationTypes[static_cast<std::size_t>(relationType)];
 }
 
 std::optional<int32_t> readState(std::string const& text, bool listing)
@@ -345,47 +365,122 @@ private:
         add.add_option("--signature", options.signature, "Signature of the payload")
             ->type_name("S")
             ->required();
-        add.add_option("--conflicts", options.conflicts, "A payload in conflict; may be repeated")
-            ->type_name("ID")
-            ->allow_extra_args(false);
-        add.add_option("--upgrades", options.upgrades, "A payload that is upgraded; may be repeated")
-            ->type_name("ID")
-            ->allow_extra_args(false);
+        addRelations(add);
         add.add_flag("--replace", options.replace, "Replace the record of this payload, if there is one");
         forms[&add].check = [&options] {
             if (options.id.empty()) {
                 refuse("a payload's identifier cannot be empty");
             }
+            checkRelations(options);
         };
 
         CLI::App& set = verb("set", "Change a record");
         CLI::App& setPdb = form(set, "pdb", "Mark a payload, or store a value for it.", setPayload);
         addID(setPdb, "Of the payload")->required();
         addState(setPdb, false);
-        addTuple(setPdb, "--data", "DOMAIN KEY VALUE", "A value to store for the payload", false,
+        addRelations(setPdb);
+        addTuple(setPdb, "--data", "DOMAIN KEY VALUE", "A value to store for the payload; DOMAIN is 0 to 5",
                  [&options](Words const& words) {
-                     options.data = PayloadValue{readDomain(words[0]), words[1], words[2]};
+                     options.data = DataAddress{readDataDomain(words[0]), words[1]};
+                     options.value = words.size() > 2 ? words[2] : "";
                  });
+        addValueFrom(setPdb);
         forms[&setPdb].check = [&options, &setPdb] {
-            if (!options.state && !options.data) {
+            if (!options.state && !options.data && options.relations.empty()) {
                 refuse(fmt::format("nothing to set; the form is\n  {}", synopsisOf(setPdb)));
             }
+            if (options.valueFrom && !options.data) {
+                refuse("--value-from needs --data DOMAIN KEY");
+            }
+            checkRelations(options);
         };
         CLI::App& remove = verb("remove", "Remove records");
         CLI::App& removePdb =
             form(remove, "pdb", "Remove a payload, and what it has upgraded.", removePayload);
         addID(removePdb, "Of the payload")->required();
+        addTuple(removePdb, "--data", "DOMAIN KEY", "Remove only this value of the payload",
+                 [&options](Words const& words) {
+                     options.data = DataAddress{readDataDomain(words[0]), words[1]};
+                 });
+        removePdb
+            .add_option("--relation", options.other,
+                        "Remove only the relation that the payload declares to OTHER")
+            ->type_name("OTHER");
         addYes(removePdb);
+        forms[&removePdb].check = [&options] {
+            if (options.data && options.other) {
+                refuse("give --data or --relation, not both; repeat the command for the other");
+            }
+        };
         CLI::App& setting = settingsForm(set, "Write a setting.", setSetting);
         addDomain(setting)->required();
         addAddress(setting, "SUBDOMAIN", "Any text")->required();
         addAddress(setting, "KEY", "Any text")->required();
-        setting.add_option("VALUE", options.value, "Any text")->type_name("")->required();
+        CLI::Option const* const value =
+            setting.add_option("VALUE", options.value, "Any text")->type_name("");
+        addValueFrom(setting);
+        forms[&setting].check = [&options, &setting, value] {
+            if (value->count() == 0 && !options.valueFrom) {
+                refuse(fmt::format("too few words; the form is\n  {}", synopsisOf(setting)));
+            }
+            if (value->count() > 0 && options.valueFrom) {
+                refuse(fmt::format("give VALUE or --value-from, not both; the form is\n  {}",
+                                   synopsisOf(setting)));
+            }
+        };
         CLI::App& settings = settingsForm(remove, "Remove a setting, or all of a subdomain.", removeSettings);
         addDomain(settings)->required();
         addAddress(settings, "SUBDOMAIN", "Any text")->required();
         addAddress(settings, "KEY", "Remove this setting alone, without asking");
         addYes(settings);
+    }
+
+    void addRelations(CLI::App& to)
+    {
+        Options& options = command.options;
+        for (int32_t const type : {kPdbConflicts, kPdbUpgrades}) {
+            to.add_option_function<Words>(
+                  fmt::format("--{}", nameOf(type)),
+                  [&options, type](Words const& others) {
+                      for (std::string const& other : others) {
+                          options.relations.push_back({type, other});
+                      }
+                  },
+                  fmt::format("Short for --relation {} ID", nameOf(type)))
+                ->type_name("ID")
+                ->allow_extra_args(false);
+        }
+        addTuple(
+            to, "--relation", "TYPE OTHER",
+            fmt::format("A relation to another payload; may be repeated. TYPE is {}",
+                        fmt::join(relationTypes, ", ")),
+            [&options](Words const& words) {
+                options.relations.push_back({relationTypeNamed(words[0]), words[1]});
+            },
+            true);
+    }
+
+    static void checkRelations(Options const& options)
+    {
+        std::map<std::string, int32_t> types;
+        for (Relation const& relation : options.relations) {
+            if (relation.type == kPdbConflicts && relation.other == options.id) {
+                refuse(fmt::format("payload '{}' cannot be in conflict with itself", options.id));
+            }
+            int32_t const before = types.emplace(relation.other, relation.type).first->second;
+            if (before != relation.type) {
+                refuse(fmt::format(
+                    "payload '{}' is given with {} and with {}; it can have one relation, not both",
+                    relation.other, nameOf(before), nameOf(relation.type)));
+            }
+        }
+    }
+
+    void addValueFrom(CLI::App& to)
+    {
+        to.add_option("--value-from", command.options.valueFrom,
+                      "Read the value from this file instead, byte for byte; '-' is standard input")
+            ->type_name("FILE");
     }
 
     void addFiles()
@@ -406,6 +501,11 @@ private:
             ->type_name("FILE");
         addYes(restore);
         forms[&restore].check = [this, &options] { requireBackup(options.from, "--from"); };
+        CLI::App& recover =
+            form(app, "recover", "Roll back what a killed program has left of a change.", veskdb::recover);
+        addDatabase(recover)->required();
+        recover.add_option("--file", options.file, "Recover this copy of the database instead")
+            ->type_name("FILE");
     }
 
     void requireBackup(std::optional<std::string> const& file, char const* option) const
@@ -417,12 +517,13 @@ private:
         }
     }
 
-    void addTuple(CLI::App& to, char const* name, char const* words, char const* description, bool repeatable,
-                  std::function<void(Words const&)> take)
+    /// Adds an option that takes several words; --value-from stands in for the last of three.
+    void addTuple(CLI::App& to, char const* name, char const* words, std::string const& description,
+                  std::function<void(Words const&)> take, bool repeatable = false)
     {
         CLI::Option* const option = to.add_flag_function(
-                                          name, [](int64_t) {}, description)
-                                        ->option_text(words);
+            name, [](int64_t) {}, description);
+        option->option_text(words);
         auto const count = static_cast<std::size_t>(std::count(words, words + std::strlen(words), ' ')) + 1;
         tuples[option] = {count, repeatable, std::move(take)};
     }
@@ -481,6 +582,9 @@ private:
     /// Takes the options that the parser would misread.
     void takeWordsOfOptions(CLI::App const& form, Words& words)
     {
+        bool const valueFrom = std::any_of(words.begin(), words.end(), [](std::string const& word) {
+            return word.compare(0, 12, "--value-from") == 0;
+        });
         for (auto word = words.begin(); word != words.end() && *word != "--";) {
             if (word->substr(0, 2) == "--" && word->find('=') == word->size() - 1) {
                 refuse(fmt::format("{} has no value; give one after the '=', or '' as a word of its own",
@@ -492,8 +596,10 @@ private:
                 ++word;
                 continue;
             }
-            auto const last = word + static_cast<std::ptrdiff_t>(tuple->second.words);
-            if (words.end() - word <= static_cast<std::ptrdiff_t>(tuple->second.words)) {
+            bool const replaced = tuple->second.words == 3 && valueFrom;
+            auto const count = static_cast<std::ptrdiff_t>(tuple->second.words) - (replaced ? 1 : 0);
+            auto const last = word + count;
+            if (words.end() - word <= count) {
                 refuse(fmt::format("{} needs {}", *word, option->get_option_text()));
             }
             if (!tuple->second.repeatable && taken.count(option) > 0) {
@@ -538,11 +644,13 @@ private:
         }
         Options const& options = command.options;
         for (auto const& [option, file] :
-             {std::pair{"--to", options.to}, std::pair{"--from", options.from}}) {
+             {std::pair{"--to", options.to}, std::pair{"--from", options.from},
+              std::pair{"--file", options.file}, std::pair{"--value-from", options.valueFrom}}) {
             if (file && file->empty()) {
                 refuse(fmt::format("{} has an empty value; give the path of a file", option));
             }
-            if (file && options.root && file->front() != '/') {
+            bool const standardInput = file == options.valueFrom && file == "-";
+            if (file && options.root && file->front() != '/' && !standardInput) {
                 refuse(fmt::format("{} '{}' is relative; give an absolute path, as seen from inside the root",
                                    option, *file));
             }

@@ -2,8 +2,10 @@
 
 #include "libdolmvesk/vesk_status.h"
 #include "tools/veskdb/file_status.h"
+#include "tools/veskdb/open_to_read.h"
 #include "tools/veskdb/present.h"
 #include "tools/veskdb/refusal.h"
+#include "tools/veskdb/schema.h"
 #include "tools/veskdb/status_name.h"
 
 #include <fmt/format.h>
@@ -18,7 +20,7 @@ std::vector<Column> columnsNamed(std::vector<std::string> const& names)
     std::vector<Column> columns;
     columns.reserve(names.size());
     for (std::string const& name : names) {
-        columns.push_back({name, name});
+        columns.push_back({name, name, kindOf(name)});
     }
     return columns;
 }
@@ -42,15 +44,22 @@ Section read(RecordReader const& reader, std::string const& name, bool single,
     throw Refusal(kExitNotFound, fmt::format("{}: {}", what, describeStatus(kVeskNotFound)));
 }
 
-/// Rows of each table, except those that the schema itself fills.
-Counts rowCounts(RecordReader const& reader)
+/// Rows of each table, except those that the schema itself fills. A virtual table would run code.
+Counts rowCounts(RecordReader const& reader, Schema const& schema)
 {
+    constexpr std::string_view create = "CREATE TABLE ";
     Counts counts;
-    for (Row const& table : reader.rows("SELECT name, replace(name, '\"', '\"\"') FROM sqlite_master "
-                                        "WHERE type = 'table' AND name NOT IN "
-                                        "('pcd_meta', 'dependency_type') ORDER BY rowid")) {
-        std::string const query = fmt::format("SELECT count(*) FROM \"{}\"", std::get<std::string>(table[1]));
-        counts.emplace_back(std::get<std::string>(table[0]), std::get<int64_t>(reader.rows(query)[0][0]));
+    for (SchemaObject const& object : schema) {
+        if (object.type != "table" || object.statement.compare(0, create.size(), create) != 0 ||
+            object.name == "pcd_meta" || object.name == "dependency_type") {
+            continue;
+        }
+        std::string quoted = "\"";
+        for (char const each : object.name) {
+            quoted += each == '"' ? "\"\"" : std::string(1, each);
+        }
+        counts.emplace_back(object.name,
+                            std::get<int64_t>(reader.rows("SELECT count(*) FROM " + quoted + '"')[0][0]));
     }
     return counts;
 }
@@ -89,10 +98,10 @@ Section describe(Database const& database)
             row[3] = ownerOf(*status);
             row[4] = modeOf(*status);
             row[5] = static_cast<int64_t>(status->st_mtime);
-            RecordReader const reader(path);
-            row[6] = metaValue(reader, "schema_version");
-            row[7] = metaValue(reader, "schema_compatibility_version");
-            row[8] = rowCounts(reader);
+            auto const reader = openToRead(path, database, {"pcd_meta"});
+            row[6] = metaValue(*reader, "schema_version");
+            row[7] = metaValue(*reader, "schema_compatibility_version");
+            row[8] = rowCounts(*reader, schemaOf(*reader));
         }
     } catch (std::exception const& error) {
         row[9] = std::string(error.what());
@@ -109,15 +118,6 @@ Section describe(Database const& database)
 }
 
 } // namespace
-
-RecordReader openToRead(Database const& database)
-{
-    std::string const path = pathOf(database);
-    if (!statusOf(path)) {
-        refuseMissing(fmt::format("{}, '{}'", database.title, path));
-    }
-    return RecordReader(path);
-}
 
 std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::string const& payloadID)
 {
@@ -141,13 +141,13 @@ void requirePayload(RecordReader const& reader, std::string const& payloadID)
 int listPayloads(Options const& options)
 {
     std::string const filter = options.state ? fmt::format("WHERE installState = {} ", *options.state) : "";
-    print({read(openToRead(options.database()), "", false,
-                {{"installState", "STATE", ValueKind::kState},
+    print({read(*openToRead(options.database(), {"payloads"}), "", false,
+                {{"installState", "STATE", kindOf("installState")},
                  {"PayloadID", "ID"},
                  {"version", "VERSION"},
                  {"productFamily", "FAMILY"},
                  {"productName", "NAME"},
-                 {"installTime", "CHANGED", ValueKind::kTime},
+                 {"installTime", "CHANGED", kindOf("installTime")},
                  {"signature", ""}},
                 "payloads " + filter + "ORDER BY installTime, rowid")},
           options.json);
@@ -168,7 +168,7 @@ int listSettings(Options const& options)
         parameters.push_back(options.address[each]);
     }
     Section settings =
-        read(openToRead(options.database()), "", false,
+        read(*openToRead(options.database(), {"domain_data"}), "", false,
              {{"domain", "DOMAIN"}, {"subDomain", "SUBDOMAIN"}, {"key", "KEY"}, {"value", "VALUE"}},
              "domain_data" + filter + " ORDER BY CAST(domain AS INTEGER), subDomain, key", parameters);
     if (options.address.size() == 2 && settings.rows.empty()) {
@@ -181,15 +181,19 @@ int listSettings(Options const& options)
 
 int listCatalogue(Options const& options)
 {
-    RecordReader const reader = openToRead(options.database());
+    auto const reader =
+        openToRead(options.database(), {"dolm_payload", "dolm_collection", "dolm_collection_payload"});
     print(
         {
-            read(reader, "dolm_payload", false,
+            read(*reader, "dolm_payload", false,
                  columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"}),
                  "dolm_payload ORDER BY payloadID"),
-            read(reader, "dolm_collection", false,
+            read(*reader, "dolm_collection", false,
                  columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
                  "dolm_collection ORDER BY collectionID"),
+            read(*reader, "dolm_collection_payload", false,
+                 columnsNamed({"collectionID", "payloadID", "installState", "tsInstalled"}),
+                 "dolm_collection_payload ORDER BY collectionID, payloadID"),
         },
         options.json);
     return kExitDone;
@@ -197,28 +201,25 @@ int listCatalogue(Options const& options)
 
 int showPayload(Options const& options)
 {
-    RecordReader const reader = openToRead(options.database());
+    auto const reader = openToRead(options.database(), {"payloads", "dependencies", "dependency_type",
+                                                        "upgraded_payloads", "payload_data"});
     std::vector<std::string> const id = {options.id};
-    requirePayload(reader, options.id);
+    requirePayload(*reader, options.id);
     print(
         {
-            read(reader, "payloads", true,
-                 {{"PayloadID", "PayloadID"},
-                  {"productFamily", "productFamily"},
-                  {"productName", "productName"},
-                  {"version", "version"},
-                  {"signature", "signature"},
-                  {"installState", "installState", ValueKind::kState},
-                  {"installTime", "installTime", ValueKind::kTime}},
+            read(*reader, "payloads", true,
+                 columnsNamed({"PayloadID", "productFamily", "productName", "version", "signature",
+                               "installState", "installTime"}),
                  "payloads WHERE PayloadID = ?1", id),
-            read(reader, "dependencies", false,
+            read(*reader, "dependencies", false,
                  columnsNamed({"PayloadID", "PayloadIDb", "type", "description"}),
                  "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
                  "ORDER BY type, PayloadID, PayloadIDb",
                  id),
-            read(reader, "upgraded_payloads", false, columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
+            read(*reader, "upgraded_payloads", false,
+                 columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
                  "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id),
-            read(reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
+            read(*reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
                  "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id),
         },
         options.json);
@@ -227,13 +228,16 @@ int showPayload(Options const& options)
 
 int showCatalogue(Options const& options)
 {
-    RecordReader const reader = openToRead(options.database());
+    auto const reader =
+        openToRead(options.database(),
+                   {"dolm_payload", "dolm_collection", "dolm_collection_payload", "dolm_payload_constraint",
+                    "upgraded_payloads", "collection_data", "payload_data"});
     std::vector<std::string> const id = {options.id};
     std::vector<Section> sections = {
-        read(reader, "dolm_payload", true,
+        read(*reader, "dolm_payload", true,
              columnsNamed({"payloadID", "productFamily", "productName", "version", "signature"}),
              "dolm_payload WHERE payloadID = ?1", id),
-        read(reader, "dolm_collection", true,
+        read(*reader, "dolm_collection", true,
              columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
              "dolm_collection WHERE collectionID = ?1", id),
     };
@@ -257,7 +261,7 @@ int showCatalogue(Options const& options)
         {"payload_data", {"payloadID", "domain", "key", "value"}, "payloadID"},
     };
     for (auto const& each : related) {
-        sections.push_back(read(reader, each.table, false, columnsNamed(each.columns),
+        sections.push_back(read(*reader, each.table, false, columnsNamed(each.columns),
                                 fmt::format("{} WHERE ?1 IN ({}) ORDER BY 1, 2", each.table, each.filter),
                                 id));
     }

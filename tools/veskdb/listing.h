@@ -21,11 +21,6 @@ int showCatalogue(Options const& options);
 /// Every database's files, whether or not they exist and can be read.
 int showDatabases(Options const& options);
 
-/// Opens a database's live file to read.
-///
-/// @throws Refusal (kExitNotFound), Unreadable
-RecordReader openToRead(Database const& database);
-
 /// The payloads on record that are recorded as upgraded by this one: removing it removes them.
 std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::string const& payloadID);
 

@@ -2,6 +2,7 @@
 #include "tools/common/alternate_root.h"
 #include "tools/common/standard_descriptors.h"
 #include "tools/veskdb/command_line.h"
+#include "tools/veskdb/id_mappings.h"
 #include "tools/veskdb/message.h"
 #include "tools/veskdb/record_reader.h"
 #include "tools/veskdb/refusal.h"
@@ -20,6 +21,7 @@ int main(int argc, char** argv)
         if (!command) {
             return kExitDone;
         }
+        readIdMappings();
         if (command->options.root) {
             common::alternate_root::enter(*command->options.root);
         }

@@ -11,12 +11,18 @@
 
 namespace veskdb {
 
-/// A value of a payload.
-struct PayloadValue
+/// Where a value of a payload is kept.
+struct DataAddress
 {
     int32_t domain;
     std::string key;
-    std::string value;
+};
+
+/// A relation that a payload declares.
+struct Relation
+{
+    int32_t type; ///< a PdbDependencyType
+    std::string other;
 };
 
 struct Options
@@ -25,7 +31,7 @@ struct Options
     std::string id;                     ///< of a payload or collection
     std::optional<int32_t> domain;      ///< of a setting
     std::vector<std::string> address;   ///< what follows the domain: subdomain, key
-    std::string value;                  ///< of a setting
+    std::string value;                  ///< of a setting or of a payload's data
 
     std::optional<std::string> root;
     bool json = false;
@@ -34,13 +40,15 @@ struct Options
     std::string name;
     std::string version;
     std::string signature;
-    std::vector<std::string> conflicts;
-    std::vector<std::string> upgrades;
     bool replace = false;
-    std::optional<PayloadValue> data;
+    std::optional<DataAddress> data;
     bool yes = false;
-    std::optional<std::string> to;   ///< absolute when a root is given
-    std::optional<std::string> from; ///< absolute when a root is given
+    std::optional<std::string> to;        ///< absolute when a root is given
+    std::optional<std::string> from;      ///< absolute when a root is given
+    std::optional<std::string> file;      ///< absolute when a root is given
+    std::optional<std::string> valueFrom; ///< where the value is read from, "-" for standard input
+    std::vector<Relation> relations;      ///< to record, conflicts and upgrades included
+    std::optional<std::string> other;     ///< the payload whose relation is to be removed
 
     Database const& database() const { return *named.front(); }
 };

@@ -1,6 +1,7 @@
 #include "tools/veskdb/present.h"
 
 #include "tools/common/descriptor_output.h"
+#include "tools/common/utf8.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/value_text.h"
 
@@ -127,7 +128,7 @@ Json jsonOf(Value const& value)
             if constexpr (std::is_same_v<std::decay_t<decltype(held)>, Counts>) {
                 Json counts = Json::object();
                 for (auto const& [name, count] : held) {
-                    counts[name] = count;
+                    counts[common::isUTF8(name) ? name : "hex " + hexOf(name)] = count;
                 }
                 return counts;
             } else {
@@ -142,8 +143,17 @@ Json documentOf(Section const& section)
     Json records = Json::array();
     for (Row const& row : section.rows) {
         Json record = Json::object();
+        Json hex = Json::object();
         for (std::size_t each = 0; each < row.size(); ++each) {
-            record[section.columns[each].name] = jsonOf(row[each]);
+            std::string const& name = section.columns[each].name;
+            record[name] = jsonOf(row[each]);
+            auto const* const text = std::get_if<std::string>(&row[each]);
+            if (text != nullptr && !common::isUTF8(*text)) {
+                hex[name] = hexOf(*text);
+            }
+        }
+        if (!hex.empty()) {
+            record["hex"] = std::move(hex);
         }
         records.push_back(std::move(record));
     }

@@ -13,7 +13,8 @@ enum class Presentation
     kJson          ///< one document with the schema's column names
 };
 
-/// Texts are escaped for people, nulls are "\N". In JSON, bytes that are no UTF-8 become U+FFFD.
+/// Texts are escaped for people, nulls are "\N". In JSON, bytes that are no UTF-8 become U+FFFD,
+/// and the record has an object "hex" with those values byte by byte.
 ///
 /// @return the whole output, ending in a newline; empty when there is nothing to show
 std::string present(std::vector<Section> const& sections, Presentation presentation);

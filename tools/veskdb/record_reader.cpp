@@ -4,10 +4,14 @@
 #include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/shared_folder.h"
 #include "tools/common/alternate_root.h"
+#include "tools/veskdb/databases.h"
 #include "tools/veskdb/file_status.h"
+#include "tools/veskdb/own_command.h"
 #include "tools/veskdb/status_name.h"
+#include "tools/veskdb/system_error.h"
 #include "tools/veskdb/value_text.h"
 
+#include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <fstream>
@@ -19,39 +23,59 @@ using common::alternate_root::quotedFromOutside;
 
 namespace {
 
+constexpr int64_t mebibyte = 1 << 20;
+constexpr int64_t heapLimit = 192 * mebibyte;
+constexpr int instructionsBetweenLooks = 10000; // of SQLite's virtual machine
+
 struct StatementCloser
 {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
-/// Whether the file's header says that changes are kept in a log next to it.
-bool isInWriteAheadMode(std::string const& path)
-{
-    constexpr std::size_t readVersion = 19;
-    std::array<char, readVersion + 1> header = {};
-    std::ifstream(path, std::ios::binary).read(header.data(), header.size());
-    return header[readVersion] == 2;
-}
-
-Value valueOf(sqlite3_stmt* statement, int column)
+void readValue(sqlite3_stmt* statement, int column, Value& value)
 {
     switch (sqlite3_column_type(statement, column)) {
     case SQLITE_INTEGER:
-        return int64_t{sqlite3_column_int64(statement, column)};
+        value = int64_t{sqlite3_column_int64(statement, column)};
+        return;
     case SQLITE_FLOAT:
-        return sqlite3_column_double(statement, column);
+        value = sqlite3_column_double(statement, column);
+        return;
     case SQLITE_NULL:
-        return nullptr;
+        value = nullptr;
+        return;
     default:
         auto const* const bytes = reinterpret_cast<char const*>(sqlite3_column_text(statement, column));
-        return std::string(bytes != nullptr ? bytes : "",
-                           static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
+        value = std::string(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0);
     }
 }
 
-std::string removal(std::string const& file)
+int64_t bytesOf(Value const& value)
 {
-    return fmt::format("as root, once no program uses the database: rm {}", quotedFromOutside(file));
+    auto const* const text = std::get_if<std::string>(&value);
+    return static_cast<int64_t>(sizeof value + (text != nullptr ? text->size() : 0));
+}
+
+/// Bounds what SQLite allocates in this process; 0: nothing is bounded.
+void limitHeap(int64_t bytes)
+{
+#if SQLITE_VERSION_NUMBER >= 3031000
+    sqlite3_hard_heap_limit64(bytes);
+#else
+    sqlite3_soft_heap_limit64(bytes);
+#endif
+}
+
+/// The command that rolls back what a killed program left of a change.
+std::string recovery(std::string const& path)
+{
+    for (Database const& database : databases) {
+        if (path == pathOf(database)) {
+            return ownCommand(fmt::format("recover {}", database.name));
+        }
+    }
+    return ownCommand(fmt::format("recover DB --file {}", quotedFromOutside(path)));
 }
 
 } // namespace
@@ -71,6 +95,21 @@ void requireSafe(std::string const& path)
     }
 }
 
+bool isInWriteAheadMode(std::string const& path)
+{
+    constexpr std::size_t readVersion = 19;
+    std::array<char, readVersion + 1> header = {};
+    std::ifstream(path, std::ios::binary).read(header.data(), header.size());
+    return header[readVersion] == 2;
+}
+
+bool isStaleJournal(std::string const& journal)
+{
+    auto const status = statusOf(journal);
+    return status && S_ISREG(status->st_mode) &&
+           (status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0);
+}
+
 void RecordReader::Closer::operator()(sqlite3* connection) const
 {
     sqlite3_close(connection);
@@ -88,24 +127,51 @@ RecordReader::RecordReader(std::string const& file) : path(file)
             fmt::format("'{}' is in write-ahead mode or has such a log next to it (-wal), which the "
                         "installer cannot read",
                         path),
-            statusOf(path + "-wal") && statusOf(path + "-wal")->st_size == 0
-                ? removal(path + "-wal")
-                : fmt::format("as root: sqlite3 {} 'PRAGMA journal_mode=DELETE'", quotedFromOutside(path)));
+            recovery(path));
     }
-    std::string folder;
-    veskiPathParent(path, folder);
     sqlite3* opened = nullptr;
-    int const code = veskiOpenConnection(folder, path, SQLITE_OPEN_READONLY, restrictedVfs, &opened);
+    int const code =
+        veskiOpenConnection(folderPart(path), path, SQLITE_OPEN_READONLY, restrictedVfs, &opened);
     database.reset(opened);
     if (code != SQLITE_OK) {
         refuse(code);
     }
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
-    // None of the databases has a view; a crafted one in a table's place need not end.
-    sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    fileSize = status->st_size;
+    limit();
     requireNoLeftoverJournal();
     rows("BEGIN");
     rows("SELECT count(*) FROM sqlite_master"); // takes the lock
+    auto const locked = statusOf(path);
+    fileSize = locked ? int64_t{locked->st_size} : fileSize;
+    limit();
+}
+
+RecordReader::~RecordReader()
+{
+    limitHeap(0);
+}
+
+/// Bounds what the file can make SQLite do. A clock alone does not: SQLite looks at it only between instructions.
+void RecordReader::limit()
+{
+    sqlite3* const connection = database.get();
+    sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_limit(connection, SQLITE_LIMIT_FUNCTION_ARG, 0);
+    sqlite3_limit(connection, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 0);
+    sqlite3_limit(connection, SQLITE_LIMIT_LENGTH,
+                  static_cast<int>(std::clamp<int64_t>(fileSize, mebibyte, 1000 * mebibyte)));
+    limitHeap(heapLimit);
+    allowedTime = std::chrono::seconds(10 + fileSize / (10 * mebibyte));
+    allowedBytes = 32 * mebibyte + 8 * fileSize;
+    end = std::chrono::steady_clock::now() + allowedTime;
+    sqlite3_progress_handler(
+        connection, instructionsBetweenLooks,
+        [](void* reader) {
+            return std::chrono::steady_clock::now() > static_cast<RecordReader const*>(reader)->end ? 1 : 0;
+        },
+        this);
 }
 
 /// Refuses a journal that no process is writing: if root read the database, SQLite would change even the journal's
@@ -113,57 +179,96 @@ RecordReader::RecordReader(std::string const& file) : path(file)
 void RecordReader::requireNoLeftoverJournal() const
 {
     std::string const journal = path + "-journal";
-    auto const status = statusOf(journal);
     sqlite3_file* file = nullptr;
     int writing = 0;
-    if (!status ||
+    if (!statusOf(journal) ||
         (sqlite3_file_control(database.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
          file->pMethods->xCheckReservedLock(file, &writing) == SQLITE_OK && writing != 0)) {
         return;
     }
-    bool const over = status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0;
-    if (over) {
-        throw Unreadable(fmt::format("'{}' has a stale journal: '{}'", path, journal), removal(journal));
+    if (isStaleJournal(journal)) {
+        throw Unreadable(fmt::format("'{}' has a stale journal, '{}'", path, journal), recovery(path));
     }
-    throw Unreadable(fmt::format("'{}' is in the middle of a change that was interrupted: '{}' is left over",
-                                 path, journal),
-                     fmt::format("as root, undo the change: sqlite3 {} 'SELECT * FROM pcd_meta'",
-                                 quotedFromOutside(path)));
+    throw Unreadable(
+        fmt::format("'{}' is in the middle of a change that was interrupted: '{}' holds what is to be "
+                    "rolled back",
+                    path, journal),
+        recovery(path));
+}
+
+void RecordReader::forEach(std::string const& query, std::vector<std::string> const& parameters,
+                           std::function<void(Row& row)> const& body) const
+{
+    sqlite3_stmt* compiled = nullptr;
+    int code = sqlite3_prepare_v2(database.get(), query.c_str(), -1, &compiled, nullptr);
+    std::unique_ptr<sqlite3_stmt, StatementCloser> statement(compiled);
+    for (std::size_t each = 0; code == SQLITE_OK && each < parameters.size(); ++each) {
+        code = sqlite3_bind_text(compiled, static_cast<int>(each) + 1, parameters[each].data(),
+                                 static_cast<int>(parameters[each].size()), SQLITE_STATIC);
+    }
+    if (code == SQLITE_OK) {
+        Row row(static_cast<std::size_t>(sqlite3_column_count(compiled)));
+        while ((code = sqlite3_step(compiled)) == SQLITE_ROW) {
+            for (std::size_t column = 0; column < row.size(); ++column) {
+                readValue(compiled, static_cast<int>(column), row[column]);
+                allowedBytes -= bytesOf(row[column]);
+            }
+            if (allowedBytes < 0 || sqlite3_errcode(database.get()) == SQLITE_NOMEM) {
+                code = SQLITE_TOOBIG;
+                break;
+            }
+            body(row);
+        }
+    }
+    if (code != SQLITE_OK && code != SQLITE_DONE) {
+        std::string const message = sqlite3_errmsg(database.get());
+        statement.reset();
+        refuse(code);
+    }
 }
 
 std::vector<Row> RecordReader::rows(std::string const& query,
                                     std::vector<std::string> const& parameters) const
 {
-    sqlite3_stmt* compiled = nullptr;
-    int code = sqlite3_prepare_v2(database.get(), query.c_str(), -1, &compiled, nullptr);
-    std::unique_ptr<sqlite3_stmt, StatementCloser> const statement(compiled);
-    for (std::size_t each = 0; code == SQLITE_OK && each < parameters.size(); ++each) {
-        code = sqlite3_bind_text(compiled, static_cast<int>(each) + 1, parameters[each].c_str(), -1,
-                                 SQLITE_TRANSIENT);
-    }
-    if (code != SQLITE_OK) {
-        refuse(code);
-    }
     std::vector<Row> result;
-    while ((code = sqlite3_step(compiled)) == SQLITE_ROW) {
-        Row& row = result.emplace_back();
-        for (int column = 0; column < sqlite3_column_count(compiled); ++column) {
-            row.push_back(valueOf(compiled, column));
-        }
-    }
-    if (code != SQLITE_DONE) {
-        refuse(code);
-    }
+    forEach(query, parameters, [&](Row& row) {
+        std::size_t const columns = row.size();
+        result.push_back(std::move(row));
+        row = Row(columns);
+    });
     return result;
+}
+
+bool RecordReader::readBytes(char* buffer, int size, int64_t offset) const
+{
+    sqlite3_file* file = nullptr;
+    return sqlite3_file_control(database.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
+           file->pMethods->xRead(file, buffer, size, offset) == SQLITE_OK;
 }
 
 void RecordReader::refuse(int code) const
 {
-    std::string const message = fmt::format("'{}': {}: {}", path, escaped(sqlite3_errmsg(database.get())),
-                                            describeStatus(veskiSQLiteErrorMap(code)));
+    std::string const detail = escaped(sqlite3_errmsg(database.get()));
+    std::string reason = reasonFor(database.get(), path);
+    code &= 0xFF;
+    if (code == SQLITE_BUSY) {
+        database.reset(); // which drops the locks
+        reason = reasonForBusy(path);
+    }
+    std::string const message =
+        fmt::format("'{}': {}: {}", path, detail, describeStatus(veskiSQLiteErrorMap(code), reason));
     switch (code) {
     case SQLITE_BUSY:
-        throw Unreadable(message, "try again when the other program has ended");
+        throw Unreadable(message, reason.empty() ? "try again when the other program has ended"
+                                                 : "copy the file to a file system with locks");
+    case SQLITE_INTERRUPT:
+        throw Unreadable(
+            fmt::format("'{}': it takes more than {} seconds to read, which its size does not explain", path,
+                        allowedTime.count()),
+            "");
+    case SQLITE_NOMEM:
+    case SQLITE_TOOBIG:
+        throw Unreadable(fmt::format("'{}': it takes more memory to read than its size explains", path), "");
     case SQLITE_CANTOPEN:
     case SQLITE_PERM:
         throw Unreadable(message, "run this as a user who may read the file");

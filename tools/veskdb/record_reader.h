@@ -1,15 +1,20 @@
 /// Reads a database file with SQLite alone. A session of the record library would create, upgrade, re-mode and
-/// back up; this leaves every byte, mode and date as it is, and works for whoever may read the file.
+/// back up; this leaves every byte, mode and date as it is, and works for every user who may read the file.
 #ifndef TOOLS_VESKDB_RECORD_READER_H
 #define TOOLS_VESKDB_RECORD_READER_H
 
 #include "libdolmvesk/shared_folder.h"
 #include "tools/veskdb/records.h"
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace veskdb {
 
@@ -30,25 +35,54 @@ public:
 /// @throws Unreadable
 void requireSafe(std::string const& path);
 
+/// Whether the file's header says that changes are kept in a log next to it.
+bool isInWriteAheadMode(std::string const& path);
+
+/// Whether a journal holds nothing to roll back.
+bool isStaleJournal(std::string const& journal);
+
 /// One read transaction: all rows are of the same moment, and no process changes the file while this lives.
+///
+/// What is read is bounded, because anything may have written the file: a query ends after ten seconds and a second
+/// for each 10 MiB of the file, SQLite takes at most 192 MiB, and rows take at most 32 MiB and eight times the
+/// file's size. No view is read, and nothing in a schema can call a function that takes arguments.
 class RecordReader
 {
 public:
-    /// Waits for a lock for up to 2000 milliseconds.
+    /// Waits for a lock for as long as the record library does.
     ///
     /// Refuses a file in write-ahead mode, or with such a log next to it, because SQLite creates files to read
-    /// one, and a file next to which a change has left its journal. No view is read.
+    /// one, and a file next to which a change has left its journal.
     ///
     /// @throws Unreadable
     explicit RecordReader(std::string const& path);
+    RecordReader(RecordReader const&) = delete;
+    RecordReader& operator=(RecordReader const&) = delete;
+    ~RecordReader();
 
     /// Runs a query, its parameters ?1, ?2, ... bound to the texts.
     ///
     /// @throws Unreadable
     std::vector<Row> rows(std::string const& query, std::vector<std::string> const& parameters = {}) const;
 
+    /// Runs a query and calls a body with each row in turn, which the next call changes.
+    ///
+    /// @throws Unreadable
+    void forEach(std::string const& query, std::vector<std::string> const& parameters,
+                 std::function<void(Row& row)> const& body) const;
+
+    /// Bytes of the file.
+    int64_t size() const { return fileSize; }
+
+    /// Reads bytes of the file through SQLite: any other descriptor of it, once closed, would drop the lock.
+    ///
+    /// @param offset  with the size within the file
+    /// @return whether they were read
+    bool readBytes(char* buffer, int size, int64_t offset) const;
+
 private:
     void requireNoLeftoverJournal() const;
+    void limit();
     [[noreturn]] void refuse(int code) const;
 
     struct Closer
@@ -56,8 +90,12 @@ private:
         void operator()(sqlite3* connection) const;
     };
     std::string path;
-    std::unique_ptr<RestrictedVfs> restrictedVfs; // the connection's
-    std::unique_ptr<sqlite3, Closer> database;
+    int64_t fileSize = 0;
+    std::chrono::steady_clock::time_point end;
+    std::chrono::seconds allowedTime{0};
+    mutable int64_t allowedBytes = 0;             ///< of rows
+    std::unique_ptr<RestrictedVfs> restrictedVfs; ///< the connection's
+    mutable std::unique_ptr<sqlite3, Closer> database;
 };
 
 } // namespace veskdb

@@ -25,6 +25,9 @@ enum class ValueKind
     kState ///< a PdbInstallState; in words for people
 };
 
+/// The kind of a column of any of the databases, by its name.
+ValueKind kindOf(std::string const& column);
+
 struct Column
 {
     std::string name;    ///< the schema's

@@ -36,8 +36,25 @@ public:
         if (findings.faults.empty()) {
             checkPages();
         }
-        if (findings.faults.empty()) {
+        if (findings.faults.empty() && version <= newest) {
             checkRows();
+        }
+    }
+
+    /// A file is the database whose tables it has; of several, the one with the most.
+    void checkKind()
+    {
+        std::vector<std::string> const missing = tablesMissingOf(database);
+        if (!missing.empty()) {
+            fault(fmt::format("it is not {}: tables are missing: {}", database.title,
+                              fmt::join(missing, ", ")));
+            return;
+        }
+        for (Database const& other : databases) {
+            if (tablesIn(schemaCreated(other, 1)).size() > tablesIn(schemaCreated(database, 1)).size() &&
+                tablesMissingOf(other).empty()) {
+                fault(fmt::format("it is {}, not {}", other.title, database.title));
+            }
         }
     }
 
@@ -56,23 +73,6 @@ private:
             }
         }
         return missing;
-    }
-
-    /// A file is the database whose tables it has; of several, the one with the most.
-    void checkKind()
-    {
-        std::vector<std::string> const missing = tablesMissingOf(database);
-        if (!missing.empty()) {
-            fault(fmt::format("it is not {}: tables are missing: {}", database.title,
-                              fmt::join(missing, ", ")));
-            return;
-        }
-        for (Database const& other : databases) {
-            if (tablesIn(schemaCreated(other, 1)).size() > tablesIn(schemaCreated(database, 1)).size() &&
-                tablesMissingOf(other).empty()) {
-                fault(fmt::format("it is {}, not {}", other.title, database.title));
-            }
-        }
     }
 
     /// A version row's number, a row that is missing or no number being a finding.
@@ -145,6 +145,12 @@ private:
 
     void checkPages()
     {
+        int64_t const pages = std::get<int64_t>(reader.rows("PRAGMA page_count")[0][0]);
+        int64_t const pageSize = std::get<int64_t>(reader.rows("PRAGMA page_size")[0][0]);
+        if (pages * pageSize != reader.size()) {
+            fault(fmt::format("its size is {} bytes, not {} pages of {} bytes", reader.size(), pages,
+                              pageSize));
+        }
         for (Row const& row : reader.rows("PRAGMA integrity_check")) {
             std::string const message = asText(row[0]);
             if (message != "ok") {
@@ -156,27 +162,46 @@ private:
     struct RowCheck
     {
         StoreDescription const* store;
-        char const* query;
+        char const* table;
+        char const* condition; ///< of the rows that are counted
         char const* what;
-        char const* nextStep; ///< null: a note
+        char const* nextStep; ///< words of a veskdb command; empty: a sound copy; null: a note
     };
 
     void checkRows()
     {
         RowCheck const checks[] = {
-            {&payloadDatabase,
-             "SELECT count(*) FROM upgraded_payloads WHERE payloadIDOriginal NOT IN (SELECT PayloadID FROM "
-             "payloads) OR payloadIDUpgraded NOT IN (SELECT PayloadID FROM payloads)",
+            {&payloadDatabase, "upgraded_payloads",
+             "payloadIDOriginal NOT IN (SELECT PayloadID FROM payloads) OR payloadIDUpgraded NOT IN (SELECT "
+             "PayloadID FROM payloads)",
              "records of upgrades that name a payload no longer on record", nullptr},
-            {&payloadDatabase,
-             "SELECT count(*) FROM dependencies WHERE PayloadIDb NOT IN (SELECT PayloadID FROM payloads)",
+            {&payloadDatabase, "dependencies", "PayloadIDb NOT IN (SELECT PayloadID FROM payloads)",
              "relations to payloads that are not on record", nullptr},
+            {&payloadDatabase, "dependencies", "PayloadID NOT IN (SELECT PayloadID FROM payloads)",
+             "relations of payloads that are not on record", "remove pdb ID --relation OTHER"},
+            {&payloadDatabase, "dependencies", "type NOT IN (SELECT type FROM dependency_type)",
+             "relations of a type that is not in dependency_type", "remove pdb ID --relation OTHER"},
+            {&payloadDatabase, "payload_data", "PayloadID NOT IN (SELECT PayloadID FROM payloads)",
+             "data of payloads that are not on record", "remove pdb ID --data DOMAIN KEY"},
+            {&payloadDatabase, "payloads", "installState NOT IN (0, 2)",
+             "payloads in a state other than 0 or 2", "set pdb ID --state installed|not-installed"},
+            {&catalogue, "dolm_collection_payload",
+             "collectionID NOT IN (SELECT collectionID FROM dolm_collection) OR payloadID NOT IN (SELECT payloadID "
+             "FROM dolm_payload)",
+             "rows of dolm_collection_payload that name a collection or payload that is not on record", ""},
+            {&catalogue, "dolm_payload_constraint", "payloadID NOT IN (SELECT payloadID FROM dolm_payload)",
+             "constraints of payloads that are not on record", ""},
+            {&catalogue, "payload_data", "payloadID NOT IN (SELECT payloadID FROM dolm_payload)",
+             "data of payloads that are not on record", ""},
+            {&catalogue, "collection_data", "collectionID NOT IN (SELECT collectionID FROM dolm_collection)",
+             "data of collections that are not on record", ""},
         };
         for (RowCheck const& check : checks) {
             if (check.store != database.store) {
                 continue;
             }
-            std::string const count = asText(reader.rows(check.query)[0][0]);
+            std::string const count = asText(reader.rows(
+                fmt::format("SELECT count(*) FROM {} WHERE {}", check.table, check.condition))[0][0]);
             if (count == "0") {
                 continue;
             }
@@ -184,7 +209,8 @@ private:
             if (check.nextStep == nullptr) {
                 findings.notes.push_back(what);
             } else {
-                findings.contentFaults.push_back({what, check.nextStep});
+                std::string const step = check.nextStep;
+                findings.contentFaults.push_back({what, step.empty() ? "" : ownCommand(step)});
             }
         }
     }
@@ -198,6 +224,18 @@ private:
 };
 
 } // namespace
+
+bool isKindOf(std::string const& path, Database const& database)
+{
+    try {
+        Findings findings;
+        RecordReader const reader(path);
+        Examination(reader, database, findings).checkKind();
+        return findings.faults.empty();
+    } catch (Unreadable const&) {
+        return false;
+    }
+}
 
 Findings examine(std::string const& path, Database const& database)
 {

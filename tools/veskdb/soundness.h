@@ -28,6 +28,9 @@ struct Findings
 /// Reports whatever the file holds, throws only std::bad_alloc.
 Findings examine(std::string const& path, Database const& database);
 
+/// Whether a file can be read as this database, which need not be sound.
+bool isKindOf(std::string const& path, Database const& database);
+
 } // namespace veskdb
 
 #endif

@@ -6,7 +6,7 @@
 
 namespace veskdb {
 
-std::string describeStatus(int32_t status)
+std::string describeStatus(int32_t status, std::string const& reason)
 {
     struct
     {
@@ -32,7 +32,7 @@ std::string describeStatus(int32_t status)
     };
     for (auto const& each : statuses) {
         if (each.status == status) {
-            return fmt::format("{} ({}), {}", each.name, status, each.meaning);
+            return fmt::format("{} ({}), {}", each.name, status, reason.empty() ? each.meaning : reason);
         }
     }
     return fmt::format("status {}", status);

@@ -9,7 +9,8 @@ namespace veskdb {
 
 /// @return name, number and meaning, such as "kVeskNotFound (8), it does not exist"; "status 99" for a number
 ///         that is no status
-std::string describeStatus(int32_t status);
+/// @param reason  what is known of the cause, in place of the meaning; empty: nothing
+std::string describeStatus(int32_t status, std::string const& reason = "");
 
 } // namespace veskdb
 

@@ -40,6 +40,16 @@ std::string textOfCounts(Counts const& counts)
 
 } // namespace
 
+ValueKind kindOf(std::string const& column)
+{
+    if (column == "installState") {
+        return ValueKind::kState;
+    }
+    bool const time = column == "installTime" || column == "tsInstalled" || column == "tsModified" ||
+                      column == "time_action";
+    return time ? ValueKind::kTime : ValueKind::kPlain;
+}
+
 std::string escaped(std::string_view text)
 {
     return common::printable(text, "\\\t");
@@ -88,6 +98,15 @@ std::string asText(Value const& value)
 {
     auto const* const text = std::get_if<std::string>(&value);
     return text != nullptr ? *text : std::holds_alternative<Null>(value) ? "" : textOf(value);
+}
+
+std::string hexOf(std::string_view bytes)
+{
+    std::string digits;
+    for (char const each : bytes) {
+        digits += fmt::format("{:02X}", static_cast<unsigned char>(each));
+    }
+    return digits;
 }
 
 } // namespace veskdb

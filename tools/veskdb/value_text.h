@@ -21,6 +21,9 @@ std::string textOf(Value const& value, ValueKind kind = ValueKind::kPlain);
 /// The bytes of a value: a text as it is, a number's digits; empty for a null.
 std::string asText(Value const& value);
 
+/// Two hexadecimal digits for each byte.
+std::string hexOf(std::string_view bytes);
+
 } // namespace veskdb
 
 #endif

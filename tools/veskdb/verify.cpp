@@ -3,15 +3,18 @@
 #include "libdolmvesk/plat_utils.h"
 #include "tools/common/alternate_root.h"
 #include "tools/veskdb/file_status.h"
+#include "tools/veskdb/id_mappings.h"
 #include "tools/veskdb/own_command.h"
 #include "tools/veskdb/present.h"
 #include "tools/veskdb/record_reader.h"
 #include "tools/veskdb/refusal.h"
+#include "tools/veskdb/replacement.h"
 #include "tools/veskdb/soundness.h"
 #include "tools/veskdb/status_name.h"
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <set>
 
 namespace veskdb {
 
@@ -37,6 +40,7 @@ public:
     }
 
     std::size_t faults = 0;
+    std::set<std::string> parents; ///< the folders above the databases that were checked
     Section section = {"",
                        false,
                        {{"result", "RESULT"},
@@ -59,20 +63,86 @@ std::string restoreStep(Database const& database, bool backupSound)
                              restore, path, path);
 }
 
+/// Whether a difference in owner is a fault: users that this process cannot see all look alike.
+bool isOwnerVisible(struct stat const& status, uid_t owner, gid_t group)
+{
+    return isUserVisible(status.st_uid) && isGroupVisible(status.st_gid) && isUserVisible(owner) &&
+           isGroupVisible(group);
+}
+
+char const hiddenOwner[] = "; this user namespace hides the owners of files";
+
 void checkAccess(Database const& database, std::string const& path, struct stat const& status, Report& report)
 {
     bool const folder = S_ISDIR(status.st_mode);
     DatabaseAccess const& access = databaseAccess(database.store->sharedAccess);
     mode_t const mode = folder ? access.folder : access.file;
     if (status.st_uid != access.owner || status.st_gid != access.group) {
-        report.fault(
-            database, path,
-            fmt::format("its owner is {}, not {}:{}", ownerOf(status), access.owner, access.group),
-            fmt::format("as root: chown {}:{} {}", access.owner, access.group, quotedFromOutside(path)));
+        std::string const what =
+            fmt::format("its owner is {}, not {}:{}", ownerOf(status), access.owner, access.group);
+        if (isOwnerVisible(status, access.owner, access.group)) {
+            report.fault(
+                database, path, what,
+                fmt::format("as root: chown {}:{} {}", access.owner, access.group, quotedFromOutside(path)));
+        } else {
+            report.add("note", database, path, what + hiddenOwner, "verify outside the user namespace");
+        }
     }
     if ((status.st_mode & 07777U) != mode) {
         report.fault(database, path, fmt::format("its mode is {}, not {:04o}", modeOf(status), mode),
                      fmt::format("as root: chmod {:04o} {}", mode, quotedFromOutside(path)));
+    }
+}
+
+/// Who can write a folder above a database can replace the database.
+void checkParents(Database const& database, std::string const& folder, Report& report)
+{
+    constexpr uid_t superUser = 0;
+    for (std::string path = folder; path != "/" && path != ".";) {
+        path = folderPart(path);
+        auto const status = statusOf(path);
+        if (!status || !report.parents.insert(path).second) {
+            continue;
+        }
+        if (status->st_uid != superUser) {
+            bool const visible = isUserVisible(status->st_uid);
+            std::string const what = fmt::format(
+                "a folder above the database belongs to user {}, who can replace it", status->st_uid);
+            if (visible) {
+                report.fault(database, path, what,
+                             fmt::format("as root: chown 0 {}", quotedFromOutside(path)));
+            } else {
+                report.add("note", database, path, what + hiddenOwner, "verify outside the user namespace");
+            }
+        }
+        if ((status->st_mode & S_IWOTH) != 0 && (status->st_mode & S_ISVTX) == 0) {
+            report.fault(
+                database, path,
+                fmt::format(
+                    "every user may write a folder above the database, and so replace it: its mode is "
+                    "{}",
+                    modeOf(*status)),
+                fmt::format("as root: chmod o-w {}", quotedFromOutside(path)));
+        }
+    }
+}
+
+/// What killed programs and earlier backups have left next to a file.
+void noteLeftovers(Database const& database, std::string const& path, std::string const& cleaning,
+                   Report& report)
+{
+    Leftovers const temporary = temporaryFilesOf(path);
+    Leftovers const dated = datedCopiesOf(path);
+    if (temporary.number > 0) {
+        report.add("note", database, path,
+                   fmt::format("{} temporary files, {} bytes, were left by an interrupted backup or restore",
+                               temporary.number, temporary.bytes),
+                   "the next one removes them: " + cleaning);
+    }
+    if (dated.number > 0) {
+        report.add(
+            "note", database, path, fmt::format("{} dated copies, {} bytes", dated.number, dated.bytes),
+            fmt::format("remove those that are no longer needed: ls -l {}.2*", quotedFromOutside(path)));
     }
 }
 
@@ -81,7 +151,8 @@ void checkBackupAccess(Database const& database, std::string const& path, Report
 {
     auto const status = statusOf(path);
     uid_t const owner = databaseAccess(database.store->sharedAccess).owner;
-    if (status && (status->st_uid != owner || (status->st_mode & S_IWOTH) != 0)) {
+    bool const foreign = status && status->st_uid != owner;
+    if (status && ((foreign && isUserVisible(status->st_uid)) || (status->st_mode & S_IWOTH) != 0)) {
         report.fault(database, path,
                      fmt::format("others may write it: its owner is {}, its mode {}", ownerOf(*status),
                                  modeOf(*status)),
@@ -110,6 +181,7 @@ void checkLiveFile(Database const& database, std::string const& path, struct sta
     checkAccess(database, path, status, report);
     Findings const found = examine(path, database);
     reportFindings(database, path, found, "", restoreStep(database, backupSound), report);
+    noteLeftovers(database, path, ownCommand(fmt::format("restore {}", database.name)), report);
     if (found.faults.empty() && statusOf(path + "-journal")) {
         report.add("note", database, path + "-journal", "a change is under way, or left this behind",
                    "verify again later");
@@ -129,6 +201,7 @@ void checkDatabase(Database const& database, Report& report)
     if (auto const folder = statusOf(folderOf(database))) {
         checkAccess(database, folderOf(database), *folder, report);
     }
+    checkParents(database, folderOf(database), report);
     struct stat link = {};
     bool recorded = false;
     if (auto const status = statusOf(path)) {
@@ -151,6 +224,7 @@ void checkDatabase(Database const& database, Report& report)
         std::string const anew = ownCommand(fmt::format("backup {}", database.name));
         reportFindings(database, backup, inBackup, "the backup is not usable: ",
                        sound ? anew : "after the database itself is sound: " + anew, report);
+        noteLeftovers(database, backup, anew, report);
         checkBackupAccess(database, folderPart(backup), report);
         checkBackupAccess(database, backup, report);
         if (report.faults == beforeBackup) {

@@ -1,0 +1,19 @@
+/// The types of relations between payloads, by the words of the command line.
+#ifndef TOOLS_VESKDB_RELATION_TYPES_H
+#define TOOLS_VESKDB_RELATION_TYPES_H
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace veskdb {
+
+/// Each at the number of its PdbDependencyType.
+extern std::array<char const*, 8> const relationTypes;
+
+/// @throws Refusal (kExitError) that names the types
+int32_t relationTypeNamed(std::string const& name);
+
+} // namespace veskdb
+
+#endif

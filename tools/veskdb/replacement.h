@@ -1,0 +1,76 @@
+/// A new file that takes another one's place atomically, and what a killed program leaves of one.
+#ifndef TOOLS_VESKDB_REPLACEMENT_H
+#define TOOLS_VESKDB_REPLACEMENT_H
+
+#include "platform/descriptor.h"
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+
+namespace veskdb {
+
+class RecordReader;
+
+/// A new file in a target's folder, "TARGET.veskdb-XXXXXX", mode 0600 and locked, so that no other process takes it for
+/// a leftover. Removed with the object unless it has replaced the target.
+///
+/// Names are looked up below a descriptor of the folder, and links are never followed: other users may write there.
+class Replacement
+{
+public:
+    /// @throws Refusal (kExitError) when the folder takes no file
+    explicit Replacement(std::string const& targetPath);
+    Replacement(Replacement const&) = delete;
+    Replacement& operator=(Replacement const&) = delete;
+    ~Replacement();
+
+    /// Copies a database byte for byte.
+    ///
+    /// @throws Refusal (kExitError)
+    void copyFrom(RecordReader const& source) const;
+
+    /// For a file that is written by its name.
+    std::string path() const;
+
+    /// Gives the file a mode and, as far as this user may, an owner.
+    void setAccess(uid_t owner, gid_t group, mode_t mode) const;
+
+    /// Syncs the file and lets it take the target's place. The file that it replaces is kept next to it, under its name
+    /// and the time, "pdb.db.20090213T233130Z", with its owner and mode; nothing is overwritten.
+    ///
+    /// @return the path under which the file before is kept; empty when there was none
+    /// @throws Refusal (kExitError); the target is then as it was
+    std::string replaceTarget();
+
+private:
+    std::string keepAside();
+
+    std::string const target;
+    std::string const base; ///< the target's name in its folder
+    platform::Descriptor const folder;
+    std::string name;
+    int file = -1;
+    int kept = -1; ///< the file before, open until the end: closing it drops this process's locks on it
+    bool published = false;
+};
+
+/// Files of one kind next to a target.
+struct Leftovers
+{
+    int64_t number = 0;
+    int64_t bytes = 0;
+};
+
+/// What killed programs have left of replacements of a target: those that no process has locked.
+Leftovers temporaryFilesOf(std::string const& target);
+
+/// The dated copies of a target.
+Leftovers datedCopiesOf(std::string const& target);
+
+/// Removes what temporaryFilesOf counts, as far as this user may.
+void removeTemporaryFilesOf(std::string const& target);
+
+} // namespace veskdb
+
+#endif
