@@ -28,12 +28,14 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tessarine-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SOURCE ${plugin_package})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS ${plugin_package})
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS ansible-core)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "run installer hooks by hand and maintain the installer's records
 hookhost calls a custom-hook plug-in as the package installer would, in a
 watched process and, if asked to, in another root folder.
 .
 veskdb lists, shows, changes, verifies, backs up and restores the installer's
-four databases.")
+four databases. Ansible playbooks that do so on many machines are among the
+examples.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME tessarine-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SOURCE ${plugin_package})
