@@ -4,13 +4,12 @@ if(TESSARINE_PLATFORM STREQUAL "mac")
     enable_language(OBJCXX)
     find_package(SQLite3 REQUIRED)
     add_library(PkgConfig::sqlite3 ALIAS SQLite::SQLite3) # the name that it has elsewhere
-    return() # the tools and the tests are built on Debian alone
+else()
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
+    pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
+    pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
 endif()
-
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
-pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
-pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
 
 if(TESSARINE_PLATFORM STREQUAL "gnustep")
     set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER}) # GCC: the runtime's headers are among its own

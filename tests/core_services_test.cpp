@@ -1,8 +1,53 @@
-// The macOS sources that no other system can build, against stand-ins for the calls that they make.
+// The macOS source that no other system can build, with bodies of this test's for the calls that it makes.
 #include "platform/platform.h"
 
 #include <CoreServices/CoreServices.h>
 #include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+OSStatus tooShortStatus; // what FSRefMakePath returns for a short buffer
+std::string folderPath;
+
+} // namespace
+
+CFAllocatorRef const kCFAllocatorDefault = nullptr;
+
+OSErr FSFindFolder(SInt16, OSType, Boolean, FSRef*)
+{
+    return noErr;
+}
+
+OSStatus FSRefMakePath(FSRef const*, UInt8* path, UInt32 size)
+{
+    if (size <= folderPath.size()) {
+        return tooShortStatus;
+    }
+    std::strcpy(reinterpret_cast<char*>(path), folderPath.c_str());
+    return noErr;
+}
+
+CFUUIDRef CFUUIDCreate(CFAllocatorRef)
+{
+    return reinterpret_cast<CFUUIDRef>("0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0");
+}
+
+CFStringRef CFUUIDCreateString(CFAllocatorRef, CFUUIDRef identifier)
+{
+    return reinterpret_cast<CFStringRef>(identifier);
+}
+
+Boolean CFStringGetCString(CFStringRef string, char* text, CFIndex size, CFStringEncoding)
+{
+    auto const characters = reinterpret_cast<char const*>(string);
+    return std::strlen(characters) < static_cast<size_t>(size) && std::strcpy(text, characters) != nullptr;
+}
+
+void CFRelease(CFTypeRef)
+{
+}
 
 namespace {
 
@@ -19,11 +64,11 @@ TEST(CoreServices, FolderPathBufferGrowsUntilThePathFits)
         {1024, -43, false},                            // no such file
     };
     for (auto const& each : cases) {
-        carbon_stand_in::folderPath.assign(each.length, 'x');
-        carbon_stand_in::tooShortStatus = each.tooShort;
+        folderPath.assign(each.length, 'x');
+        tooShortStatus = each.tooShort;
         std::string out = "untouched";
         EXPECT_EQ(platform::localApplicationSupport(out), each.found);
-        EXPECT_EQ(out, each.found ? carbon_stand_in::folderPath : "untouched");
+        EXPECT_EQ(out, each.found ? folderPath : "untouched");
     }
     EXPECT_EQ(platform::newUUIDString(), "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0");
 }
