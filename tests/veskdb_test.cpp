@@ -255,7 +255,23 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
         {"set pdb APP --state=", 2, "--state= has no value"},
         {"set pdb NONE --state installed", 1, "payload 'NONE': kVeskNotFound (8)"},
         {"set pdb NONE --data 0 K V", 1, "payload 'NONE': kVeskNotFound (8)"},
-        {"set pdb OLD --state installed", 2, "kVeskConflict (16)"},
+        {"set pdb OLD --state installed", 2, "in conflict with 'RIVAL': kVeskConflict (16)"},
+        {"set pdb OLD --relation conflicts OLD", 2, "cannot be in conflict with itself"},
+        {"add pdb A --family F --name N --version 1 --signature s --conflicts A", 2, "conflict with itself"},
+        {"set pdb OLD --relation likes APP", 2,
+         "the type of relation 'likes' is unknown; give conflicts, upgrades"},
+        {"set pdb OLD --data 6 K V", 2, "invalid domain '6' of payload data; give a number from 0 to 5"},
+        {"set pdb OLD --value-from /none", 2, "--value-from needs --data"},
+        {"set pcd 1 a b c --value-from /none", 2, "not both"},
+        {"set pcd 1 a b --value-from none", 2, "--value-from 'none' is relative"},
+        {"set pcd 1 a b --value-from /none", 2, "No such file"},
+        {"remove pdb APP --relation OLD", 2, "(upgrades)? There is no terminal"},
+        {"remove pdb APP --data 0 INSTALLDIR", 2, "no terminal"},
+        {"remove pdb APP --relation NONE --yes", 1, "kVeskNotFound (8)"},
+        {"remove pdb APP --data 0 NONE --yes", 1, "kVeskNotFound (8)"},
+        {"restore pdb --yes=", 2, "has no value"},
+        {"backup pdb --to \"/Library/Application Support/Zelko/backup/vesk.db\"", 2,
+         "the catalogue itself, its backup"},
         {"remove pdb NONE --yes", 1, "kVeskNotFound (8)"},
         {"remove pdb APP", 2,
          "with it, what it has upgraded: 'OLD'? There is no terminal to ask on; give --yes"},
@@ -304,6 +320,22 @@ TEST_F(Veskdb, ChangesWhatItIsGiven)
     mustDo("add --replace pdb APP --family F2 --name N2 --version 13 --signature ''");
     EXPECT_THAT(sql(pdb, "SELECT productName, installState FROM payloads WHERE PayloadID='APP'"),
                 ElementsAre("N2", "0"));
+    mustDo(
+        "set pdb APP --relation load-lang-pack LANG --conflicts RIVAL --relation requires LIB --state installed");
+    EXPECT_THAT(sql(pdb, "SELECT type, PayloadIDb FROM dependencies WHERE PayloadID = 'APP' ORDER BY type"),
+                ElementsAre("0", "RIVAL", "1", "OLD", "2", "LIB", "7", "LANG"));
+    mustDo("remove pdb APP --relation LIB --yes");
+    mustDo("remove pdb APP --data 3 K --yes");
+    EXPECT_THAT(sql(pdb, "SELECT type FROM dependencies ORDER BY type; SELECT key FROM payload_data"),
+                ElementsAre("0", "1", "7", "INSTALLDIR"));
+    std::string const value = "two\nlines\xFF\n" + std::string(2000000, 'x') + "\n";
+    writeFile("/value", value);
+    mustDo("set pdb APP --data 0 K --value-from /value");
+    EXPECT_EQ(shell("$veskdb set cache 1 sub big --value-from - <\"$root/value\"").status, 0);
+    EXPECT_TRUE(sql(pdb, "SELECT value FROM payload_data WHERE key = 'K'")[0] == value);
+    EXPECT_TRUE(sql(cache, "SELECT value FROM domain_data WHERE key = 'big'")[0] == value);
+    EXPECT_THAT(shell("printf 'a\\0b' | $veskdb set cache 1 sub big --value-from -").err, HasSubstr("NUL"));
+    mustDo("set pdb APP --state not-installed");
     mustDo("set pcd 1 '{E2B9}' second 2");
     mustDo("remove pcd 1 '{E2B9}' second");
     EXPECT_THAT(sql(pcd, "SELECT key FROM domain_data"), ElementsAre("DefaultDriverPayload"));
@@ -359,8 +391,33 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
          2, "kVeskBusy (14)"},
     };
     refuses(cases, records);
+    // Where nothing can be written, the reason is named.
+    std::string const mounted = "unshare --mount sh -c 'zelko=\"$0/Library/Application Support/Zelko\"; ";
+    if (shell("unshare --mount true").status == 0) {
+        refuses(
+            {{mounted + "mount --bind \"$zelko\" \"$zelko\" && mount -o remount,bind,ro \"$zelko\" && " VESKDB
+                        " --root $0 set pdb APP --state installed' $root",
+              2, "kVeskAccessDenied (11), the file system is read-only"},
+             {mounted + "mount -t tmpfs -o size=8k,mode=755 tmpfs \"$zelko\" && " VESKDB
+                        " --root $0 set cache 1 a b c' $root",
+              2, "the disk is full"}},
+            records);
+    }
+    if (!UNDER_SANITIZERS) {
+        refuses({{"LD_PRELOAD=" WITHOUT_LOCKS " $veskdb list pdb", 2, "the file system grants no locks"},
+                 {"LD_PRELOAD=" WITHOUT_LOCKS " $veskdb set pdb APP --data 0 K V", 2,
+                  "the file system grants no locks"}},
+                records);
+    }
     // A closed pipe is no reason to do half: there is nothing to print.
     EXPECT_EQ(shell("$veskdb set pdb APP --data 0 K V >&-").status, 0);
+    unlink(pdb.c_str());
+    refuses(
+        {{"$veskdb add pdb NEW --family F --name N --version 1 --signature s", 2, "kVeskNeedsRestore (5)"},
+         {"$veskdb set pdb APP --state installed", 2, "restore pdb"},
+         {"$veskdb remove pdb APP --yes", 2, "restore pdb"},
+         {"$veskdb list pdb", 1, "but its backup does; to restore it: "}},
+        [] { return exists(pdb); });
 }
 
 TEST_F(Veskdb, VerifyReportsEachFaultWithItsFileAndTheNextStep)
@@ -558,6 +615,31 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
     mustDo("backup pcd --to /copies.db");
     EXPECT_TRUE(readFile("/copies.db") == readFile(pcd));
     EXPECT_THAT(namesIn("/"), ElementsAre("Library", "copies.db", testing::StartsWith("copies.db.2")));
+
+    // Owner and mode stay as they were; what is not a copy of the database stays altogether.
+    chmod("/copies.db", 0640);
+    mustDo("backup pcd --to /copies.db");
+    EXPECT_EQ(accessOf("/copies.db").substr(0, 4), "0640");
+    EXPECT_EQ(accessOf("/" + namesIn("/")[2]).substr(0, 4), "0644");
+    EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
+    writeFile("/text", "text");
+    (void)!symlink("/copies.db", "/link");
+    refuses({{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
+             {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},
+             {"$veskdb backup pcd --to /link", 2, "is a link"}},
+            [] { return std::pair(namesIn("/"), readFile("/copies.db") + readFile("/text")); });
+
+    // What a killed backup has left goes with the next one, but not while it runs.
+    writeFile(pdbBackup + ".veskdb-killed", "1234");
+    writeFile(pdbBackup + ".veskdb-runs__", "5678");
+    EXPECT_THAT(veskdb("verify pdb").out, HasSubstr("backup or restore: 2, 8 bytes\t"));
+    ShellResult const next = shell("flock \"$root" + pdbBackup + ".veskdb-runs__\" $veskdb backup pdb");
+    EXPECT_EQ(next.status, 0) << next.err;
+    EXPECT_FALSE(exists(pdbBackup + ".veskdb-killed"));
+    EXPECT_TRUE(exists(pdbBackup + ".veskdb-runs__"));
+    EXPECT_THAT(veskdb("verify pdb").out, HasSubstr("dated copies: 1, "));
+    std::filesystem::remove_all(zelko + "backup");
+    mustDo("backup");
 
     std::string const kept = readFile(pdbBackup);
     mustDo("set pdb APP --data 0 K V");

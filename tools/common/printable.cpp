@@ -2,6 +2,7 @@
 
 #include "tools/common/utf8.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace common {
@@ -47,7 +48,19 @@ bool isControl(std::string_view character, bool complete)
 std::string printable(std::string_view text, std::string_view alsoEscaped)
 {
     std::string result;
-    result.reserve(text.size());
+    appendPrintable(result, text, alsoEscaped);
+    return result;
+}
+
+void appendPrintable(std::string& result, std::string_view text, std::string_view alsoEscaped)
+{
+    bool const plain = std::all_of(text.begin(), text.end(), [&](char each) {
+        return each >= ' ' && each < '\x7F' && alsoEscaped.find(each) == std::string_view::npos;
+    });
+    if (plain) {
+        result += text;
+        return;
+    }
     for (std::size_t at = 0; at < text.size();) {
         std::size_t const length = characterLength(text, at);
         std::string_view const character = text.substr(at, length == 0 ? 1 : length);
@@ -62,7 +75,6 @@ std::string printable(std::string_view text, std::string_view alsoEscaped)
         }
         at += character.size();
     }
-    return result;
 }
 
 } // namespace common

@@ -17,6 +17,9 @@ namespace common {
 /// @return the text with such characters as \n, \r, \t, \\ or, byte by byte, \xNN
 std::string printable(std::string_view text, std::string_view alsoEscaped = "");
 
+/// The same, at the end of another text.
+void appendPrintable(std::string& result, std::string_view text, std::string_view alsoEscaped = "");
+
 } // namespace common
 
 #endif

@@ -96,6 +96,13 @@ void removeLeftovers(Database const& database)
 /// Refuses the target of --to unless it is free, empty or a copy of the same database.
 void requireOwnTarget(std::string const& target, Database const& database)
 {
+    for (Database const& each : databases) {
+        bool const own = &each == &database;
+        if (target == pathOf(each) || (!own && each.store->hasBackup && target == backupPathOf(each))) {
+            refuse(fmt::format("--to '{}' is {} itself{}; give the path of a new file", target, each.title,
+                               target == pathOf(each) ? "" : ", its backup"));
+        }
+    }
     struct stat status = {};
     if (lstat(target.c_str(), &status) != 0) {
         return;

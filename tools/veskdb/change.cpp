@@ -91,11 +91,16 @@ std::string Change::reasonForFailure(std::string const& path)
     if (connection == nullptr) {
         return "";
     }
-    if (sqlite3_errcode(connection) == SQLITE_ERROR) {
+    int code = sqlite3_errcode(connection);
+    if (code == SQLITE_ERROR) {
         sqlite3_exec(connection, "BEGIN", nullptr, nullptr, nullptr); // unless the transaction is still open
-        sqlite3_exec(connection, database.store->schemas[0][0], nullptr, nullptr, nullptr);
+        code = SQLITE_OK;
+        for (StatementList each = database.store->schemas[0]; *each != nullptr && code == SQLITE_OK; ++each) {
+            code = sqlite3_exec(connection, *each, nullptr, nullptr, nullptr);
+        }
+        code = code == SQLITE_OK ? sqlite3_db_cacheflush(connection) : code;
     }
-    return reasonFor(connection, path);
+    return reasonFor(code, sqlite3_system_errno(connection), path);
 }
 
 void Change::commit()

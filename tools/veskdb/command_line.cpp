@@ -386,11 +386,11 @@ private:
                  });
         addValueFrom(setPdb);
         forms[&setPdb].check = [&options, &setPdb] {
-            if (!options.state && !options.data && options.relations.empty()) {
-                refuse(fmt::format("nothing to set; the form is\n  {}", synopsisOf(setPdb)));
-            }
             if (options.valueFrom && !options.data) {
                 refuse("--value-from needs --data DOMAIN KEY");
+            }
+            if (!options.state && !options.data && options.relations.empty()) {
+                refuse(fmt::format("nothing to set; the form is\n  {}", synopsisOf(setPdb)));
             }
             checkRelations(options);
         };

@@ -25,18 +25,24 @@ std::vector<Column> columnsNamed(std::vector<std::string> const& names)
     return columns;
 }
 
-/// Reads one section; the rest of the query begins with the table.
-Section read(RecordReader const& reader, std::string const& name, bool single,
-             std::vector<Column> const& columns, std::string const& rest,
-             std::vector<std::string> const& parameters = {})
+/// Reads one section into a presentation.
+///
+/// @param rest  of the query after FROM
+/// @return how many records it has
+std::size_t read(RecordReader const& reader, Presenter& presenter, Section const& section,
+                 std::string const& rest, std::vector<std::string> const& parameters = {})
 {
-    std::vector<std::string> names;
-    names.reserve(columns.size());
-    for (Column const& column : columns) {
-        names.push_back(column.name);
+    std::string names;
+    for (Column const& column : section.columns) {
+        names += (names.empty() ? "" : ", ") + column.name;
     }
-    return {name, single, columns,
-            reader.rows(fmt::format("SELECT {} FROM {}", fmt::join(names, ", "), rest), parameters)};
+    std::size_t records = 0;
+    presenter.begin(section);
+    reader.forEach("SELECT " + names + " FROM " + rest, parameters, [&](Row const& row) {
+        presenter.add(row);
+        ++records;
+    });
+    return records;
 }
 
 [[noreturn]] void refuseMissing(std::string const& what)
@@ -70,23 +76,22 @@ Value metaValue(RecordReader const& reader, char const* key)
     return rows.empty() ? Value() : rows[0][0];
 }
 
-Section describe(Database const& database)
+void describe(Database const& database, Presenter& presenter)
 {
-    Section section = {database.name,
-                       true,
-                       {{"path", "path"},
-                        {"present", "present"},
-                        {"size", "size"},
-                        {"owner", "owner"},
-                        {"mode", "mode"},
-                        {"modified", "modified", ValueKind::kTime},
-                        {"schema_version", "schema version"},
-                        {"schema_compatibility_version", "usable from version"},
-                        {"rows", "rows"},
-                        {"unreadable", "unreadable"},
-                        {"backup", "backup"},
-                        {"backup_modified", "backup made", ValueKind::kTime}},
-                       {}};
+    Section const section = {database.name,
+                             true,
+                             {{"path", "path"},
+                              {"present", "present"},
+                              {"size", "size"},
+                              {"owner", "owner"},
+                              {"mode", "mode"},
+                              {"modified", "modified", ValueKind::kTime},
+                              {"schema_version", "schema version"},
+                              {"schema_compatibility_version", "usable from version"},
+                              {"rows", "rows"},
+                              {"unreadable", "unreadable"},
+                              {"backup", "backup"},
+                              {"backup_modified", "backup made", ValueKind::kTime}}};
     std::string const path = pathOf(database);
     Row row(section.columns.size());
     row[0] = path;
@@ -113,8 +118,8 @@ Section describe(Database const& database)
             row[11] = static_cast<int64_t>(status->st_mtime);
         }
     }
-    section.rows = {row};
-    return section;
+    presenter.begin(section);
+    presenter.add(row);
 }
 
 } // namespace
@@ -141,16 +146,19 @@ void requirePayload(RecordReader const& reader, std::string const& payloadID)
 int listPayloads(Options const& options)
 {
     std::string const filter = options.state ? fmt::format("WHERE installState = {} ", *options.state) : "";
-    print({read(*openToRead(options.database(), {"payloads"}), "", false,
-                {{"installState", "STATE", kindOf("installState")},
-                 {"PayloadID", "ID"},
-                 {"version", "VERSION"},
-                 {"productFamily", "FAMILY"},
-                 {"productName", "NAME"},
-                 {"installTime", "CHANGED", kindOf("installTime")},
-                 {"signature", ""}},
-                "payloads " + filter + "ORDER BY installTime, rowid")},
-          options.json);
+    Presenter presenter(options.json);
+    read(*openToRead(options.database(), {"payloads"}), presenter,
+         {"",
+          false,
+          {{"installState", "STATE", kindOf("installState")},
+           {"PayloadID", "ID"},
+           {"version", "VERSION"},
+           {"productFamily", "FAMILY"},
+           {"productName", "NAME"},
+           {"installTime", "CHANGED", kindOf("installTime")},
+           {"signature", ""}}},
+         "payloads " + filter + "ORDER BY installTime, rowid");
+    presenter.print();
     return kExitDone;
 }
 
@@ -160,22 +168,23 @@ int listSettings(Options const& options)
     std::vector<std::string> parameters;
     if (options.domain) {
         filter = " WHERE domain = ?1";
-        parameters.push_back(fmt::format("{}", *options.domain));
+        parameters.push_back(std::to_string(*options.domain));
     }
     char const* const columns[] = {"subDomain", "key"};
     for (std::size_t each = 0; each < options.address.size(); ++each) {
         filter += fmt::format(" AND {} = ?{}", columns[each], each + 2);
         parameters.push_back(options.address[each]);
     }
-    Section settings =
-        read(*openToRead(options.database(), {"domain_data"}), "", false,
-             {{"domain", "DOMAIN"}, {"subDomain", "SUBDOMAIN"}, {"key", "KEY"}, {"value", "VALUE"}},
-             "domain_data" + filter + " ORDER BY CAST(domain AS INTEGER), subDomain, key", parameters);
-    if (options.address.size() == 2 && settings.rows.empty()) {
+    Presenter presenter(options.json);
+    std::size_t const found = read(
+        *openToRead(options.database(), {"domain_data"}), presenter,
+        {"", false, {{"domain", "DOMAIN"}, {"subDomain", "SUBDOMAIN"}, {"key", "KEY"}, {"value", "VALUE"}}},
+        "domain_data" + filter + " ORDER BY CAST(domain AS INTEGER), subDomain, key", parameters);
+    if (options.address.size() == 2 && found == 0) {
         refuseMissing(
             fmt::format("setting {} '{}' '{}'", *options.domain, options.address[0], options.address[1]));
     }
-    print({settings}, options.json);
+    presenter.print();
     return kExitDone;
 }
 
@@ -183,19 +192,20 @@ int listCatalogue(Options const& options)
 {
     auto const reader =
         openToRead(options.database(), {"dolm_payload", "dolm_collection", "dolm_collection_payload"});
-    print(
-        {
-            read(*reader, "dolm_payload", false,
-                 columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"}),
-                 "dolm_payload ORDER BY payloadID"),
-            read(*reader, "dolm_collection", false,
-                 columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
-                 "dolm_collection ORDER BY collectionID"),
-            read(*reader, "dolm_collection_payload", false,
-                 columnsNamed({"collectionID", "payloadID", "installState", "tsInstalled"}),
-                 "dolm_collection_payload ORDER BY collectionID, payloadID"),
-        },
-        options.json);
+    Presenter presenter(options.json);
+    read(*reader, presenter,
+         {"dolm_payload", false,
+          columnsNamed({"payloadID", "version", "productFamily", "productName", "signature"})},
+         "dolm_payload ORDER BY payloadID");
+    read(*reader, presenter,
+         {"dolm_collection", false,
+          columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"})},
+         "dolm_collection ORDER BY collectionID");
+    read(*reader, presenter,
+         {"dolm_collection_payload", false,
+          columnsNamed({"collectionID", "payloadID", "installState", "tsInstalled"})},
+         "dolm_collection_payload ORDER BY collectionID, payloadID");
+    presenter.print();
     return kExitDone;
 }
 
@@ -205,78 +215,85 @@ int showPayload(Options const& options)
                                                         "upgraded_payloads", "payload_data"});
     std::vector<std::string> const id = {options.id};
     requirePayload(*reader, options.id);
-    print(
-        {
-            read(*reader, "payloads", true,
-                 columnsNamed({"PayloadID", "productFamily", "productName", "version", "signature",
-                               "installState", "installTime"}),
-                 "payloads WHERE PayloadID = ?1", id),
-            read(*reader, "dependencies", false,
-                 columnsNamed({"PayloadID", "PayloadIDb", "type", "description"}),
-                 "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
-                 "ORDER BY type, PayloadID, PayloadIDb",
-                 id),
-            read(*reader, "upgraded_payloads", false,
-                 columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"}),
-                 "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id),
-            read(*reader, "payload_data", false, columnsNamed({"domain", "key", "value"}),
-                 "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id),
-        },
-        options.json);
+    Presenter presenter(options.json);
+    read(*reader, presenter,
+         {"payloads", true,
+          columnsNamed({"PayloadID", "productFamily", "productName", "version", "signature", "installState",
+                        "installTime"})},
+         "payloads WHERE PayloadID = ?1", id);
+    read(*reader, presenter,
+         {"dependencies", false, columnsNamed({"PayloadID", "PayloadIDb", "type", "description"})},
+         "dependencies LEFT JOIN dependency_type USING (type) WHERE ?1 IN (PayloadID, PayloadIDb) "
+         "ORDER BY type, PayloadID, PayloadIDb",
+         id);
+    read(*reader, presenter,
+         {"upgraded_payloads", false, columnsNamed({"payloadIDOriginal", "payloadIDUpgraded"})},
+         "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id);
+    read(*reader, presenter, {"payload_data", false, columnsNamed({"domain", "key", "value"})},
+         "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id);
+    presenter.print();
     return kExitDone;
 }
 
 int showCatalogue(Options const& options)
 {
-    auto const reader =
-        openToRead(options.database(),
-                   {"dolm_payload", "dolm_collection", "dolm_collection_payload", "dolm_payload_constraint",
-                    "upgraded_payloads", "collection_data", "payload_data"});
-    std::vector<std::string> const id = {options.id};
-    std::vector<Section> sections = {
-        read(*reader, "dolm_payload", true,
-             columnsNamed({"payloadID", "productFamily", "productName", "version", "signature"}),
-             "dolm_payload WHERE payloadID = ?1", id),
-        read(*reader, "dolm_collection", true,
-             columnsNamed({"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"}),
-             "dolm_collection WHERE collectionID = ?1", id),
-    };
-    if (sections[0].rows.empty() && sections[1].rows.empty()) {
-        refuseMissing(fmt::format("payload or collection '{}'", options.id));
-    }
     struct
     {
         char const* table;
+        bool single;
         std::vector<std::string> columns;
         char const* filter;
-    } const related[] = {
+    } const sections[] = {
+        {"dolm_payload",
+         true,
+         {"payloadID", "productFamily", "productName", "version", "signature"},
+         "payloadID"},
+        {"dolm_collection",
+         true,
+         {"collectionID", "collectionPayloadID", "tsInstalled", "tsModified"},
+         "collectionID"},
         {"dolm_collection_payload",
+         false,
          {"collectionID", "payloadID", "installState", "tsInstalled"},
          "collectionID, payloadID"},
-        {"dolm_payload_constraint", {"payloadID", "payloadIDb", "constraintType"}, "payloadID, payloadIDb"},
+        {"dolm_payload_constraint",
+         false,
+         {"payloadID", "payloadIDb", "constraintType"},
+         "payloadID, payloadIDb"},
         {"upgraded_payloads",
+         false,
          {"payloadIDOriginal", "payloadIDUpgraded"},
          "payloadIDOriginal, payloadIDUpgraded"},
-        {"collection_data", {"collectionID", "domain", "key", "value"}, "collectionID"},
-        {"payload_data", {"payloadID", "domain", "key", "value"}, "payloadID"},
+        {"collection_data", false, {"collectionID", "domain", "key", "value"}, "collectionID"},
+        {"payload_data", false, {"payloadID", "domain", "key", "value"}, "payloadID"},
     };
-    for (auto const& each : related) {
-        sections.push_back(read(*reader, each.table, false, columnsNamed(each.columns),
-                                fmt::format("{} WHERE ?1 IN ({}) ORDER BY 1, 2", each.table, each.filter),
-                                id));
+    Tables tables;
+    for (auto const& each : sections) {
+        tables.emplace_back(each.table);
     }
-    print(sections, options.json);
+    auto const reader = openToRead(options.database(), tables);
+    Presenter presenter(options.json);
+    std::size_t found = 0;
+    for (auto const& each : sections) {
+        std::size_t const records =
+            read(*reader, presenter, {each.table, each.single, columnsNamed(each.columns)},
+                 fmt::format("{} WHERE ?1 IN ({}) ORDER BY 1, 2", each.table, each.filter), {options.id});
+        found += each.single ? records : 0;
+    }
+    if (found == 0) {
+        refuseMissing(fmt::format("payload or collection '{}'", options.id));
+    }
+    presenter.print();
     return kExitDone;
 }
 
 int showDatabases(Options const& options)
 {
-    std::vector<Section> sections;
-    sections.reserve(databases.size());
+    Presenter presenter(options.json);
     for (Database const& database : databases) {
-        sections.push_back(describe(database));
+        describe(database, presenter);
     }
-    print(sections, options.json);
+    presenter.print();
     return kExitDone;
 }
 

@@ -7,55 +7,58 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <type_traits>
 #include <unistd.h>
 
 namespace veskdb {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-using Line = std::vector<std::string>;
+using Json = nlohmann::json;
+using Members = std::vector<std::pair<std::string, std::string>>; ///< names and values in JSON
 
-Line textsOf(Section const& section, Row const& row)
+std::string jsonText(std::string const& text)
 {
-    Line texts;
-    for (std::size_t each = 0; each < row.size(); ++each) {
-        Column const& column = section.columns[each];
-        if (!column.heading.empty()) {
-            texts.push_back(textOf(row[each], column.kind));
-        }
-    }
-    return texts;
+    bool const plain = std::all_of(text.begin(), text.end(), [](char each) {
+        return each >= ' ' && each < '\x7F' && each != '"' && each != '\\';
+    });
+    return plain ? '"' + text + '"' : Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-Line headingsOf(Section const& section)
+std::string object(Members const& members, std::size_t indent)
 {
-    Line headings;
-    for (Column const& column : section.columns) {
-        if (!column.heading.empty()) {
-            headings.push_back(column.heading);
-        }
+    std::string text = "{";
+    char const* separator = "\n";
+    for (auto const& [name, value] : members) {
+        text += separator;
+        text.append(indent + 2, ' ');
+        text += jsonText(name);
+        text += ": ";
+        text += value;
+        separator = ",\n";
     }
-    return headings;
+    if (!members.empty()) {
+        text += '\n';
+        text.append(indent, ' ');
+    }
+    return text + '}';
 }
 
-/// The section's lines for people: a line per record, or for a single record a line per column.
-std::vector<Line> linesOf(Section const& section)
+std::string jsonOf(Value const& value, std::size_t indent)
 {
-    std::vector<Line> lines;
-    for (Row const& row : section.rows) {
-        lines.push_back(textsOf(section, row));
+    if (auto const* const text = std::get_if<std::string>(&value)) {
+        return jsonText(*text);
     }
-    if (!section.single || lines.empty()) {
-        return lines;
+    if (auto const* const number = std::get_if<double>(&value)) {
+        return Json(*number).dump();
     }
-    std::vector<Line> columns;
-    Line const headings = headingsOf(section);
-    for (std::size_t each = 0; each < headings.size(); ++each) {
-        columns.push_back({headings[each], lines[0][each]});
+    if (auto const* const counts = std::get_if<Counts>(&value)) {
+        Members members;
+        for (auto const& [name, count] : *counts) {
+            members.emplace_back(common::isUTF8(name) ? name : "hex " + hexOf(name), std::to_string(count));
+        }
+        return object(members, indent);
     }
-    return columns;
+    return std::holds_alternative<Null>(value) ? "null" : textOf(value);
 }
 
 /// How many columns of a terminal a text takes, taking it for UTF-8.
@@ -65,131 +68,145 @@ std::size_t widthOf(std::string const& text)
         std::count_if(text.begin(), text.end(), [](char each) { return (each & 0xC0) != 0x80; }));
 }
 
-std::string table(Section const& section)
+} // namespace
+
+Presenter::Presenter(bool json)
+    : form(json                         ? Form::kJSON
+           : isatty(STDOUT_FILENO) != 0 ? Form::kTable
+                                        : Form::kTabSeparated)
 {
-    std::vector<Line> lines = linesOf(section);
-    if (lines.empty()) {
-        return "";
+}
+
+void Presenter::begin(Section const& next)
+{
+    bool const first = !open;
+    end();
+    section = next;
+    open = true;
+    records = 0;
+    if (form == Form::kJSON) {
+        if (!section.name.empty()) {
+            output += (first ? "{\n  " : ",\n  ") + jsonText(section.name) + ": ";
+        }
+        output += section.single ? "" : "[";
+    } else if (form == Form::kTable && !section.single) {
+        lines.emplace_back();
+        for (Column const& column : section.columns) {
+            if (!column.heading.empty()) {
+                lines.back().push_back(column.heading);
+            }
+        }
     }
-    if (section.single) {
-        lines.erase(
-            std::remove_if(lines.begin(), lines.end(), [](Line const& line) { return line[1] == "\\N"; }),
-            lines.end());
-    } else {
-        lines.insert(lines.begin(), headingsOf(section));
+}
+
+void Presenter::add(Row const& row)
+{
+    form == Form::kJSON ? addJSON(row) : addText(row);
+    ++records;
+}
+
+void Presenter::addJSON(Row const& row)
+{
+    std::size_t const indent = (section.name.empty() ? 0 : 2) + (section.single ? 0 : 2);
+    Members members;
+    Members hex;
+    for (std::size_t each = 0; each < row.size(); ++each) {
+        std::string const& name = section.columns[each].name;
+        members.emplace_back(name, jsonOf(row[each], indent + 2));
+        auto const* const text = std::get_if<std::string>(&row[each]);
+        if (text != nullptr && !common::isUTF8(*text)) {
+            hex.emplace_back(name, jsonText(hexOf(*text)));
+        }
     }
-    std::vector<std::size_t> widths(lines[0].size(), 0);
+    if (!hex.empty()) {
+        members.emplace_back("hex", object(hex, indent + 2));
+    }
+    if (!section.single) {
+        output += records == 0 ? "\n" : ",\n";
+        output.append(indent, ' ');
+    }
+    output += object(members, indent);
+}
+
+void Presenter::addText(Row const& row)
+{
+    if (form == Form::kTable && !section.single) {
+        lines.emplace_back();
+    }
+    char const* separator = "";
+    auto const separate = [&] {
+        output += separator;
+        separator = "\t";
+    };
+    if (form == Form::kTabSeparated && !section.single && !section.name.empty()) {
+        separate();
+        output += section.name;
+    }
+    for (std::size_t each = 0; each < row.size(); ++each) {
+        Column const& column = section.columns[each];
+        if (column.heading.empty()) {
+            continue;
+        }
+        if (form == Form::kTable && section.single) {
+            if (!std::holds_alternative<Null>(row[each])) {
+                lines.push_back({column.heading, textOf(row[each], column.kind)});
+            }
+        } else if (form == Form::kTable) {
+            lines.back().push_back(textOf(row[each], column.kind));
+        } else if (section.single) {
+            output += section.name + (section.name.empty() ? "" : "\t") + column.heading + '\t';
+            appendText(output, row[each], column.kind);
+            output += '\n';
+        } else {
+            separate();
+            appendText(output, row[each], column.kind);
+        }
+    }
+    if (form == Form::kTabSeparated && !section.single) {
+        output += '\n';
+    }
+}
+
+/// Aligns the lines of a table. One without records is not shown.
+void Presenter::endTable()
+{
+    std::vector<std::size_t> widths(lines.empty() ? 0 : lines[0].size(), 0);
     for (Line const& line : lines) {
         for (std::size_t each = 0; each < line.size(); ++each) {
             widths[each] = std::max(widths[each], widthOf(line[each]));
         }
     }
-    std::string const indent = section.name.empty() ? "" : "  ";
-    std::string result = section.name.empty() ? "" : section.name + '\n';
-    for (Line const& line : lines) {
-        std::string padded = indent;
-        for (std::size_t each = 0; each < line.size(); ++each) {
-            padded += line[each] + std::string(widths[each] - widthOf(line[each]) + 2, ' ');
-        }
-        result += padded.substr(0, padded.find_last_not_of(' ') + 1) + '\n';
-    }
-    return result;
-}
-
-std::string tabSeparated(Section const& section)
-{
-    std::string result;
-    auto const append = [&](Line const& line) {
-        result += section.name;
-        char const* separator = section.name.empty() ? "" : "\t";
-        for (std::string const& text : line) {
-            result += separator;
-            result += text;
-            separator = "\t";
-        }
-        result += '\n';
-    };
-    if (section.single) {
-        for (Line const& line : linesOf(section)) {
-            append(line);
-        }
-        return result;
-    }
-    for (Row const& row : section.rows) {
-        append(textsOf(section, row));
-    }
-    return result;
-}
-
-Json jsonOf(Value const& value)
-{
-    return std::visit(
-        [](auto const& held) {
-            if constexpr (std::is_same_v<std::decay_t<decltype(held)>, Counts>) {
-                Json counts = Json::object();
-                for (auto const& [name, count] : held) {
-                    counts[common::isUTF8(name) ? name : "hex " + hexOf(name)] = count;
-                }
-                return counts;
-            } else {
-                return Json(held);
+    if (records > 0) {
+        output += section.name.empty() ? "" : section.name + '\n';
+        for (Line const& line : lines) {
+            std::string padded = section.name.empty() ? "" : "  ";
+            for (std::size_t each = 0; each < line.size(); ++each) {
+                padded += line[each] + std::string(widths[each] - widthOf(line[each]) + 2, ' ');
             }
-        },
-        value);
+            output += padded.substr(0, padded.find_last_not_of(' ') + 1) + '\n';
+        }
+    }
+    lines.clear();
 }
 
-Json documentOf(Section const& section)
+void Presenter::end()
 {
-    Json records = Json::array();
-    for (Row const& row : section.rows) {
-        Json record = Json::object();
-        Json hex = Json::object();
-        for (std::size_t each = 0; each < row.size(); ++each) {
-            std::string const& name = section.columns[each].name;
-            record[name] = jsonOf(row[each]);
-            auto const* const text = std::get_if<std::string>(&row[each]);
-            if (text != nullptr && !common::isUTF8(*text)) {
-                hex[name] = hexOf(*text);
-            }
-        }
-        if (!hex.empty()) {
-            record["hex"] = std::move(hex);
-        }
-        records.push_back(std::move(record));
+    if (form == Form::kTable) {
+        endTable();
+    } else if (form == Form::kJSON && open && section.single) {
+        output += records == 0 ? "null" : "";
+    } else if (form == Form::kJSON && open) {
+        output += records == 0 ? "]" : section.name.empty() ? "\n]" : "\n  ]";
     }
-    if (section.single) {
-        return records.empty() ? Json() : records[0];
-    }
-    return records;
 }
 
-} // namespace
-
-std::string present(std::vector<Section> const& sections, Presentation presentation)
+void Presenter::print()
 {
-    if (presentation == Presentation::kJson) {
-        Json document = Json::object();
-        for (Section const& section : sections) {
-            if (section.name.empty()) {
-                document = documentOf(section);
-            } else {
-                document[section.name] = documentOf(section);
-            }
-        }
-        return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    end();
+    if (form == Form::kJSON) {
+        output += open && section.name.empty() ? "\n" : open ? "\n}\n" : "{}\n";
     }
-    std::string result;
-    for (Section const& section : sections) {
-        result += presentation == Presentation::kTable ? table(section) : tabSeparated(section);
-    }
-    return result;
-}
-
-void print(std::vector<Section> const& sections, bool json)
-{
-    Presentation const forPeople =
-        isatty(STDOUT_FILENO) != 0 ? Presentation::kTable : Presentation::kTabSeparated;
-    print(present(sections, json ? Presentation::kJson : forPeople));
+    veskdb::print(output);
 }
 
 void print(std::string const& text)

@@ -6,23 +6,48 @@
 
 namespace veskdb {
 
-enum class Presentation
+/// Puts records into words: as one JSON document with the schema's column names, else as a table with headings on a
+/// terminal, and elsewhere a record per line, without headings and after the section's name.
+///
+/// Texts are escaped for people, nulls are "\N". In JSON, bytes that are no UTF-8 become U+FFFD, and the record has an
+/// object "hex" with those values byte by byte. Nothing is written before print: output that is lost changes nothing.
+class Presenter
 {
-    kTable,        ///< aligned columns with headings
-    kTabSeparated, ///< a record per line, without headings; a section's name comes first
-    kJson          ///< one document with the schema's column names
+public:
+    explicit Presenter(bool json);
+
+    /// Ends the section before.
+    void begin(Section const& section);
+
+    /// Adds a record to the section.
+    void add(Row const& row);
+
+    /// Ends the last section and writes everything to standard output.
+    ///
+    /// @throws Refusal (kExitError) when output is lost
+    void print();
+
+private:
+    using Line = std::vector<std::string>;
+
+    void end();
+    void addJSON(Row const& row);
+    void addText(Row const& row);
+    void endTable();
+
+    enum class Form
+    {
+        kTable,
+        kTabSeparated,
+        kJSON
+    };
+    Form const form;
+    std::string output;
+    Section section;
+    bool open = false;       ///< whether a section has begun
+    std::size_t records = 0; ///< of the section
+    std::vector<Line> lines; ///< of a table
 };
-
-/// Texts are escaped for people, nulls are "\N". In JSON, bytes that are no UTF-8 become U+FFFD,
-/// and the record has an object "hex" with those values byte by byte.
-///
-/// @return the whole output, ending in a newline; empty when there is nothing to show
-std::string present(std::vector<Section> const& sections, Presentation presentation);
-
-/// Writes records to standard output: as JSON, else as a table on a terminal and tab-separated elsewhere.
-///
-/// @throws Refusal (kExitError) when output is lost
-void print(std::vector<Section> const& sections, bool json);
 
 /// Writes a text to standard output.
 ///

@@ -47,7 +47,12 @@ void readValue(sqlite3_stmt* statement, int column, Value& value)
     default:
         auto const* const bytes = reinterpret_cast<char const*>(sqlite3_column_text(statement, column));
         auto const size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
-        value = std::string(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0);
+        std::string_view const text(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0);
+        if (auto* const held = std::get_if<std::string>(&value)) {
+            *held = text; // in the memory of the row before
+        } else {
+            value = std::string(text);
+        }
     }
 }
 

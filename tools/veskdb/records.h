@@ -41,7 +41,6 @@ struct Section
     std::string name; ///< empty: the only section; a JSON array then, not an object of sections
     bool single;      ///< at most one record, shown with a column per line
     std::vector<Column> columns;
-    std::vector<Row> rows;
 };
 
 } // namespace veskdb

@@ -86,7 +86,7 @@ private:
         std::string const text = asText(rows[0][0]);
         if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) {
             findings.contentFaults.push_back(
-                {fmt::format("the row {} of pcd_meta is '{}', not a number", key, escaped(text)), ""});
+                {fmt::format("the row {} of pcd_meta is '{}', not a number", key, text), ""});
             return std::nullopt;
         }
         return std::stoll(text);
@@ -133,13 +133,12 @@ private:
         }
         reportChanged(differences.changed);
         for (std::string const& object : differences.added) {
-            fault(fmt::format("it has what the installer does not create: {}", escaped(object)),
+            fault(fmt::format("it has what the installer does not create: {}", object),
                   "find out what it is for; if nothing needs it, drop it");
         }
         if (!differences.ownTables.empty()) {
-            findings.notes.push_back(
-                escaped(fmt::format("it has tables that the installer does not create: {}",
-                                    fmt::join(differences.ownTables, ", "))));
+            findings.notes.push_back(fmt::format("it has tables that the installer does not create: {}",
+                                                 fmt::join(differences.ownTables, ", ")));
         }
     }
 
@@ -154,7 +153,7 @@ private:
         for (Row const& row : reader.rows("PRAGMA integrity_check")) {
             std::string const message = asText(row[0]);
             if (message != "ok") {
-                fault(escaped(message));
+                fault(message);
             }
         }
     }

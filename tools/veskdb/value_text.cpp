@@ -62,36 +62,54 @@ std::string isoTime(int64_t seconds)
     tm utc = {};
     if (seconds < -endOfYear9999 || seconds > endOfYear9999 || time != seconds ||
         gmtime_r(&time, &utc) == nullptr) {
-        return fmt::format("{}", seconds);
+        return std::to_string(seconds);
     }
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                       utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    std::string text = "0000-00-00T00:00:00Z";
+    auto const write = [&](std::size_t last, int number) {
+        for (; number > 0; number /= 10) {
+            text[last--] = static_cast<char>('0' + number % 10);
+        }
+    };
+    write(3, utc.tm_year + 1900);
+    write(6, utc.tm_mon + 1);
+    write(9, utc.tm_mday);
+    write(12, utc.tm_hour);
+    write(15, utc.tm_min);
+    write(18, utc.tm_sec);
+    return text;
+}
+
+void appendText(std::string& text, Value const& value, ValueKind kind)
+{
+    if (kind == ValueKind::kTime) {
+        if (auto const seconds = numberIn(value)) {
+            text += isoTime(*seconds);
+            return;
+        }
+    }
+    if (auto const* const held = std::get_if<std::string>(&value)) {
+        common::appendPrintable(text, *held, "\\\t");
+    } else if (auto const* const number = std::get_if<int64_t>(&value)) {
+        bool const state = kind == ValueKind::kState;
+        text += state && *number == kPdbInstalled      ? "installed"
+                : state && *number == kPdbNotInstalled ? "not-installed"
+                                                       : std::to_string(*number);
+    } else if (auto const* const real = std::get_if<double>(&value)) {
+        text += fmt::format("{}", *real);
+    } else if (auto const* const condition = std::get_if<bool>(&value)) {
+        text += *condition ? "true" : "false";
+    } else if (auto const* const counts = std::get_if<Counts>(&value)) {
+        text += textOfCounts(*counts);
+    } else {
+        text += "\\N";
+    }
 }
 
 std::string textOf(Value const& value, ValueKind kind)
 {
-    if (kind == ValueKind::kTime) {
-        if (auto const seconds = numberIn(value)) {
-            return isoTime(*seconds);
-        }
-    }
-    if (auto const* const number = std::get_if<int64_t>(&value)) {
-        bool const state = kind == ValueKind::kState;
-        return state && *number == kPdbInstalled      ? "installed"
-               : state && *number == kPdbNotInstalled ? "not-installed"
-                                                      : std::to_string(*number);
-    }
-    if (auto const* const text = std::get_if<std::string>(&value)) {
-        return escaped(*text);
-    }
-    if (auto const* const number = std::get_if<double>(&value)) {
-        return fmt::format("{}", *number);
-    }
-    if (auto const* const condition = std::get_if<bool>(&value)) {
-        return *condition ? "true" : "false";
-    }
-    auto const* const counts = std::get_if<Counts>(&value);
-    return counts != nullptr ? textOfCounts(*counts) : "\\N";
+    std::string text;
+    appendText(text, value, kind);
+    return text;
 }
 
 std::string asText(Value const& value)

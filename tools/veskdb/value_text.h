@@ -17,6 +17,7 @@ std::string isoTime(int64_t seconds);
 
 /// A value as people read it: escaped, a null as "\N".
 std::string textOf(Value const& value, ValueKind kind = ValueKind::kPlain);
+void appendText(std::string& text, Value const& value, ValueKind kind);
 
 /// The bytes of a value: a text as it is, a number's digits; empty for a null.
 std::string asText(Value const& value);

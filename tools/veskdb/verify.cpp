@@ -36,19 +36,12 @@ public:
     void add(char const* result, Database const& database, std::string const& file, std::string const& what,
              std::string const& step)
     {
-        section.rows.push_back({std::string(result), std::string(database.name), file, what, step});
+        rows.push_back({std::string(result), std::string(database.name), file, what, step});
     }
 
     std::size_t faults = 0;
     std::set<std::string> parents; ///< the folders above the databases that were checked
-    Section section = {"",
-                       false,
-                       {{"result", "RESULT"},
-                        {"database", "DB"},
-                        {"file", "FILE"},
-                        {"finding", "FINDING"},
-                        {"next", "NEXT STEP"}},
-                       {}};
+    std::vector<Row> rows;
 };
 
 /// @param backupSound  whether the library's own backup will do
@@ -135,13 +128,13 @@ void noteLeftovers(Database const& database, std::string const& path, std::strin
     Leftovers const dated = datedCopiesOf(path);
     if (temporary.number > 0) {
         report.add("note", database, path,
-                   fmt::format("{} temporary files, {} bytes, were left by an interrupted backup or restore",
+                   fmt::format("temporary files of an interrupted backup or restore: {}, {} bytes",
                                temporary.number, temporary.bytes),
-                   "the next one removes them: " + cleaning);
+                   "the next one removes them, such as: " + cleaning);
     }
     if (dated.number > 0) {
         report.add(
-            "note", database, path, fmt::format("{} dated copies, {} bytes", dated.number, dated.bytes),
+            "note", database, path, fmt::format("dated copies: {}, {} bytes", dated.number, dated.bytes),
             fmt::format("remove those that are no longer needed: ls -l {}.2*", quotedFromOutside(path)));
     }
 }
@@ -252,7 +245,18 @@ int verify(Options const& options)
             }
         }
     }
-    print({report.section}, options.json);
+    Presenter presenter(options.json);
+    presenter.begin({"",
+                     false,
+                     {{"result", "RESULT"},
+                      {"database", "DB"},
+                      {"file", "FILE"},
+                      {"finding", "FINDING"},
+                      {"next", "NEXT STEP"}}});
+    for (Row const& row : report.rows) {
+        presenter.add(row);
+    }
+    presenter.print();
     return report.faults == 0 ? kExitDone : kExitNotFound;
 }
 
