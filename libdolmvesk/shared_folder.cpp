@@ -125,6 +125,13 @@ Found bind(char const* path, struct stat& status)
     return bound ? Found::kAcceptable : Found::kRefused;
 }
 
+/// Creates a file where none exists: root's from the start.
+bool createEmpty(char const* path, mode_t mode)
+{
+    Descriptor const file(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode));
+    return file.isOpen() && fchmod(file.get(), mode) == 0;
+}
+
 /// Makes a folder that others may write root's, and its files exchangeable by their owners alone.
 bool closeToExchange(std::string const& folder)
 {
@@ -216,23 +223,24 @@ struct RestrictedVfs::Calls
         if (name == nullptr) { // a temporary file of SQLite's
             return layer.base->xOpen(layer.base, name, file, flags, outFlags);
         }
-        Found found = Found::kRefused;
         struct stat status = {};
+        bool const create = (flags & SQLITE_OPEN_CREATE) != 0;
+        mode_t mode = 0644;
+        Found found = Found::kRefused;
         if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && name == layer.database) {
             found = layer.mayChange ? bind(name, status) : look(name, status);
-        } else if ((flags & SQLITE_OPEN_MAIN_JOURNAL) != 0 && name == layer.journal) {
-            if ((flags & SQLITE_OPEN_CREATE) != 0) {
+        } else if ((flags & SQLITE_OPEN_MAIN_JOURNAL) != 0 && name == layer.journal && layer.mayChange) {
+            if (create) {
                 unlink(
-                    name); // SQLite holds the lock of a writer: what is there is of no use, and it is not written
+                    name); // SQLite holds a writer's lock: what exists is of no use, and it is not written to
             }
-            found = look(name, status);
+            mode = lstat(layer.database.c_str(), &status) == 0 ? status.st_mode & 0666 : mode;
+            found = bind(name, status);
             flags = (flags & ~SQLITE_OPEN_READONLY) | SQLITE_OPEN_READWRITE; // does not block on a FIFO
         }
-        if (found == Found::kRefused) {
+        // Before SQLite opens the name: it would change owner and mode of what another user has put there.
+        if (found == Found::kRefused || (found == Found::kNothing && create && !createEmpty(name, mode))) {
             return SQLITE_CANTOPEN;
-        }
-        if (found == Found::kNothing && (flags & SQLITE_OPEN_CREATE) != 0) {
-            flags |= SQLITE_OPEN_EXCLUSIVE;
         }
         int const opened = layer.base->xOpen(layer.base, name, file, flags, outFlags);
         if (opened == SQLITE_OK) {

@@ -41,7 +41,8 @@ class RestrictedVfs : private sqlite3_vfs
 {
 public:
     /// @param path       the database's file, absolute
-    /// @param mayChange  whether the file becomes root's when it is opened, so that nobody exchanges it any more
+    /// @param mayChange  whether the files become root's when they are opened, so that nobody exchanges them any more;
+    ///                   otherwise the journal is not opened at all
     RestrictedVfs(std::string path, bool mayChange);
     RestrictedVfs(RestrictedVfs const&) = delete;
     RestrictedVfs& operator=(RestrictedVfs const&) = delete;

@@ -2,6 +2,8 @@
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
 #include "libdolmvesk/pcd_compat.h"
+#include "platform/thread_rights.h"
+#include "tests/support/faults.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/stores.h"
 
@@ -231,6 +233,58 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
     }
 }
 
+TEST_F(Home, NothingIsReachedByAnExchangeAtAnyMoment)
+{
+    std::string const aside = home + "/aside";
+    std::string const changing[] = {dataFolder, versionFolder, product + "11.0", product + "11.0/Tessarine"};
+    for (auto const& folder : changing) {
+        for (int nth = 1, struck = 1; struck != 0 && !HasFailure(); ++nth) {
+            SCOPED_TRACE(testing::Message() << folder << ' ' << nth);
+            makeHome();
+            unlink(older.c_str());
+            writeFile(older + "/one", "1");
+            writeFile(older + "/two/file", "2");
+            give(home);
+            writeFile("/victims/folder/customevents.dat/secret", "secret");
+            chmod("/victims/folder/customevents.dat", 0700);
+            intrude = [&] { // as the user could
+                if (rename(folder.c_str(), aside.c_str()) == 0) {
+                    plantLink("/victims/folder", folder);
+                }
+            };
+            arm({" open64 openat64 mkdir mkdirat linkat renameat2 fchown fchmod chown chmod ", 0}, nth,
+                Strike::kIntrusion);
+            carryEventsOver();
+            struck = disarm() ? 1 : 0;
+            EXPECT_THAT(namesIn("/victims/folder"), ElementsAre("customevents.dat"));
+            EXPECT_THAT(namesIn("/victims/folder/customevents.dat"), ElementsAre("secret"));
+            EXPECT_EQ(accessOf("/victims/folder") + accessOf("/victims/folder/customevents.dat"),
+                      "0755 0:00700 0:0");
+            EXPECT_FALSE(folder.rfind(versionFolder, 0) != 0 && exists(target + "/secret"));
+        }
+    }
+}
+
+TEST_F(Home, ACopyIsPublishedWhereTheFileSystemLacksCalls)
+{
+    for (char const* lacking : {" linkat ", " linkat renameat2 "}) {
+        SCOPED_TRACE(lacking);
+        makeHome();
+        arm({lacking, EINVAL}, 1, Strike::kFromThenOn);
+        EXPECT_EQ(carryEventsOver(), created);
+        EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
+        EXPECT_EQ(readFile(target), "events");
+        EXPECT_THAT(namesIn(dataFolder), ElementsAre("customevents.dat"));
+        // What has appeared meanwhile stays.
+        makeHome();
+        intrude = [] { writeFile(target, "newer"), give(target); };
+        arm({" linkat ", EINVAL}, 1, Strike::kIntrusion);
+        carryEventsOver();
+        EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
+        EXPECT_EQ(readFile(target), HOME_IN_ENVIRONMENT_COUNTS ? "newer" : "events");
+    }
+}
+
 TEST_F(Home, NothingIsLookedAtWithoutTheRightsOfItsOwner)
 {
     makeHome();
@@ -359,6 +413,51 @@ TEST_F(SharedStore, LinksAndPipesInPlaceOfItsFilesAreRefused)
             EXPECT_EQ(accessOf("/victims/file"), "4640 0:0");
             EXPECT_EQ(statusOf("/victims/file").st_size, 0);
             EXPECT_THAT(namesIn("/victims"), ElementsAre("file"));
+        }
+    }
+}
+
+TEST_F(SharedStore, NothingIsReachedByAnExchangeAtAnyMoment)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    std::string const content = readFile(cacheFile);
+    platform::Account const account = {ann, staff};
+    for (bool const atJournal : {false, true}) {
+        std::string const path = cacheFile + (atJournal ? "-journal" : "");
+        for (int kind = 0; kind < 3; ++kind) {
+            for (int nth = 1, struck = 1; struck != 0 && !HasFailure(); ++nth) {
+                SCOPED_TRACE(testing::Message() << path << ' ' << kind << ' ' << nth);
+                unlink(cacheFile.c_str());
+                unlink(journal.c_str());
+                writeFile(cacheFile, content);
+                give(cacheFile);
+                std::filesystem::remove_all("/victims");
+                writeFile("/victims/file", "");
+                ASSERT_EQ(chmod("/victims/file", 04640), 0);
+                intrude = [&] {
+                    {
+                        platform::ThreadRights const rights(&account); // may ann still do this?
+                        unlink(path.c_str());
+                    }
+                    if (!exists(path)) {
+                        kind == 0   ? symlink("/victims/file", path.c_str())
+                        : kind == 1 ? link("/victims/file", path.c_str())
+                                    : mkfifo(path.c_str(), 0666);
+                    }
+                };
+                arm({" open64 fchownat chown chmod fchmod unlink pread64 pwrite64 fdatasync ", 0}, nth,
+                    Strike::kIntrusion);
+                alarm(20);
+                VeskSession* session = nullptr;
+                if (pcdOpenCacheSession(&session) == kVeskOK) {
+                    pcdSetDomainData(session, 1, "s", "k", "v");
+                    pcdCloseSession(session);
+                }
+                struck = disarm() ? 1 : 0;
+                alarm(0);
+                EXPECT_EQ(accessOf("/victims/file"), "4640 0:0");
+                EXPECT_EQ(statusOf("/victims/file").st_size, 0);
+            }
         }
     }
 }

@@ -14,14 +14,16 @@ namespace testing_support {
 
 Fault const allFaults[faultKinds] = {
     {" malloc realloc ", ENOMEM},
-    {" open64 ", EMFILE},
+    {" open64 openat64 ", EMFILE},
     {" pread64 ", EIO},
     {" pwrite64 write ", EIO},
     {" pwrite64 write ", ENOSPC},
     {" fdatasync fsync ", EIO},
-    {" ftruncate64 unlink link rename ", EIO},
-    {" mkdir chmod fchmod chown lchown fchown ", EPERM},
+    {" ftruncate64 unlink linkat renameat2 rename ", EIO},
+    {" mkdir mkdirat chmod fchmod chown fchown fchownat setfsuid ", EPERM},
 };
+
+std::function<void()> intrude;
 
 namespace {
 
@@ -40,6 +42,10 @@ bool strikes(char const* call)
     }
     hasStruck = true;
     remaining = manner == Strike::kFromThenOn ? 1 : 0;
+    if (manner == Strike::kIntrusion) {
+        intrude();
+        return false;
+    }
     errno = armed.error;
     return true;
 }
@@ -83,16 +89,23 @@ bool disarm()
 
 // NOLINTBEGIN(readability-identifier-naming,misc-definitions-in-headers)
 FAILING(open64, (char const* path, int flags, mode_t mode), (path, flags, mode))
+FAILING(openat64, (int folder, char const* path, int flags, mode_t mode), (folder, path, flags, mode))
 FAILING(mkdir, (char const* path, mode_t mode), (path, mode))
+FAILING(mkdirat, (int folder, char const* path, mode_t mode), (folder, path, mode))
+FAILING(fchownat, (int folder, char const* path, uid_t owner, gid_t group, int flags),
+        (folder, path, owner, group, flags))
+FAILING(setfsuid, (uid_t user), (user))
 FAILING(chmod, (char const* path, mode_t mode), (path, mode))
 FAILING(fchmod, (int file, mode_t mode), (file, mode))
 FAILING(chown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
-FAILING(lchown, (char const* path, uid_t owner, gid_t group), (path, owner, group))
 FAILING(fchown, (int file, uid_t owner, gid_t group), (file, owner, group))
 FAILING(fsync, (int file), (file))
 FAILING(fdatasync, (int file), (file))
 FAILING(ftruncate64, (int file, off_t size), (file, size))
-FAILING(link, (char const* from, char const* to), (from, to))
+FAILING(linkat, (int fromFolder, char const* from, int toFolder, char const* to, int flags),
+        (fromFolder, from, toFolder, to, flags))
+FAILING(renameat2, (int fromFolder, char const* from, int toFolder, char const* to, unsigned flags),
+        (fromFolder, from, toFolder, to, flags))
 FAILING(rename, (char const* from, char const* to), (from, to))
 FAILING(unlink, (char const* path), (path))
 FAILING_CALL(ssize_t, pread64, (int file, void* bytes, size_t size, off_t at), (file, bytes, size, at), true,

@@ -3,6 +3,8 @@
 #ifndef TESTS_SUPPORT_FAULTS_H
 #define TESTS_SUPPORT_FAULTS_H
 
+#include <functional>
+
 namespace testing_support {
 
 struct Fault
@@ -19,8 +21,12 @@ enum class Strike
 {
     kOnce,
     kFromThenOn,
-    kDeath ///< the process is killed instead
+    kDeath,    ///< the process is killed instead
+    kIntrusion ///< the call succeeds, after another user has acted
 };
+
+/// What another user does at a strike of kIntrusion.
+extern std::function<void()> intrude;
 
 /// Makes the Nth of the fault's calls from now on fail, counted from 1.
 void arm(Fault const& fault, int nth, Strike strike);
