@@ -198,7 +198,7 @@ VeskiPool::~VeskiPool()
 void* VeskiPool::malloc(unsigned long size)
 {
     void* const buffer = std::malloc(size);
-    return buffer != nullptr && keep(buffer) ? buffer : nullptr;
+    return keep(buffer) ? buffer : nullptr;
 }
 
 bool VeskiPool::keep(void* buffer)

@@ -25,11 +25,9 @@ long secondsNow()
     return static_cast<long>(std::min<std::time_t>(std::time(nullptr), LONG_MAX));
 }
 
-/// Whether relations of a type can be read: 0 to 7 but for 2, one bit each.
 bool isReadableType(uint32_t type)
 {
-    uint32_t const readableTypes = 251;
-    return type < 8 && (readableTypes >> type & 1U) != 0;
+    return type <= kPdbLoadLangPack && type != kPdbRequires;
 }
 
 int32_t writeDependency(VeskiDataStore& store, char const* payloadID, char const* payloadIDb, int32_t type)
@@ -202,13 +200,10 @@ int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo
             return kVeskNoMemory;
         }
     }
-    out = {texts[0],
-           texts[1],
-           texts[2],
-           texts[3],
-           texts[4],
-           row[5] != nullptr ? veskiDecimalNumber(row[5]) : 0,
-           row[6] != nullptr ? veskiDecimalNumber(row[6]) : 0};
+    auto const number = [&](int column) {
+        return row[column] != nullptr ? veskiDecimalNumber(row[column]) : 0;
+    };
+    out = {texts[0], texts[1], texts[2], texts[3], texts[4], number(5), number(6)};
     return kVeskOK;
 }
 
@@ -303,7 +298,7 @@ int32_t pdbRemovePayload(VeskSession* session, char const* payloadID)
                 continue;
             }
             int32_t const status = deletePayload(store, pairs[0]);
-            if (status != kVeskOK && status != kVeskNotFound) {
+            if (status != kVeskOK) {
                 return status;
             }
         }
@@ -440,9 +435,7 @@ int32_t pdbRemoveUpgradePayloads(VeskSession* session, char const* upgraded)
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
-        int32_t const status =
-            store.queryNR("DELETE FROM upgraded_payloads WHERE payloadIDUpgraded = '%q'", upgraded);
-        return status == kVeskNotFound ? int32_t{kVeskOK} : status;
+        return store.queryNR("DELETE FROM upgraded_payloads WHERE payloadIDUpgraded = '%q'", upgraded);
     });
 }
 

@@ -41,10 +41,8 @@ protected:
         action(LogRecorder::session());
         EXPECT_EQ(recorder.take(), lines);
     }
-    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
 
     LogRecorder recorder;
-    int const descriptors = openDescriptors();
 };
 
 TEST_F(HookActions, IdentifierIsWrittenOnceAndStays)

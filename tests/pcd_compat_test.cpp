@@ -92,30 +92,4 @@ TEST_F(ConfigurationStores, SettingsAreListedAndRemoved)
     EXPECT_EQ(keys[0] + std::string(value), "1v"); // what was read stays, to the end of the session
 }
 
-TEST_F(ConfigurationStores, MissingArgumentsAreRefused)
-{
-    auto const open = opened(pcdOpenSession);
-    ASSERT_EQ(pcdSetDomainData(open.get(), 1, "s", "kept", "v"), kVeskOK);
-    VeskSession storeless{};
-    char const *value = "before", **list = nullptr;
-    // clang-format off
-    struct { VeskSession* s; char const *subdomain, *key, **value, ***list; std::vector<int32_t> statuses; } const cases[] = {
-        {nullptr, "s", "k", &value, &list, {10, 10, 10, 10, 10, 10}},
-        {&storeless, "s", "k", &value, &list, {9, 9, 9, 9, 9, 9}},
-        {open.get(), nullptr, "k", &value, &list, {10, 10, 10, 10, 10, 0}},
-        {open.get(), "s", nullptr, &value, &list, {10, 10, 10, 10, 0, 0}},
-        {open.get(), "s", "k", nullptr, nullptr, {10, 0, 0, 0, 10, 10}},
-    };
-    // clang-format on
-    for (auto const& [s, subdomain, key, text, entries, statuses] : cases) {
-        std::vector<int32_t> const given{
-            pcdGetDomainData(s, 1, subdomain, key, text),   pcdSetDomainData(s, 1, subdomain, key, nullptr),
-            pcdSetDomainData(s, 1, subdomain, key, "v"),    pcdRemoveDomainData(s, 1, subdomain, key),
-            pcdGetDomainDataKeys(s, 1, subdomain, entries), pcdGetDomainDataSubdomains(s, 1, entries)};
-        EXPECT_EQ(given, statuses);
-    }
-    EXPECT_STREQ(value, "before");
-    EXPECT_EQ(textOf(pcdGetDomainData, open, 1, "s", "kept"), "v");
-}
-
 } // namespace

@@ -58,7 +58,6 @@ protected:
     ~Faults() override { std::printf("%d faults\n", runs); }
 
     int runs = 0;
-    int descriptors = openDescriptors();
 };
 
 TEST_F(Faults, LoseNothingOfStoresInUse)

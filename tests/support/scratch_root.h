@@ -96,7 +96,10 @@ int openDescriptors();
 class ScratchRootTest : public ::testing::Test
 {
 protected:
+    ~ScratchRootTest() override { EXPECT_EQ(openDescriptors(), descriptors); }
+
     ScratchRoot root;
+    int const descriptors = openDescriptors();
 };
 
 } // namespace testing_support
