@@ -15,11 +15,12 @@ namespace testing_support {
 Fault const allFaults[faultKinds] = {
     {" malloc realloc ", ENOMEM},
     {" open64 openat64 ", EMFILE},
-    {" pread64 ", EIO},
+    {" pread64 read ", EIO},
     {" pwrite64 write ", EIO},
     {" pwrite64 write ", ENOSPC},
     {" fdatasync fsync ", EIO},
-    {" ftruncate64 unlink linkat renameat2 rename ", EIO},
+    {" ftruncate64 unlink ", EIO},
+    {" linkat rename renameat renameat2 symlinkat ", EIO},
     {" mkdir mkdirat chmod fchmod chown fchown fchownat setfsuid ", EPERM},
 };
 
@@ -107,7 +108,10 @@ FAILING(linkat, (int fromFolder, char const* from, int toFolder, char const* to,
 FAILING(renameat2, (int fromFolder, char const* from, int toFolder, char const* to, unsigned flags),
         (fromFolder, from, toFolder, to, flags))
 FAILING(rename, (char const* from, char const* to), (from, to))
+FAILING(renameat, (int folder, char const* from, int other, char const* to), (folder, from, other, to))
+FAILING(symlinkat, (char const* text, int folder, char const* path), (text, folder, path))
 FAILING(unlink, (char const* path), (path))
+FAILING_CALL(ssize_t, read, (int file, void* bytes, size_t size), (file, bytes, size), true, -1)
 FAILING_CALL(ssize_t, pread64, (int file, void* bytes, size_t size, off_t at), (file, bytes, size, at), true,
              -1)
 FAILING_CALL(ssize_t, pwrite64, (int file, void const* bytes, size_t size, off_t at), (file, bytes, size, at),

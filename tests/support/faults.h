@@ -14,7 +14,7 @@ struct Fault
 };
 
 /// Every kind of fault there is, for sweeps. Memory comes first.
-constexpr int faultKinds = 8;
+constexpr int faultKinds = 9;
 extern Fault const allFaults[faultKinds];
 
 enum class Strike
