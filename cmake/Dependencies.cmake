@@ -9,6 +9,7 @@ else()
     pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
     pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
     pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
+    pkg_check_modules(libcrypto REQUIRED IMPORTED_TARGET libcrypto)
 endif()
 
 if(TESSARINE_PLATFORM STREQUAL "gnustep")

@@ -9,7 +9,7 @@ if(NOT probingTheCompiler)
     set(packages ${CMAKE_BINARY_DIR}/packages)
     execute_process(
         COMMAND ${CMAKE_CURRENT_LIST_DIR}/fetch_i386_packages ${packages}
-            libplist-dev libplist3 libsqlite3-0 libsqlite3-dev libuuid1 uuid-dev
+            libplist-dev libplist3 libsqlite3-0 libsqlite3-dev libssl-dev libssl3 libuuid1 uuid-dev
         COMMAND_ERROR_IS_FATAL ANY)
     set(ENV{PKG_CONFIG_PATH} "")
     set(ENV{PKG_CONFIG_LIBDIR} ${packages}/usr/lib/i386-linux-gnu/pkgconfig)

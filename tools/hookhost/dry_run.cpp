@@ -27,7 +27,9 @@ int showRun(Options const& options)
     requireEntryPoints(options.plugin);
     std::string lines;
     add(lines, "load {}", options.plugin);
-    if (options.root) {
+    if (options.overlay) {
+        add(lines, "make an overlay of {}", options.root.value_or("/"));
+    } else if (options.root) {
         add(lines, "enter the root {}", *options.root);
     }
     if (options.home) {

@@ -39,6 +39,7 @@ constexpr milliseconds longestFarewell{2000};
     } else if (!run.options.capture) {
         dup2(STDERR_FILENO, STDOUT_FILENO);
     }
+    run.folder.reset(); // the plug-in does not get these descriptors
     int status = kExitHostError;
     try {
         status = work(run);
@@ -77,8 +78,21 @@ public:
             int const above = run.output ? run.output->addTo(descriptors) : 0;
             signals.wait(untilNextCheck(), &descriptors, above);
             recordOutput(false);
+            if (run.changes && run.state->returned > run.state->examined) {
+                recordChanges();
+                run.state->examined = run.state->returned.load(); // the worker waits for that
+            }
         }
         recordOutput(true);
+    }
+
+    /// Records what has changed since the last time, as the current step's. Nothing after an interruption.
+    void recordChanges()
+    {
+        if (run.changes && signals.interruption() == 0) {
+            run.changes->record(run.report, run.state->current.load().step, worker,
+                                [this] { return signals.interruption() != 0; });
+        }
     }
 
     int status = 0;        ///< as waitpid gives it
@@ -86,9 +100,11 @@ public:
     int interruption = 0;  ///< the signal to hookhost for which it was killed
 
 private:
+    /// How long the call has taken that the worker is in; 0 between two calls.
     milliseconds elapsed() const
     {
-        return milliseconds(run.state->sinceBegin() - run.state->current.load().started);
+        CurrentCall const call = run.state->current;
+        return milliseconds(run.state->returned > call.step ? 0 : run.state->sinceBegin() - call.started);
     }
 
     bool hasEnded()
@@ -135,6 +151,9 @@ private:
 
     milliseconds untilNextCheck() const
     {
+        if (run.changes) {
+            return milliseconds{2}; // the worker waits after each step
+        }
         bool const limited = run.options.timeout && !timedOut;
         milliseconds const next = limited ? std::min(nextNotice, *run.options.timeout) : nextNotice;
         return std::max(next - elapsed(), milliseconds{1});
@@ -236,7 +255,7 @@ void reportRunningProcesses(Run& run, pid_t worker)
 
 } // namespace
 
-int runInWorker(Run& run, std::function<int(Run&)> const& work)
+int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<void()> const& finish)
 {
     keepMessageDescriptor();
     adoptOrphans();
@@ -257,7 +276,11 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work)
     bool const cameToItsEnd =
         WIFEXITED(ending.status) && run.state->leavingWith == WEXITSTATUS(ending.status);
     int exitStatus = cameToItsEnd ? exitStatusOf(run) : reportFailure(run, worker, ending);
+    ending.recordChanges();
     reportRunningProcesses(run, worker);
+    if (run.changes) {
+        run.changes->recordTotals(run.report);
+    }
     if (run.state->writeError != 0) {
         complain(common::lossOf(run.state->writeError));
         exitStatus = exitStatus == 0 ? kExitHostError : exitStatus;
@@ -265,6 +288,7 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work)
     if (run.output) {
         run.output->leaveReader();
     }
+    finish();
     if (ending.interruption != 0) {
         signals.endBy(ending.interruption);
     }

@@ -133,6 +133,14 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
             ->allow_extra_args(false),
         app.add_option("--root", options.root, "Enter this folder as the root before any call")
             ->type_name("DIR"),
+        app.add_flag("--overlay", options.overlay,
+                     "Run on an overlay of the root, or of the machine itself,\nthat is thrown away (Linux)"),
+        app.add_option("--keep", options.keep,
+                       "Leave the changes made on the overlay in this new or\nempty folder")
+            ->type_name("DIR"),
+        app.add_flag(
+            "--changes", options.changes,
+            "Record what each phase created, removed and changed\nbelow the root; with --root or --overlay"),
         app.add_option("--home", options.home, "The user's home folder, as seen from inside the root")
             ->type_name("DIR"),
         app.add_flag("--null-properties", options.nullProperties,
@@ -203,6 +211,12 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     }
     if (options.nullProperties && !properties.empty()) {
         refuse("--null-properties passes no properties; leave out --property or --null-properties");
+    }
+    if (options.changes && !options.root && !options.overlay) {
+        refuse("--changes cannot watch the machine itself; add --overlay, or --root with another root");
+    }
+    if (options.keep && !options.overlay) {
+        refuse("--keep leaves the changes of an overlay; add --overlay or leave out --keep");
     }
     options.logCallback = !silent;
     options.capture = !noCapture;

@@ -34,6 +34,9 @@ struct Options
     std::vector<HookNumber> phases; ///< in calling order
     std::vector<std::pair<std::string, std::string>> properties;
     std::optional<std::string> root;
+    bool overlay = false;
+    std::optional<std::string> keep;                  ///< where an overlay's changes are copied to
+    bool changes = false;                             ///< what each phase changed below the root is recorded
     std::optional<std::string> home;                  ///< absolute, as seen from inside the root
     std::optional<std::chrono::milliseconds> timeout; ///< for each call into the plug-in
     bool nullProperties = false;                      ///< the hook gets a null property map

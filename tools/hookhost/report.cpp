@@ -2,27 +2,16 @@
 
 #include "tools/common/printable.h"
 #include "tools/hookhost/messages.h"
+#include "tools/hookhost/times.h"
 
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fmt/format.h>
 #include <unistd.h>
 
 namespace hookhost {
 
 namespace {
-
-/// ISO 8601, UTC, with milliseconds.
-std::string now()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_REALTIME, &time);
-    tm utc = {};
-    gmtime_r(&time.tv_sec, &utc);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                       utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, time.tv_nsec / 1000000);
-}
 
 /// Text of unknown origin on one line, from which its bytes can be told again: backslashes are escaped too.
 std::string escaped(std::string_view text)
@@ -39,6 +28,16 @@ std::string escapedRecord(std::string_view text)
         }
     }
     return escaped(text);
+}
+
+/// A path that is followed by two blanks: where it holds two itself, the second one is escaped.
+std::string escapedPath(std::string_view path)
+{
+    std::string text = escaped(path);
+    for (std::size_t at = text.find("  "); at != std::string::npos; at = text.find("  ", at + 1)) {
+        text.replace(at + 1, 1, "\\x20");
+    }
+    return text;
 }
 
 bool isSet(char const* variable)
@@ -118,13 +117,69 @@ void Report::stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid
     writeJson(turn, "running", step, worker, {{"process", process}, {"program", program}});
 }
 
+void Report::change(RecordWriter::Turn& turn, Step step, pid_t worker, std::string const& path,
+                    std::optional<TreeEntry> const& before, std::optional<TreeEntry> const& after)
+{
+    char const mark = !before ? '+' : !after ? '-' : '~';
+    std::string const what = !before  ? describe(*after)
+                             : !after ? describe(*before)
+                                      : describeDifference(*before, *after);
+    std::string const text = fmt::format("{} {}  {}", mark, escapedPath(path), what);
+    if (format == OutputFormat::kRaw) {
+        turn.write(fmt::format("{}/{} {}\n", mode, steps[step], text));
+        return;
+    }
+    writeText(turn, step, worker, text);
+    Json fields = {{"change", !before ? "created" : !after ? "removed" : "changed"}, {"path", path}};
+    if (before) {
+        fields["before"] = toJson(*before);
+    }
+    if (after) {
+        fields["after"] = toJson(*after);
+    }
+    writeJson(turn, "change", step, worker, fields);
+}
+
+void Report::totals(RecordWriter::Turn& turn, std::vector<ChangeCounts> const& counts)
+{
+    ChangeCounts sum;
+    Json phases = Json::array();
+    std::string table = fmt::format("{:<32}{:>10}{:>10}{:>10}\n", "phase", "created", "removed", "changed");
+    for (Step step = 0; step < counts.size(); ++step) {
+        ChangeCounts const& each = counts[step];
+        bool const isPhase = step >= firstPhase && step + 2 < counts.size();
+        if (isPhase || each.created + each.removed + each.changed > 0) {
+            table += fmt::format("{:<32}{:>10}{:>10}{:>10}\n", mode + '/' + steps[step], each.created,
+                                 each.removed, each.changed);
+            phases.push_back({{"phase", steps[step]},
+                              {"created", each.created},
+                              {"removed", each.removed},
+                              {"changed", each.changed}});
+        }
+        sum.created += each.created;
+        sum.removed += each.removed;
+        sum.changed += each.changed;
+    }
+    if (format != OutputFormat::kJsonLines) {
+        turn.write(table);
+        return;
+    }
+    turn.write(jsonLine({{"type", "run"},
+                         {"time", isoTimeNow()},
+                         {"mode", mode},
+                         {"phases", phases},
+                         {"created", sum.created},
+                         {"removed", sum.removed},
+                         {"changed", sum.changed}}));
+}
+
 void Report::writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
                        Colour colour)
 {
     if (onTerminal) {
         writeOnTerminal(turn, step, process, text, colour);
     } else if (format == OutputFormat::kText) {
-        turn.write(fmt::format("{} {}/{} {} {}\n", now(), mode, steps[step], process, text));
+        turn.write(fmt::format("{} {}/{} {} {}\n", isoTimeNow(), mode, steps[step], process, text));
     }
 }
 
@@ -155,7 +210,7 @@ void Report::writeJson(RecordWriter::Turn& turn, char const* type, Step step, pi
 {
     if (format == OutputFormat::kJsonLines) {
         Json record = {
-            {"type", type}, {"time", now()}, {"mode", mode}, {"phase", steps[step]}, {"pid", process}};
+            {"type", type}, {"time", isoTimeNow()}, {"mode", mode}, {"phase", steps[step]}, {"pid", process}};
         record.update(fields);
         turn.write(jsonLine(record));
     }

@@ -5,6 +5,7 @@
 #include "tools/hookhost/json.h"
 #include "tools/hookhost/options.h"
 #include "tools/hookhost/record_writer.h"
+#include "tools/hookhost/tree_entry.h"
 
 #include <string>
 #include <string_view>
@@ -20,6 +21,14 @@ struct Failure
     char const* numberName; ///< what the number is: "signal" or "exit"; null if there is none
     int number;
     std::string reason; ///< for people
+};
+
+/// How many paths a step created, removed and changed.
+struct ChangeCounts
+{
+    std::size_t created = 0;
+    std::size_t removed = 0;
+    std::size_t changed = 0;
 };
 
 /// The two streams that the hook prints to.
@@ -67,6 +76,15 @@ public:
     /// A process that the hook has left running. In raw output on standard error.
     void stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid_t process,
                       std::string const& program);
+
+    /// What a step did to a path: what was there before and what is there after it, not both nothing.
+    void change(RecordWriter::Turn& turn, Step step, pid_t worker, std::string const& path,
+                std::optional<TreeEntry> const& before, std::optional<TreeEntry> const& after);
+
+    /// How many paths each step created, removed and changed, in a table: every phase, and other steps that changed any.
+    ///
+    /// @param counts  by step
+    void totals(RecordWriter::Turn& turn, std::vector<ChangeCounts> const& counts);
 
 private:
     enum class Colour

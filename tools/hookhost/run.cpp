@@ -3,10 +3,19 @@
 #include "tools/common/alternate_root.h"
 #include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/host.h"
+#include "tools/hookhost/messages.h"
 #include "tools/hookhost/plugin.h"
 #include "tools/hookhost/plugin_file.h"
+#include "tools/hookhost/tree_walk.h"
 #include "tools/hookhost/worker.h"
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace hookhost {
@@ -17,6 +26,44 @@ Run::Run(Options const& chosenOptions, std::string const& modeName, std::vector<
 {
 }
 
+namespace {
+
+/// Makes a folder unless there is one, which must be empty.
+///
+/// @return its absolute path
+std::string requireEmptyFolder(std::string const& path)
+{
+    mkdir(path.c_str(), 0700);
+    auto const names = namesIn(AT_FDCWD, path);
+    char resolved[PATH_MAX];
+    if (!names || realpath(path.c_str(), resolved) == nullptr) {
+        throw Refusal(kExitHostError,
+                      fmt::format("--keep '{}': {}; give a new or empty folder", path, std::strerror(errno)));
+    }
+    if (!names->empty()) {
+        throw Refusal(kExitHostError,
+                      fmt::format("--keep '{}' is not empty; give a new or empty folder", path));
+    }
+    return resolved;
+}
+
+/// Refuses to compare the whole machine: it never stands still.
+void requireOtherRoot(std::string const& root)
+{
+    struct stat machine = {};
+    struct stat other = {};
+    if (stat("/", &machine) == 0 && stat(root.c_str(), &other) == 0 && machine.st_dev == other.st_dev &&
+        machine.st_ino == other.st_ino) {
+        throw Refusal(
+            kExitHostError,
+            fmt::format("--changes cannot watch the machine itself, which --root '{}' is; add --overlay or "
+                        "give another root",
+                        root));
+    }
+}
+
+} // namespace
+
 int runPhases(Options const& options)
 {
     requireRunnable(options);
@@ -25,26 +72,44 @@ int runPhases(Options const& options)
         steps.push_back(phase.name);
     }
     steps.insert(steps.end(), {"close-entry", "unload"});
+    std::string const kept = options.keep ? requireEmptyFolder(*options.keep) : "";
     Run run(options, options.mode.name, std::move(steps));
+    if (options.overlay) {
+        run.overlay = makeOverlay(options.root.value_or("/"));
+    } else if (options.changes) {
+        run.folder = std::make_unique<FolderTree>(*options.root);
+    }
+    if (options.changes) {
+        run.changes.emplace(options.overlay ? static_cast<TreeSource&>(*run.overlay) : *run.folder,
+                            run.steps.size());
+    }
     if (options.capture && options.format != OutputFormat::kRaw) {
         run.output.emplace(*run.state);
     }
-    return runInWorker(run, callPlugin);
+    return runInWorker(run, callPlugin, [&] {
+        if (options.keep) {
+            run.overlay->copyChangesTo(kept);
+            notice(fmt::format("what the run changed is left in '{}'", *options.keep));
+        }
+    });
 }
 
 int listPlugin(Options const& options)
 {
     requirePluginFile(options.plugin);
     Run run(options, "list", {"load"});
-    return runInWorker(run, [](Run& listing) {
-        // What a constructor of the plug-in prints is no part of the list.
-        RecordWriter writer(*listing.state);
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-        bool complete = false;
-        std::string const lines = describePlugin(listing.options.plugin, complete);
-        RecordWriter::Turn(writer).write(lines);
-        return complete ? 0 : static_cast<int>(kExitSymbolMissing);
-    });
+    return runInWorker(
+        run,
+        [](Run& listing) {
+            // What a constructor of the plug-in prints is no part of the list.
+            RecordWriter writer(*listing.state);
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            bool complete = false;
+            std::string const lines = describePlugin(listing.options.plugin, complete);
+            RecordWriter::Turn(writer).write(lines);
+            return complete ? 0 : static_cast<int>(kExitSymbolMissing);
+        },
+        [] {});
 }
 
 void requireRunnable(Options const& options)
@@ -52,6 +117,9 @@ void requireRunnable(Options const& options)
     requirePluginFile(options.plugin);
     if (options.root) {
         common::alternate_root::requireUsable(*options.root);
+    }
+    if (options.changes && !options.overlay) {
+        requireOtherRoot(*options.root);
     }
 }
 

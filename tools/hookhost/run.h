@@ -3,10 +3,13 @@
 #define TOOLS_HOOKHOST_RUN_H
 
 #include "tools/hookhost/captured_output.h"
+#include "tools/hookhost/changes.h"
 #include "tools/hookhost/options.h"
+#include "tools/hookhost/overlay.h"
 #include "tools/hookhost/report.h"
 #include "tools/hookhost/run_state.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +28,9 @@ struct Run
     SharedRunState const state;
     Report report;
     std::optional<CapturedOutput> output; ///< none if the hook's output is not captured
+    std::unique_ptr<Overlay> overlay;     ///< none if the run works on the root itself
+    std::unique_ptr<FolderTree> folder;   ///< what is compared without an overlay
+    std::optional<Changes> changes;       ///< none if changes are not recorded
 };
 
 /// Loads the plug-in, enters the root, calls the open entry, the phases and the close entry in order, and unloads the

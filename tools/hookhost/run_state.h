@@ -18,6 +18,9 @@ using Clock = std::chrono::steady_clock;
 /// Index into the names of a run's steps: what runs in the plug-in's process, phase by phase.
 using Step = uint32_t;
 
+/// Every run that calls the plug-in has these steps: load, open-entry, each phase, close-entry, unload.
+constexpr Step firstPhase = 2;
+
 /// The step that the worker is in; aligned so that it is read and written in one piece.
 struct alignas(8) CurrentCall
 {
@@ -37,7 +40,8 @@ struct UnfinishedLine
 struct RunState
 {
     std::atomic<CurrentCall> current{CurrentCall{0, 0}};
-    std::atomic<Step> returned{0};        ///< the last step whose call has returned
+    std::atomic<Step> returned{0};        ///< number of steps that are over
+    std::atomic<Step> examined{0};        ///< number of steps whose changes the host has recorded
     std::atomic<int> leavingWith{-1};     ///< the exit status with which the worker leaves; -1 before it does
     std::atomic<uint32_t> firstStatus{0}; ///< the first status other than 0 that the hook returned
     std::atomic<int> writeError{0};       ///< errno of a record that was lost

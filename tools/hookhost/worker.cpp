@@ -2,11 +2,14 @@
 
 #include "tools/common/alternate_root.h"
 #include "tools/hookhost/log_callbacks.h"
+#include "tools/hookhost/messages.h"
 #include "tools/hookhost/plugin.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <fmt/format.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -19,6 +22,19 @@ void recordOutput(Run& run, RecordWriter::Turn& turn)
 {
     if (run.output) {
         run.output->recordAll(run.report, turn, run.state->current.load().step, getpid());
+    }
+}
+
+/// Waits until the host has recorded what the steps that are over have changed. By looking again and again: nothing that
+/// the plug-in could close or exchange.
+void waitForExamination(Run const& run)
+{
+    pid_t const host = getppid();
+    while (run.options.changes && run.state->examined < run.state->returned) {
+        if (getppid() != host) {
+            _exit(kExitHostError);
+        }
+        usleep(500);
     }
 }
 
@@ -35,16 +51,19 @@ void makeCall(Run& run, Step step, Call call) noexcept
         // A copy of the worker: the plug-in could not start a helper program in it and returned instead.
         _exit(0);
     }
-    run.state->returned = step;
+    run.state->returned = step + 1;
     std::fflush(stdout);
-    RecordWriter::Turn turn = run.report.turn();
-    recordOutput(run, turn);
-    bool const isPhase = step > 1 && step + 2 < run.steps.size();
-    if (isPhase || status != 0) {
-        run.report.returned(turn, step, status, taken.count());
+    {
+        RecordWriter::Turn turn = run.report.turn();
+        recordOutput(run, turn);
+        bool const isPhase = step >= firstPhase && step + 2 < run.steps.size();
+        if (isPhase || status != 0) {
+            run.report.returned(turn, step, status, taken.count());
+        }
     }
     uint32_t none = 0;
     run.state->firstStatus.compare_exchange_strong(none, status);
+    waitForExamination(run);
 }
 
 /// Sets HOME from the user database if the environment has none. Below another root the plug-in would otherwise
@@ -55,6 +74,21 @@ void setHomeFromUserDatabase()
     passwd const* const user = home == nullptr || *home == '\0' ? getpwuid(getuid()) : nullptr;
     if (user != nullptr && user->pw_dir != nullptr) {
         setenv("HOME", user->pw_dir, 1);
+    }
+}
+
+void enterRoot(Run& run)
+{
+    if (run.overlay) {
+        std::vector<char> folder(PATH_MAX);
+        bool const stay = !run.options.root && getcwd(folder.data(), folder.size()) != nullptr;
+        common::alternate_root::enter(run.overlay->rootFolder());
+        run.overlay.reset(); // the plug-in does not get its descriptors
+        if (stay && chdir(folder.data()) != 0) {
+            notice(fmt::format("the current folder '{}' is not in the overlay", folder.data()));
+        }
+    } else if (run.options.root) {
+        common::alternate_root::enter(*run.options.root);
     }
 }
 
@@ -70,21 +104,23 @@ int callPlugin(Run& run)
             if (run.output) { // first what was printed before
                 run.output->record(run.report, turn, run.state->current.load().step, self);
             }
-            run.report.message(turn, step, message, step <= run.state->returned);
+            run.report.message(turn, step, message, step < run.state->returned);
         } catch (...) { // nothing may pass through the plug-in; except for memory, nothing is known to fail
             run.state->writeError = ENOMEM;
         }
     });
     Plugin const plugin = loadPlugin(options.plugin);
-    if (run.output) {
-        std::fflush(stdout);
+    std::fflush(stdout);
+    run.state->returned = 1;
+    {
         RecordWriter::Turn turn = run.report.turn();
         recordOutput(run, turn);
     }
+    waitForExamination(run);
     if (options.root) {
         setHomeFromUserDatabase();
-        common::alternate_root::enter(*options.root);
     }
+    enterRoot(run);
     if (options.home) {
         setenv("HOME", options.home->c_str(), 1);
     }

@@ -1,0 +1,47 @@
+/// One file, folder, link or device, as far as a hook can be said to have changed it.
+#ifndef TOOLS_HOOKHOST_TREE_ENTRY_H
+#define TOOLS_HOOKHOST_TREE_ENTRY_H
+
+#include "tools/hookhost/json.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace hookhost {
+
+struct TreeEntry
+{
+    struct stat status = {};
+    std::string digest; ///< of a regular file's content; see digestOf
+    std::string target; ///< of a symbolic link
+    bool settled =
+        false; ///< the digest holds as long as the status stays: the last change was well before reading
+};
+
+/// Entries by their absolute path inside the root. No value: there is nothing at that path.
+using Tree = std::map<std::string, std::optional<TreeEntry>>;
+
+/// Reads what a name in a folder refers to; no link is followed at the name itself.
+///
+/// @param folder  descriptor of the folder
+/// @param before  the entry as it was read before, whose digest is used again if the file cannot have changed
+/// @return no value if there is nothing
+std::optional<TreeEntry> readEntry(int folder, std::string const& name, TreeEntry const* before);
+
+/// Whether two entries differ in what counts: everything but the dates of what is not a regular file.
+bool differ(TreeEntry const& before, TreeEntry const& after);
+
+/// "file 0644 0:0 260 bytes", "folder 0755 0:0", "link to TARGET". Link targets are escaped.
+std::string describe(TreeEntry const& entry);
+
+/// "mode 0644 -> 0600, content 12 bytes 9f86d0.. -> 15 bytes 60303a.."; both descriptions if the kinds differ.
+std::string describeDifference(TreeEntry const& before, TreeEntry const& after);
+
+/// All that counts, and the date of a regular file.
+Json toJson(TreeEntry const& entry);
+
+} // namespace hookhost
+
+#endif

@@ -1,0 +1,58 @@
+#include "tools/hookhost/tree_source.h"
+
+#include "tools/hookhost/exit_status.h"
+#include "tools/hookhost/tree_walk.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace hookhost {
+
+bool isSystemFolder(std::string const& path)
+{
+    return path == "/proc" || path == "/sys" || path == "/dev";
+}
+
+FolderTree::FolderTree(std::string const& root)
+    : rootFolder(open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    if (rootFolder < 0) {
+        throw Refusal(kExitHostError,
+                      fmt::format("root '{}' cannot be read: {}", root, std::strerror(errno)));
+    }
+}
+
+FolderTree::~FolderTree()
+{
+    close(rootFolder);
+}
+
+Tree FolderTree::read(Tree const& before, std::function<void()> const& each) const
+{
+    Tree tree;
+    auto const add = [&](int folder, std::string const& name, std::string const& path) {
+        auto const known = before.find(path);
+        bool const isKnown = known != before.end() && known->second;
+        tree[path] = readEntry(folder, name, isKnown ? &*known->second : nullptr);
+        each();
+    };
+    add(rootFolder, ".", "/");
+    walk(rootFolder, ".", "/", [&](int folder, std::string const& name, std::string const& path) {
+        bool const belongs = !isSystemFolder(path);
+        if (belongs) {
+            add(folder, name, path);
+        }
+        return belongs && tree[path] && S_ISDIR(tree[path]->status.st_mode);
+    });
+    return tree;
+}
+
+std::optional<TreeEntry> FolderTree::original(std::string const& /*path*/) const
+{
+    return std::nullopt; // all that there was is in the tree read before
+}
+
+} // namespace hookhost
