@@ -2,9 +2,11 @@
 #include "tests/support/shell.h"
 
 #include <gmock/gmock.h>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
+#include <sys/mount.h>
 
 using namespace testing_support;
 using testing::ContainsRegex;
@@ -69,6 +71,12 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {125, "$hookhost --mode 0 --timeout nan $run", "--timeout 'nan'"},
         {125, "$hookhost --mode 0 --timeout 5s $run", "--timeout '5s'"},
         {125, "$hookhost --mode 0 --format xml $run", "'xml'.*text, raw, jsonl"},
+        {125, "$hookhost --mode 0 --changes --home / $fixture", "--changes cannot watch the machine itself"},
+        {125, "$hookhost --mode 0 --changes --home / --root /// $fixture", "--changes cannot watch the machine itself"},
+        {125, "$hookhost --mode 0 --keep $root/k $run", "add --overlay"},
+        {125, "$hookhost --mode 0 --overlay --keep $in $run", "--keep .*/in' is not empty"},
+        {125, "setpriv --bounding-set=-sys_admin $hookhost --mode 0 --overlay $run", "--overlay requires root"},
+        {125, "unshare --user --map-root-user $hookhost --mode 0 --overlay --home / $fixture", "the kernel refuses an overlay of '/'"},
         {125, "$hookhost --mode 0 --frob $run", "--frob.*--help"},
         {125, "$hookhost --mode 0 --home= $run", "--home= has no value"},
         {125, "$hookhost --mode 0 --home ann --root $root $fixture", "--home 'ann' is relative.*absolute"},
@@ -178,6 +186,67 @@ TEST_F(Hookhost, CallsAndReports)
         EXPECT_THAT(err, ContainsRegex(each.told));
     }
     EXPECT_TRUE(exists("/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist"));
+}
+
+TEST_F(Hookhost, RecordsWhatEachPhaseChangedAndKeepsTheOverlaidTreeAsItIs)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    std::string const records = R"(install/pre-payload ~ /etc/dated  date DATE -> DATE
+install/pre-payload + /etc/device  character device 0600 0:0 1:3
+install/pre-payload + /etc/fifo  FIFO 0600 0:0
+install/pre-payload ~ /etc/keep  mode 0644 -> 0600, content 4 bytes 9f86d0.. -> 7 bytes e681dc..
+install/pre-payload ~ /etc/kind  file 0644 0:0 0 bytes -> folder 0700 0:0
+install/pre-payload ~ /etc/link  target keep -> other
+install/pre-payload - /etc/moved  folder 0755 0:0
+install/pre-payload - /etc/moved/x  file 0644 0:0 0 bytes
+install/pre-payload - /etc/old  link to keep
+install/pre-payload ~ /etc/owned  owner 0:0 -> 1000:80
+install/pre-payload + /etc/renamed  folder 0755 0:0
+install/pre-payload + /etc/renamed/x  file 0644 0:0 0 bytes
+install/pre-payload ~ /etc/same  content 4 bytes 61be55.. -> 4 bytes 81cc5b..
+install/pre-payload - /etc/tree/a  file 0644 0:0 0 bytes
+install/pre-payload + /etc/tree/b \x20c  folder 0755 0:0
+install/pre-payload ~ /mounted/file  content 0 bytes e3b0c4.. -> 4 bytes 187897..
+phase                              created   removed   changed
+install/session-open                     0         0         0
+install/pre-payload                      5         4         7
+)";
+    ASSERT_EQ(
+        shell(
+            "mkdir -p $root/etc/moved $root/etc/tree $root/mounted $root/dev; cd $root/etc; touch ../called"
+            " dated owned kind moved/x tree/a; printf test >keep; printf aaaa >same; ln -s keep old; ln -s keep link"),
+        0);
+    ASSERT_EQ(mount("tmpfs", "/mounted", "tmpfs", 0, ""), 0);
+    std::unique_ptr<char const, void (*)(char const*)> const mounted(
+        "/mounted", [](char const* path) { umount2(path, MNT_DETACH); });
+    writeFile("/mounted/file", "");
+    auto const stateOfTree = [this] {
+        shell(
+            "cat /proc/self/mounts; cd $root; find . -printf '%p %y %m %U:%G %s %T@ %C@ %l\n'; find . -type f -exec cat {} +");
+        return out;
+    };
+    std::string const before = stateOfTree();
+    std::string const changing = "--mode 0 --phase session-open --phase 1 --changes $run -D when=1 -D act=";
+    std::string const onlyRecords = " | grep -e ' [-+~] ' -e ' [0-9]$' -e ^phase";
+    // clang-format off
+    struct { int status; std::string command, expected; } const cases[] = {
+        {0, "$hookhost --overlay " + changing + "change" + onlyRecords, records},
+        {0, "$hookhost --overlay " + changing + "'change and crash'" + onlyRecords, records},
+        {0, "$hookhost --overlay --format jsonl " + changing + "change | grep -c '\"type\":\"change\"'", "16\n"},
+        {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
+            "./etc/device\n./etc/moved\n./etc/old\n./mounted/file\n"},
+        {143, "$hookhost --overlay " + changing + "hang & until grep -q 0/1 $root.out; do sleep 0.05; done; kill $!; wait $! >$root.wait; s=$?; >$root.out; exit $s", ""},
+        {0, "$hookhost " + changing + "'change and crash'" + onlyRecords, records}, // on the tree itself
+    };
+    // clang-format on
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.command);
+        EXPECT_EQ(stateOfTree(), before);
+        EXPECT_EQ(shell(each.command), each.status);
+        std::string const withoutTimes =
+            std::regex_replace(out, std::regex("[^\n ]*Z (install[^ ]*) \\d+ "), "$1 ");
+        EXPECT_EQ(std::regex_replace(withoutTimes, std::regex("[^ ]*Z"), "DATE"), each.expected);
+    }
 }
 
 TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)

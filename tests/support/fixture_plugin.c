@@ -61,6 +61,40 @@ static void helper(void)
     }
 }
 
+static void append(char const* path, char const* text)
+{
+    FILE* const file = fopen(path, "a");
+    fputs(text, file);
+    fclose(file);
+}
+
+/* Every kind of change to a file tree. */
+static void change(void)
+{
+    struct stat status;
+    stat("/etc/same", &status);
+    struct timespec const kept[] = {status.st_atim, status.st_mtim};
+    struct timespec const other[] = {{1, 0}, {1, 0}};
+    truncate("/etc/same", 0);
+    append("/etc/same", "bbbb");
+    utimensat(AT_FDCWD, "/etc/same", kept, 0);
+    utimensat(AT_FDCWD, "/etc/dated", other, 0);
+    utimensat(AT_FDCWD, "/etc", other, 0);
+    append("/etc/keep", "abc");
+    int failed = chmod("/etc/keep", 0600) + chown("/etc/owned", 1000, 80);
+    failed += unlink("/etc/old") + unlink("/etc/link") + symlink("other", "/etc/link");
+    failed += unlink("/etc/kind") + mkdir("/etc/kind", 0700);
+    failed +=
+        unlink("/etc/tree/a") + rmdir("/etc/tree") + mkdir("/etc/tree", 0755) + mkdir("/etc/tree/b  c", 0755);
+    failed += rename("/etc/moved", "/etc/renamed");
+    failed += mkfifo("/etc/fifo", 0600) + mknod("/etc/device", S_IFCHR | 0600, 0x103);
+    append("/mounted/file", "more");
+    append("/dev/ignored", "");
+    if (failed != 0) {
+        latest("not everything could be changed");
+    }
+}
+
 static void act(char const* what, HookLogCallback log)
 {
     pthread_t threads[2];
@@ -101,6 +135,12 @@ static void act(char const* what, HookLogCallback log)
         waitpid(copy, NULL, 0);
     } else if (strcmp(what, "log late") == 0 && latest != NULL) {
         latest("late");
+    } else if (strcmp(what, "change") == 0 || strcmp(what, "change and crash") == 0) {
+        latest = log;
+        change();
+        if (what[6] != '\0') {
+            raise(SIGTRAP);
+        }
     } else if (strcmp(what, "helper") == 0) {
         helper();
     }
@@ -132,7 +172,8 @@ uint32_t QvInstallerCustomHookProc(struct HookProperty const* properties, uint32
     if (*valueOf(properties, "log") != '\0') {
         logCallback(valueOf(properties, "log"));
     }
-    act(valueOf(properties, "act"), logCallback);
+    char const* const when = valueOf(properties, "when"); /* the one phase to act in */
+    act(*when != '\0' && (uint32_t)atoi(when) != entryMode ? "" : valueOf(properties, "act"), logCallback);
     atUnload = valueOf(properties, "act");
     latest = logCallback;
     return entryMode * (uint32_t)strtoul(valueOf(properties, "times"), NULL, 10) + (uint32_t)reserved;
