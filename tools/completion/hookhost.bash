@@ -6,14 +6,14 @@ _hookhost()
     --mode) candidates='install reinstall uninstall' ;;
     --phase) candidates='pre-system-check pre-payload post-payload session-open session-close' ;;
     --format) candidates='text raw jsonl' ;;
-    --root | --home) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
+    --root | --home | --keep) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
     -D | --property | --timeout) return ;;
     *)
         if [[ $word != -* ]]; then
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
         fi
-        candidates='--mode --phase --property --null-properties --root --home --no-log-callback --no-capture --format --timeout --dry-run --list --version --help'
+        candidates='--mode --phase --property --null-properties --root --overlay --keep --changes --home --no-log-callback --no-capture --format --timeout --dry-run --list --version --help'
         ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <type_traits>
 #include <unistd.h>
 #include <vector>
 #if __has_include(<sys/sysmacros.h>)
@@ -83,7 +84,9 @@ std::string ownerOf(TreeEntry const& entry)
 
 std::string deviceOf(TreeEntry const& entry)
 {
-    return fmt::format("{}:{}", major(entry.status.st_rdev), minor(entry.status.st_rdev));
+    auto const device =
+        static_cast<std::make_unsigned_t<dev_t>>(entry.status.st_rdev); // signed on some systems
+    return fmt::format("{}:{}", major(device), minor(device));
 }
 
 std::string contentOf(TreeEntry const& entry)
