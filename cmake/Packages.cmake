@@ -46,13 +46,14 @@ The C and C++ headers of the custom-hook plug-in's entry points and of its
 record library, with a pkg-config file and a CMake package that find them and
 the plug-in.")
 
-# Files of the packages alone: `cmake --install` without a component leaves them out.
+# Only the packages have these files: `cmake --install` leaves them out. script/package writes the changelog.
 file(CONFIGURE OUTPUT copyright CONTENT
     "Copyright 2026 the CustomHooksTessarine maintainers, who have not granted a licence yet.\n")
 foreach(component PLUGIN TOOLS DEV)
     string(TOLOWER ${component} component_name)
     install(FILES ${PROJECT_BINARY_DIR}/copyright ${PROJECT_BINARY_DIR}/changelog.gz
-        DESTINATION share/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME} COMPONENT ${component_name} EXCLUDE_FROM_ALL)
+        DESTINATION share/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME} COMPONENT ${component_name}
+        EXCLUDE_FROM_ALL OPTIONAL)
 endforeach()
 
 include(CPack)

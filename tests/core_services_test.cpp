@@ -1,4 +1,4 @@
-// The macOS source that no other system can build, with bodies of this test's for the calls that it makes.
+// Runs the macOS source for CoreServices on other systems: this file defines the functions that it calls.
 #include "platform/platform.h"
 
 #include <CoreServices/CoreServices.h>
