@@ -1,4 +1,4 @@
-/// What a package installer sees of the plug-in: three plain entry points and the types they take.
+/// The plug-in's interface for a package installer: three plain entry points and the types they take.
 /// Compiles as C and as C++. Every number is 32 bits wide and the calling convention is the platform's own.
 #ifndef HOOKS_CUSTOM_HOOKS_H
 #define HOOKS_CUSTOM_HOOKS_H
@@ -16,8 +16,8 @@
 /// Statuses of the hook interface.
 enum HookStatus
 {
-    kHookOK = 0,            ///< success; every phase but the reinstall post-payload one always answers it
-    kHookNoProductCode = 1, ///< reinstall post-payload: the session has no "ZelkoCode" property
+    kHookOK = 0,            ///< success; every phase except a reinstall's post-payload always returns it
+    kHookNoProductCode = 1, ///< a reinstall's post-payload: the session has no "ZelkoCode" property
     kHookUnsupportedInstallMode = 3, ///< the install mode is none of HookInstallMode; nothing was run
     kHookUnsupportedEntryMode = 4    ///< the entry mode is none of HookEntryMode; nothing was run
 };
@@ -49,29 +49,29 @@ struct HookProperty
 /// The installer's log sink: takes one message without a newline, which lives for the call only.
 typedef void (*HookLogCallback)(char const* message);
 
-/// Opens a hook session. Does nothing, keeps nothing and ignores whatever arguments it is given.
+/// Opens a hook session. Does nothing, keeps nothing and ignores all arguments.
 ///
 /// @return kHookOK
 HOOK_API uint32_t QvInstallerCustomHookInitSession(void);
 
-/// Closes a hook session. Does nothing and ignores whatever arguments it is given.
+/// Closes a hook session. Does nothing and ignores all arguments.
 ///
 /// @return kHookOK
 HOOK_API uint32_t QvInstallerCustomHookCloseSession(void);
 
 /// Runs the phase procedure of one install mode and phase, synchronously on the calling thread. Phases may
-/// come in any order, alone or repeatedly, with or without the open and close calls around them.
+/// be called in any order, alone or repeatedly, with or without the open and close calls around them.
 ///
-/// Failures of the actions behind a phase are told to the log and swallowed; nothing is undone. After a
-/// helper program could not be started the call returns a second time, in a child process: a caller notes
-/// its process id before and ends the copy that comes back with another one.
+/// Failures of a phase's actions are logged and ignored; nothing is rolled back. If a helper program cannot be
+/// started, the call also returns in the forked child: compare getpid() before and after it, and end the process
+/// whose id has changed.
 ///
 /// @param propertyMap  the session's properties, or null for none; read during the call only
 /// @param entryMode    the phase, a HookEntryMode
 /// @param installMode  a HookInstallMode
 /// @param reserved     kept in the session and never read
-/// @param logCallback  called once per message, in order, or null for no output; changes nothing else
-/// @return kHookOK; kHookNoProductCode; kHookUnsupportedInstallMode (whatever the entry mode);
+/// @param logCallback  called once per message, in order; null for no log, which changes nothing else
+/// @return kHookOK; kHookNoProductCode; kHookUnsupportedInstallMode (for any entry mode);
 ///         kHookUnsupportedEntryMode
 HOOK_API uint32_t QvInstallerCustomHookProc(struct HookProperty const* propertyMap, uint32_t entryMode,
                                             int32_t installMode, int32_t reserved,

@@ -16,7 +16,7 @@ bool CCustomHookSession::GetPropetyValue(char const* name, char const** value) c
         return false;
     }
     if (value == nullptr) {
-        // Deliberate: the text speaks of the name although the value pointer is missing; log readers know it.
+        // Deliberate: mentions the name although the value pointer is missing; log parsers match this text.
         log(*this, "NULL pointer passed for property name.");
         return false;
     }

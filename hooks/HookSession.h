@@ -1,4 +1,4 @@
-/// The installer's session record and the one way that the plug-in speaks to the installer's log.
+/// The installer's session record, and the function through which the plug-in logs.
 #ifndef HOOKS_HOOK_SESSION_H
 #define HOOKS_HOOK_SESSION_H
 
@@ -7,25 +7,25 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the installer hands to one call: five words in this order. It is built on the stack of
-/// QvInstallerCustomHookProc, passed down by const reference and never changed. The strings behind it belong
-/// to the installer and outlive the call.
+/// The arguments of one call: five words in this order. QvInstallerCustomHookProc builds it on its stack and passes
+/// it on by const reference; it is never changed. The strings that it points to belong to the installer and outlive
+/// the call.
 struct CCustomHookSession
 {
-    HookProperty const* propertyMap; ///< ends at the first null name; null when the installer set up none
+    HookProperty const* propertyMap; ///< ends at the first null name; null if the installer passed none
     uint32_t entryMode;              ///< the phase, a HookEntryMode
     int32_t installMode;             ///< a HookInstallMode
-    int32_t reserved;                ///< the installer's own; nothing here reads it
-    HookLogCallback logCallback;     ///< null: silence
+    int32_t reserved;                ///< the installer's own; never read
+    HookLogCallback logCallback;     ///< null: nothing is logged
 
-    /// Looks a property up, byte for byte; the first of several with one name wins. The name is spelt as the
-    /// installer's other plug-ins spell it.
+    /// Looks up a property by its name, byte for byte. If several have that name, the first one is found. The
+    /// function's own name is spelt as in the installer's other plug-ins.
     ///
-    /// A null argument or a session without a map is told to the log; an absent property is not.
+    /// A null argument or a session without a map is logged; an absent property is not.
     ///
     /// @param name   property name
-    /// @param value  receives the installer's own pointer, not a copy, when the property is found (it may be
-    ///               null); untouched otherwise
+    /// @param value  receives the installer's own pointer, not a copy, if the property is found (it may be null);
+    ///               untouched otherwise
     /// @return whether the property was found
     bool GetPropetyValue(char const* name, char const** value) const;
 };
@@ -38,9 +38,9 @@ static_assert(sizeof(void*) != 4 || (offsetof(CCustomHookSession, propertyMap) =
                                      offsetof(CCustomHookSession, logCallback) == 16),
               "in the order above");
 
-/// Hands one message to the session's log callback; without a callback it does nothing.
+/// Passes one message to the session's log callback. Does nothing without a callback.
 ///
-/// @param session  the session whose log is meant
+/// @param session  session to log to
 /// @param text     NUL-terminated message without a newline, needed for the call only
 void log(CCustomHookSession const& session, char const* text);
 

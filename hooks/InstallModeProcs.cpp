@@ -17,7 +17,6 @@ uint32_t PrePayloadInstallProc(CCustomHookSession const& session)
 uint32_t PostPayloadInstallProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In PostPayloadInstallProc");
-    // Deliberate: only a fresh install writes the identifier, and it leaves the configuration stores alone.
     createUUIDFile(session);
     copyCustomEventsDATfileFromPreviousInstall(session);
     return kHookOK;

@@ -1,5 +1,5 @@
-/// The fifteen phase procedures. Each logs "::FT::In " and its own name, then runs the custom actions that
-/// belong to it, in the order given. All but PostPayloadReinstallProc answer kHookOK whatever the actions did.
+/// The fifteen phase procedures. Each logs "::FT::In " and its own name, then runs its custom actions in the order
+/// given here. All except PostPayloadReinstallProc return kHookOK even if an action fails.
 #ifndef HOOKS_PHASE_PROCS_H
 #define HOOKS_PHASE_PROCS_H
 

@@ -17,7 +17,7 @@ uint32_t PrePayloadReinstallProc(CCustomHookSession const& session)
 uint32_t PostPayloadReinstallProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In PostPayloadReinstallProc");
-    // Deliberate: a reinstall keeps the identifier of the first install and does not write one.
+    // No createUUIDFile: a reinstall keeps the identifier of the first install.
     int const status = addEntryToCacheDB(session);
     copyCustomEventsDATfileFromPreviousInstall(session);
     return static_cast<uint32_t>(status);

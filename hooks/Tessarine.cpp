@@ -41,8 +41,8 @@ char const* const eventsFiles[] = {
 char const eventsVersionFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
 char const eventsDataFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine";
 
-/// Runs the body of an action; out of memory ends it there and nothing more. Deliberate: with a line of its own, or a
-/// log would end in mid-action without a reason.
+/// Runs the body of an action. Running out of memory ends the body and is logged, so that a log that stops in
+/// mid-action shows why.
 template<class Body>
 void runAction(CCustomHookSession const& session, Body body) noexcept
 {
@@ -59,7 +59,7 @@ bool isTessarine(PdbPayloadInfo const& payload)
            std::strcmp(payload.productFamily, "Halvorick") == 0;
 }
 
-/// Starts both helper programs of every installed copy on record.
+/// Starts both helper programs of every installed copy on record, in order of installation.
 void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
 {
     std::string agent = agentProgram;
@@ -84,7 +84,7 @@ void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
             installFolder = "";
         }
         log(session, installFolder);
-        // Deliberate: put in front of what is there; a second copy on record gets the first one's folder too.
+        // Deliberate: not rebuilt for each copy; a machine has one copy at most.
         agent.insert(0, installFolder);
         analyser.insert(0, installFolder);
         executeWithTimeout(session, analyser.c_str());
@@ -92,7 +92,7 @@ void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
     }
 }
 
-/// An earlier first install with an open mask has left these folders and the file writable by all.
+/// Earlier versions left these folders and the file writable by everyone if they were installed with an open umask.
 void withdrawIdentifierFromOthers()
 {
     bool const closed = std::all_of(std::begin(uuidFolders), std::end(uuidFolders), veskiWithdrawFromOthers);
@@ -101,7 +101,9 @@ void withdrawIdentifierFromOthers()
     }
 }
 
-/// The newest events file that exists, as its path below the home; null if there is none.
+/// Finds the newest events file.
+///
+/// @return its path below the home; null if there is none
 char const* newestEventsFile(CCustomHookSession const& session, platform::HomeFolder const& home)
 {
     for (auto file = std::rbegin(eventsFiles); file != std::rend(eventsFiles); ++file) {
@@ -144,12 +146,12 @@ int executeWithTimeout(CCustomHookSession const& session, char const* path)
     pid_t const child = fork();
     char message[1000];
     std::snprintf(message, sizeof message, "::FT::CUSTOM ACTION: Executing %s", path);
-    log(session, message); // Deliberate: after the fork, so that a child that starts logs it as well
+    log(session, message); // Deliberate: after the fork, so that the child logs it, too
     if (child == -1) {
         log(session, "::FT::CUSTOM ACTION: Could not create the child process...exiting");
     } else if (child == 0) {
         execlp(path, path, "-uninstall", "-silent", static_cast<char*>(nullptr));
-        // Deliberate: no _exit; the child goes on as a second copy of the caller.
+        // Deliberate: no _exit; the caller ends this second copy of itself (see QvInstallerCustomHookProc).
     }
     return 0;
 }
@@ -169,7 +171,7 @@ void createUUIDFile(CCustomHookSession const& session)
             log(session, "::FT::CUSTOM ACTION: Directory for the UUID file NOT present");
             log(session, "::FT::CUSTOM ACTION: Creating the directory structure "
                          "/Library/Application Support/Zelko/Fendrial Tessarine/12");
-            // Deliberate: never writable by others, however open the process's mask is.
+            // Not 0777: with an open umask, every user could then replace the file.
             if (!platform::createDirectoryTree(uuidFolder, 0755)) {
                 log(session, "::FT::CUSTOM ACTION: Could not create directory "
                              "/Library/Application Support/Zelko/Fendrial Tessarine/12");
@@ -177,7 +179,7 @@ void createUUIDFile(CCustomHookSession const& session)
         } else {
             log(session, "::FT::CUSTOM ACTION: Directory for the UUID file present");
         }
-        // Deliberate: tried even without the folder, so that the log always ends with the outcome.
+        // Tried even without the folder, so that the log always ends with the outcome.
         if (platform::writePropertyList(uuidFile, "UUID", uuid)) {
             log(session, "::FT::CUSTOM ACTION: Successfully created UUID");
         } else {
@@ -202,7 +204,7 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
         if (!dataFolderExisted) {
             log(session, "::FT::CUSTOM ACTION: Creating Directoty for the file");
             home.createFolders(eventsDataFolder);
-            // The inner folder first: if root has made both, it is out of root's hands once the outer one is given.
+            // The inner folder first: as soon as the outer one is the user's, what is in it is no longer root's alone.
             home.giveOwnAttributes(eventsDataFolder);
             home.giveOwnAttributes(eventsVersionFolder);
         } else {
@@ -210,7 +212,8 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
             giveAccessIfLacking(session, home, eventsVersionFolder, "::FT::Giving Permission to 12");
             giveAccessIfLacking(session, home, eventsDataFolder, "::FT::Giving Permission to Tessarine");
         }
-        // A version-12 file is its own newest: it stays as it is, and the log says the same.
+        // An existing file of version 12 stays as it is. Deliberate: "File Copied" is logged even then; it marks the
+        // end of the action (see docs/hook-phases.md).
         if (source != target) {
             home.copy(source, target);
         }
@@ -242,7 +245,7 @@ int addEntryToCacheDB(CCustomHookSession const& session)
             log(session, "::FT::CUSTOM ACTION: Key updated successfully");
         }
     }
-    // Deliberate: also without a session; the log shows the same end, and closing none is refused.
+    // Even without a session, so that the log always ends with this line; closing null is refused.
     log(session, "::FT::CUSTOM ACTION: Closing Master PCD");
     pcdCloseSession(master);
     return kHookOK;

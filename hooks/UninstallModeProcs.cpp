@@ -14,7 +14,7 @@ uint32_t PrePayloadUninstallProc(CCustomHookSession const& session)
     return kHookOK;
 }
 
-// Deliberate: an uninstall leaves the identifier, the events file and the stores for a later install.
+// Deliberate: removes nothing; a later install uses the identifier, the events file and the stores again.
 uint32_t PostPayloadUninstallProc(CCustomHookSession const& session)
 {
     log(session, "::FT::In PostPayloadUninstallProc");

@@ -32,10 +32,10 @@ public:
     Statement& operator=(Statement const&) = delete;
     ~Statement() { sqlite3_finalize(handle); }
 
-    /// Ends the statement. A statement compiled as these are keeps the real reason of a failed step until then,
-    /// so this has the last word.
+    /// Ends the statement. After sqlite3_prepare, only finalizing returns the actual error of a failed step, so its
+    /// status wins.
     ///
-    /// @param stepped  the status that stepping came to
+    /// @param stepped  the status of the last step
     /// @return the status of the query
     int32_t finalize(int32_t stepped)
     {
@@ -47,15 +47,16 @@ public:
     sqlite3_stmt* handle = nullptr;
 };
 
-/// Bounds what reading the versions of a file may cost, while it lives: a crafted file must not block the opening.
+/// While it lives, limits the time and memory that reading the versions of a file takes: a crafted file must not block
+/// opening.
 class VersionReading
 {
 public:
-    /// @param shared  whether other users may have crafted the file. Deliberate: only then is more bounded than the
-    ///                work; an administrator's own views and tables must not keep a file from its upgrade
+    /// @param shared  whether other users may have crafted the file. Only then are views, functions and long values
+    ///                restricted, too: an administrator's own views must not prevent a file's upgrade
     VersionReading(sqlite3* database, bool shared) : db(database)
     {
-        sqlite3_progress_handler(db, instructionsBetweenLooks, isOver, this);
+        sqlite3_progress_handler(db, instructionsBetweenChecks, isOver, this);
         if (shared) {
             for (auto& limit : limits) {
                 limit.value = sqlite3_limit(db, limit.category, limit.value);
@@ -85,14 +86,14 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    // Reading the versions of a sound file takes some hundred instructions of SQLite's machine.
-    static int const instructionsBetweenLooks = 1000;
-    static int const mostLooks = 1000;
+    // Reading the versions of an intact file takes some hundred VDBE instructions.
+    static int const instructionsBetweenChecks = 1000;
+    static int const mostChecks = 1000;
 
     static int isOver(void* object)
     {
         auto& reading = *static_cast<VersionReading*>(object);
-        return ++reading.looks > mostLooks || Clock::now() > reading.end ? 1 : 0;
+        return ++reading.checks > mostChecks || Clock::now() > reading.end ? 1 : 0;
     }
 
     struct Limit
@@ -108,7 +109,7 @@ private:
 
     sqlite3* const db;
     Clock::time_point const end = Clock::now() + std::chrono::seconds(2);
-    int looks = 0;
+    int checks = 0;
     bool bounded = false;
     std::array<Limit, 3> limits = {
         {{SQLITE_LIMIT_LENGTH, 1'000'000}, {SQLITE_LIMIT_FUNCTION_ARG, 0}, {SQLITE_LIMIT_VDBE_OP, 10'000}}};
@@ -116,7 +117,7 @@ private:
     std::array<Setting, 2> settings = {{{1015, 1}, {1017, 1}}};
 };
 
-/// A write transaction of a store that its destructor rolls back unless it is over by then.
+/// A write transaction of a store. The destructor rolls it back unless it has been committed.
 class Transaction
 {
 public:
@@ -178,7 +179,7 @@ int32_t veskiSQLiteErrorMap(int sqliteCode)
     case SQLITE_BUSY:
         return kVeskBusy;
     default:
-        // Deliberate: SQLITE_LOCKED is here too. It is a conflict within one process, which waiting never ends.
+        // Deliberate: SQLITE_LOCKED is not kVeskBusy; it is a conflict within one connection, which waiting cannot end.
         return kVeskError;
     }
 }
@@ -253,7 +254,7 @@ int32_t VeskiDataStore::dbOpen()
     int const opened =
         veskiOpenConnection(directory, path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, restrictedVfs, &db);
     if (opened != SQLITE_OK) {
-        sqlite3_close(db); // SQLite hands out a connection together with most failures
+        sqlite3_close(db); // SQLite allocates a connection even for most failures
         db = nullptr;
         return veskiSQLiteErrorMap(opened);
     }
@@ -269,7 +270,7 @@ int32_t VeskiDataStore::dbOpen()
     return applied;
 }
 
-/// Reads the version of the file and the oldest version of this library that may use it; 0 for what is missing.
+/// Reads the file's version and the oldest library version that may use it; leaves unchanged what is missing.
 int32_t VeskiDataStore::readVersions(int32_t& current, int32_t& compatible)
 {
     char const* value = nullptr;
@@ -303,7 +304,8 @@ int32_t VeskiDataStore::applySchemas()
             return applied == current ? kVeskOK : result;
         }
     }
-    // Without a step this is the outcome of reading the versions: a file that lacks a version row is refused.
+    // If no version was applied, this is the status of reading the versions: a file that lacks a version row is
+    // refused.
     return result;
 }
 
@@ -323,7 +325,7 @@ int32_t VeskiDataStore::loadSchema(int version)
     Transaction transaction(*this);
     for (StatementList statement = schemaLists[version - 1]; *statement != nullptr; ++statement) {
         if (queryNR(*statement) != kVeskOK) {
-            return kVeskFailed; // Deliberate: callers learn only that the step failed
+            return kVeskFailed; // Deliberate: one status for all; applySchemas needs to know only that it failed
         }
     }
     return transaction.commit();
@@ -376,7 +378,7 @@ int32_t VeskiDataStore::prepare(sqlite3_stmt** statement, char const* format, va
     if (sqlite3_get_autocommit(db) != 0 && !noAutoBegin && changesRows(text.get())) {
         result = queryNR("BEGIN");
     }
-    // The interface that does not compile again behind the caller's back: a text is compiled once per call.
+    // Not sqlite3_prepare_v2, which may recompile a statement silently.
     char const* tail = nullptr;
     int const code =
         sqlite3_prepare(db, text.get(), static_cast<int>(std::strlen(text.get())), statement, &tail);
@@ -404,8 +406,8 @@ int32_t VeskiDataStore::queryNR(char const* format, ...)
     while (code == SQLITE_ROW) {
         code = sqlite3_step(statement.handle);
     }
-    // Deliberate: SQLITE_ERROR is not stepped again. SQLite would run the statement a second time, and after a
-    // full disk has rolled the transaction back, that one statement alone would be kept and reported as success.
+    // Deliberate: no second step after SQLITE_ERROR. SQLite would run the statement again: after a full disk has rolled
+    // back the transaction, this one statement alone would then be committed and reported as success.
     return statement.finalize(veskiSQLiteErrorMap(code));
 }
 
@@ -450,7 +452,7 @@ int32_t VeskiDataStore::queryList(char const*** values, char const* format, ...)
     if (result != kVeskOK) {
         return result;
     }
-    // The list's texts are the buffers that the pool keeps from here on, a null for each SQL NULL among them.
+    // The list's entries are what the pool keeps from here on: a buffer for each text, null for each SQL NULL.
     size_t const first = pool.kept().size();
     int code = sqlite3_step(statement.handle);
     for (; code == SQLITE_ROW; code = sqlite3_step(statement.handle)) {
@@ -505,7 +507,7 @@ int32_t VeskiDataStore::textOfColumn(sqlite3_stmt* statement, int column, char c
         text = nullptr;
         return sqlite3_column_type(statement, column) == SQLITE_NULL ? kVeskOK : kVeskNoMemory;
     }
-    // Not sqlite3_column_bytes: it locks the connection for each text, and callers read up to the first zero anyway.
+    // Not sqlite3_column_bytes: it locks the connection for each text, and callers read only up to the first zero.
     text = copyText(value, std::strlen(value));
     return text != nullptr ? kVeskOK : kVeskNoMemory;
 }

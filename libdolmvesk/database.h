@@ -32,8 +32,8 @@ int32_t newestSchemaVersion(schemaType type);
 /// How long a statement waits for another connection's lock.
 constexpr int busyTimeoutMilliseconds = 2000;
 
-/// What a single text and a list are before a query has run: an empty text and a list of nothing but its
-/// terminator. Shared by all and never written to.
+/// The values of a single text and of a list before a query has run: an empty text, and a list that has only its
+/// terminator. Shared by all stores and never written to.
 extern char const* const empty_string;
 extern char const** const empty_list;
 
@@ -45,10 +45,10 @@ int32_t veskiSQLiteErrorMap(int sqliteCode);
 
 /// Reads the decimal number that a text begins with.
 ///
-/// @return the number, the nearest of 32 bits for one beyond; 0 for a text that begins with none
+/// @return the number, or the nearest one that 32 bits can hold; 0 if the text begins with none
 int32_t veskiDecimalNumber(char const* text);
 
-/// Owns every buffer that a store has handed out. A buffer is never freed singly.
+/// Owns every buffer that a store has given to its callers. Buffers are only freed all at once.
 class VeskiPool
 {
 public:
@@ -59,16 +59,16 @@ public:
     ~VeskiPool();
 
     /// @param size  bytes, more than 0
-    /// @return a buffer that lives as long as the pool; null when there is no memory
+    /// @return a buffer that lives as long as the pool; null if there is no memory
     void* malloc(unsigned long size);
 
-    /// Takes a buffer over, or a null in its place.
+    /// Takes ownership of a buffer; null is kept as an entry, too.
     ///
-    /// @param buffer  from std::malloc; freed here when it cannot be kept
-    /// @return whether it is kept; false when there is no memory
+    /// @param buffer  from std::malloc, or null; freed if it cannot be kept
+    /// @return whether it is kept; false if there is no memory
     bool keep(void* buffer);
 
-    /// The buffers kept so far, oldest first; good until the next one.
+    /// The buffers kept so far, oldest first; valid until the next one is kept.
     std::vector<void*> const& kept() const { return buffers; }
 
 private:
@@ -77,12 +77,11 @@ private:
 
 /// One SQLite database file, open or not. One session owns a store and uses it from one thread.
 ///
-/// Texts and lists that queries give back live in the store's pool: they are the caller's to read until the
-/// store is destroyed, also after dbClose.
+/// Texts and lists that queries return are kept in the store's pool: callers may read them until the store is
+/// destroyed, even after dbClose.
 ///
-/// Formats are those of SQLite's own printf with its %q conversion, which doubles single quotes. There is no
-/// format attribute on the query functions: the compilers' check takes the q of %q for an integer's length
-/// and refuses every text quoted with it.
+/// Formats are those of SQLite's own printf with its %q conversion, which doubles single quotes. The query functions
+/// have no format attribute: compilers take the q of %q for a length modifier and reject texts as its arguments.
 class VeskiDataStore
 {
 public:
@@ -90,49 +89,48 @@ public:
     int32_t status = 1;
     sqlite3* db = nullptr; ///< null when not open
     bool noAutoBegin =
-        false; ///< true: no query opens a transaction by itself; nothing in the library sets it
+        false; ///< true: queries do not open transactions by themselves; nothing in the library sets it
     VeskiPool pool;
     std::string directory;
     std::string fileName;
     SchemaFamily schemaLists = nullptr;
     bool checkSchema = false; ///< whether dbOpen brings the schema up to date
     ::schemaType schemaType = kSchemaTypeStandard;
-    std::string path; ///< of the file; formed by dbOpen, so that a commit needs no memory to flush it
+    std::string path; ///< of the file; formed once, by dbOpen, so that a commit allocates nothing
 
     /// A store that is not open, on which every operation does nothing.
     VeskiDataStore();
 
-    /// Opens a database with dbOpen and sets the access of its folder and file; `status` tells the outcome.
+    /// Opens a database with dbOpen and sets owner and modes of its folder and file; `status` holds the outcome.
     ///
     /// Throws nothing but std::bad_alloc, and that only before anything is opened.
     ///
     /// @param databaseDirectory  folder of the file
     /// @param databaseFileName   name of the file in it
     /// @param schemas            the file's schema family; outlives the store
-    /// @param sharedAccess       whether every user may write, as veskiSetDbAccess has it
-    /// @param skipAccess         whether owner and modes are left alone
-    /// @param type               which version is the newest
+    /// @param sharedAccess       whether every user may write: see veskiSetDbAccess
+    /// @param skipAccess         whether owner and modes are left unchanged
+    /// @param type               fixes the newest version
     VeskiDataStore(std::string const& databaseDirectory, std::string const& databaseFileName,
                    SchemaFamily schemas, bool sharedAccess, bool skipAccess, ::schemaType type);
     VeskiDataStore(VeskiDataStore const&) = delete;
     VeskiDataStore& operator=(VeskiDataStore const&) = delete;
-    /// Closes the database, rolling an open transaction back, and frees every result.
+    /// Rolls back an open transaction, closes the database and frees every result.
     ~VeskiDataStore();
 
-    /// Opens the file, creating it and its folder when missing, and brings its schema up to date, each version
+    /// Opens the file, creating it and its folder if they are missing, and brings its schema up to date, each version
     /// in a transaction of its own. Called by the constructor only.
     ///
-    /// Deliberate: when the first version to be applied fails, the store stays open as it is; a file with the
-    /// tables but without version rows is usable.
+    /// Deliberate: if the first version to apply fails, the store stays open; a file that has the tables but not the
+    /// version rows is usable.
     ///
-    /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (something other than a file
-    ///         is there, or a later version failed); kVeskAccessDenied (also if veskiOpenConnection refuses
-    ///         it); kVeskSchemaTooNew; kVeskNotFound (a version row is missing from a file that needs no
-    ///         step); a status of veskiCreatePath or veskiSQLiteErrorMap. On failure nothing is left open;
-    ///         versions applied so far stay.
+    /// @return kVeskOK; kVeskInvalidArgument (the path is too long); kVeskFailed (the path exists but is not a regular
+    ///         file, or a later version failed); kVeskAccessDenied (also if veskiOpenConnection refuses the file);
+    ///         kVeskSchemaTooNew; kVeskNotFound (a file that needs no new version lacks a version row); a status of
+    ///         veskiCreatePath or veskiSQLiteErrorMap. A failure leaves nothing open; versions applied so far stay.
     int32_t dbOpen();
 
-    /// Runs the statements of one schema version in one transaction, all or none.
+    /// Runs the statements of one schema version in one transaction: all of them or none.
     ///
     /// @param version  1 or more
     /// @return kVeskOK; kVeskFailed (not open, or a statement failed); kVeskInvalidArgument (0 or less);
@@ -142,30 +140,29 @@ public:
 
     /// Commits the open transaction, if there is one.
     ///
-    /// @return kVeskOK (also when not open); else the status of the COMMIT, and the transaction stays open
+    /// @return kVeskOK (even if not open); else the status of the COMMIT, and the transaction stays open
     ///         unless SQLite itself has rolled it back
     int32_t commit();
 
-    /// Rolls the open transaction back, if there is one.
+    /// Rolls back the open transaction, if there is one.
     ///
-    /// @return kVeskOK (also when not open); else the status of the ROLLBACK
+    /// @return kVeskOK (even if not open); else the status of the ROLLBACK
     int32_t rollback();
 
-    /// Closes the connection, for good. An open transaction is rolled back. Results stay readable.
+    /// Closes the connection; it cannot be reopened. An open transaction is rolled back. Results stay readable.
     ///
-    /// @return kVeskOK (also when not open); else the status of the close, and the store is not open all the
-    ///         same
+    /// @return kVeskOK (even if not open); else the status of the close; the store is not open even then
     int32_t dbClose();
 
-    /// Formats and compiles one statement. One that begins with "INSERT ", "UPDATE " or "DELETE ", in exactly
-    /// this case, opens a transaction first unless one is open; it lasts until commit or rollback.
+    /// Formats and compiles one statement. If it begins with "INSERT ", "UPDATE " or "DELETE ", in upper case, and no
+    /// transaction is open, it opens one, which lasts until commit or rollback.
     ///
-    /// @param statement  receives the statement, which the caller finalises; null or untouched on failure
-    /// @return kVeskOK; kVeskNoMemory; on a store that is not open kVeskNotFound for a text that begins with
-    ///         "SELECT", else `status`; else the status of the compilation or of the BEGIN
+    /// @param statement  receives the statement, which the caller must finalize; null or untouched on failure
+    /// @return kVeskOK; kVeskNoMemory; if the store is not open, kVeskNotFound for a text that begins with "SELECT",
+    ///         otherwise `status`; else the status of the compilation or of the BEGIN
     int32_t prepare(sqlite3_stmt** statement, char const* format, va_list arguments);
 
-    /// Runs a statement to its end and drops its rows.
+    /// Runs a statement to its end and discards its rows.
     ///
     /// @return kVeskOK; kVeskConstraint (a key or trigger refused a row; the transaction stays open); else the
     ///         status of prepare or of the first failure
@@ -173,8 +170,8 @@ public:
 
     /// Reads the first column of the first row.
     ///
-    /// @param value  receives the text: empty_string when the statement does not compile, null when there is
-    ///               no row
+    /// @param value  receives the text; empty_string if the statement does not compile, null if there is no row, the
+    ///               value is NULL or a step fails
     /// @return kVeskOK; kVeskInvalidArgument (null pointer, nothing run); kVeskNotFound (no row, or an SQL
     ///         NULL); kVeskNoMemory; else the status of prepare or of the failure
     int32_t querySingle(char const** value, char const* format, ...);
@@ -182,22 +179,22 @@ public:
     /// Reads all columns of all rows.
     ///
     /// @param values  receives a list of all values in row order, an SQL NULL as a null entry, ended by a null
-    ///                entry; empty_list unless kVeskOK comes back
+    ///                entry; empty_list on failure, never a part of the rows
     /// @return kVeskOK; kVeskInvalidArgument (null pointer, nothing run); kVeskNotFound (no row);
-    ///         kVeskNoMemory; else the status of prepare or of the first failure: never a part of the rows
+    ///         kVeskNoMemory; else the status of prepare or of the first failure
     int32_t queryList(char const*** values, char const* format, ...);
 
-    /// A buffer for a result that the caller puts together itself.
+    /// Allocates a buffer for a result that the caller assembles itself.
     ///
     /// @param size  bytes, more than 0
-    /// @return a buffer that lives as long as the store; null when there is no memory
+    /// @return a buffer that lives as long as the store; null if there is no memory
     void* allocBuffer(unsigned long size) { return pool.malloc(size); }
 
     /// Copies a text into the pool.
     ///
     /// @param text  null: an empty text is copied
     /// @param size  bytes before the terminator
-    /// @return the copy, which lives as long as the store; null when there is no memory
+    /// @return the copy, which lives as long as the store; null if there is no memory
     char const* copyText(char const* text, unsigned long size);
 
 private:

@@ -18,8 +18,8 @@ char const dbName[] = "pdb.db";
 
 char const* const payloadFolder[] = {dbDir, nullptr};
 
-/// The current time as the statements write it. Where a long has 32 bits, time stands still at its last second,
-/// so that later changes never sort before earlier ones.
+/// The current time as the statements write it. Where a long has 32 bits, the time stays at LONG_MAX from 2038 on, so
+/// that later changes never sort before earlier ones.
 long secondsNow()
 {
     return static_cast<long>(std::min<std::time_t>(std::time(nullptr), LONG_MAX));
@@ -88,9 +88,9 @@ int32_t writeInstallState(VeskiDataStore& store, char const* payloadID, int32_t 
 
 /// Calls a body with each payload of a list that is on record.
 ///
-/// @param listed  the status with which the list was read; an empty list is no failure
-/// @param body    takes the identifier and whether to go on, which it may set false; gives a status
-/// @return kVeskOK; else the first failure, of the list, of looking a payload up, or of the body
+/// @param listed  the status of reading the list; an empty list is no failure
+/// @param body    takes the identifier and a flag, which it sets to false to stop; returns a status
+/// @return kVeskOK; else the first failure: of reading the list, of looking up a payload, or of the body
 template<class Body>
 int32_t forEachOnRecord(VeskiDataStore& store, int32_t listed, char const* const* payloads, Body body)
 {
@@ -144,7 +144,7 @@ int32_t recordUpgrades(VeskiDataStore& store, char const* payloadID)
 {
     char const** upgrading = nullptr;
     int32_t listed = readDeclaring(store, payloadID, kPdbUpgrades, &upgrading);
-    // Deliberate: one payload upgrades this one, the first on record that declares to; all that it upgrades count.
+    // One payload at most upgrades this one: the first on record that declares it.
     int32_t const status = forEachOnRecord(store, listed, upgrading, [&](char const* other, bool& goOn) {
         goOn = false;
         return writeUpgrade(store, payloadID, other);
@@ -168,7 +168,8 @@ struct TextDeleter
     void operator()(char* text) const { sqlite3_free(text); }
 };
 
-/// Reads a payload's record through the connection itself, past the store's queries.
+/// Reads a payload's record, through the connection itself: the store's queries return either one column or a flat
+/// list.
 int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo& out)
 {
     std::unique_ptr<char, TextDeleter> const statement(
@@ -192,7 +193,7 @@ int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo
     if (columns != 7) {
         return kVeskError;
     }
-    char const* const* const row = cells + columns; // behind the names of the columns
+    char const* const* const row = cells + columns; // after the column names
     char const* texts[5];
     for (int column = 0; column < 5; ++column) {
         texts[column] = store.copyText(row[column], row[column] != nullptr ? std::strlen(row[column]) : 0);
@@ -226,7 +227,7 @@ int32_t pdbSessionCommit(VeskSession* session)
 {
     int32_t const status = commitSession(session);
     if (status == kVeskOK) {
-        veskBackup(); // Deliberate: of the catalogue, not of this database, and its status is ignored
+        veskBackup(); // Deliberate: backs up the catalogue and ignores the result; the commit has succeeded
     }
     return status;
 }
@@ -242,7 +243,7 @@ int32_t pdbCloseSession(VeskSession* session)
         return kVeskInvalidArgument;
     }
     int32_t const committed = pdbSessionCommit(session);
-    // Deliberate: the status of closing stands in for that of the commit.
+    // Deliberate: returns the status of closing; only a session without a store returns that of the commit.
     return closeAndFree(session, committed);
 }
 
@@ -321,6 +322,7 @@ int32_t pdbGetPayloads(VeskSession* session, int32_t filter, char const*** out)
     if (anyNull(session, out) || filter < 0 || filter > kPdbAllPayloads) {
         return kVeskInvalidArgument;
     }
+    *out = empty_list;
     return withStore(session, [&](VeskiDataStore& store) {
         if (filter == kPdbAllPayloads) {
             return store.queryList(out, "SELECT DISTINCT PayloadID FROM payloads ORDER BY installTime");
@@ -527,7 +529,7 @@ int32_t pdbSetUserAction(VeskSession* session, char const* productID, char const
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
-        // Deliberate: the table has no key, so that nothing is ever replaced and every action stays.
+        // The table has no key, so nothing is ever replaced: every action stays.
         return store.queryNR("INSERT OR REPLACE into user_actions VALUES('%q','%q','%ld')", productID, actor,
                              secondsNow());
     });

@@ -1,16 +1,21 @@
-/// The payload database, pdb.db: which payloads are on the machine, how they relate to each other, the data
-/// stored for each, and the user actions on record. Compiles as C and as C++.
+/// The payload database, pdb.db: the payloads of the machine, their relations to each other, the data stored for each,
+/// and the record of user actions. Compiles as C and as C++.
 ///
-/// The file is "/Library/Application Support/Zelko/vesk/pdb.db"; its backup copy lies in the folder "backup"
-/// beside "vesk". Sessions behave as session.h tells, with the differences given here.
+/// The file is "/Library/Application Support/Zelko/vesk/pdb.db"; its backup is the file of the same name in the folder
+/// "backup" next to "vesk". Sessions behave as described in session.h, except where this header differs.
 ///
-/// Rules of all functions that take a session. Texts handed in are NUL-terminated, of any content, and needed
-/// for the call only. An argument that is not named optional is refused when null, with kVeskInvalidArgument
-/// and nothing done; a session without a database is refused with kVeskNoDataStore. Texts and lists handed
-/// back are the session's, to be read until it is closed. A list is a flat array, row after row, ended by a
-/// null entry; an empty one comes with kVeskNotFound. Besides the statuses named, each function returns that
-/// of a failed statement: kVeskBusy, kVeskAccessDenied, kVeskIOError, kVeskNoMemory, kVeskError. A failure
-/// leaves what the call has written so far in the session's open transaction: roll back to undo it.
+/// These rules hold for all functions that take a session:
+///
+/// - Texts passed in are NUL-terminated, may contain any bytes, and are needed for the call only.
+/// - A null argument that is not called optional is refused: kVeskInvalidArgument. A session without a database is
+///   refused, except by commit, roll-back and close: kVeskNoDataStore. A refused call does nothing, and leaves what it
+///   would return untouched unless its own description differs.
+/// - Returned texts and lists belong to the session; callers may read them until it is closed. A list is a flat array,
+///   row after row, ended by a null entry. If there are no rows, the list is empty and the status is kVeskNotFound; on
+///   any other failure of a statement the list is empty, too.
+/// - Each function also returns the status of a failed statement: kVeskBusy, kVeskAccessDenied, kVeskIOError,
+///   kVeskNoMemory, kVeskError. What the call has written so far then stays in the session's open transaction: roll
+///   back to undo it.
 #ifndef LIBDOLMVESK_PAYLOADDB_H
 #define LIBDOLMVESK_PAYLOADDB_H
 
@@ -35,13 +40,13 @@ enum PdbInstallState
     kPdbInstalled = 2
 };
 
-/// The filter of pdbGetPayloads that lets every payload through.
+/// The filter of pdbGetPayloads that matches every payload.
 enum PdbPayloadFilter
 {
     kPdbAllPayloads = 4
 };
 
-/// A payload's record. The texts are the session's; one that is missing from the database reads as empty.
+/// A payload's record. The texts belong to the session; a NULL in the database is returned as an empty text.
 struct PdbPayloadInfo
 {
     char const* payloadID;
@@ -51,27 +56,28 @@ struct PdbPayloadInfo
     char const* signature;
     int32_t installState; ///< a PdbInstallState
     int32_t
-        installTime; ///< of the last state change, seconds since 1970-01-01 UTC; the last second of 32 bits
-                     ///< for anything later
+        installTime; ///< of the last state change, in seconds since 1970-01-01 UTC; 2147483647 (in January 2038)
+                     ///< for any later time
 };
 
 // Sessions
 
 /// Opens the payload database, creating it and its folders as needed.
 ///
-/// @param outSession  receives the session, the caller's until pdbCloseSession; otherwise as veskOpenSession
+/// @param outSession  receives the session, which the caller owns until pdbCloseSession; otherwise as veskOpenSession
 /// @return as veskOpenSession
 VESK_API int32_t pdbOpenSession(VeskSession** outSession);
 
 /// Opens the payload database only if its file exists. Creates nothing otherwise.
 ///
-/// @param outSession  as pdbOpenSession; untouched when there is no such file
+/// @param outSession  as pdbOpenSession; untouched if there is no such file
 /// @return kVeskNotFound (no such file); else as pdbOpenSession
 VESK_API int32_t pdbOpenSessionNoCreate(VeskSession** outSession);
 
-/// Commits the open transaction, if there is one, and refreshes the backup of the catalogue.
+/// Commits the open transaction, if there is one, and then backs up the catalogue as veskBackup does.
 ///
-/// Deliberate: it is the catalogue that is backed up, not this database, and how that went is not reported.
+/// Deliberate: this backs up the catalogue, not the payload database, and does not report a failed backup: what was
+/// committed is committed. pdbBackup backs up this database.
 ///
 /// @return kVeskOK; kVeskInvalidArgument; kVeskBusy (another connection holds a lock; the transaction stays
 ///         open and the call may be repeated); else the status of the failed commit, without a backup
@@ -80,16 +86,15 @@ VESK_API int32_t pdbSessionCommit(VeskSession* session);
 /// Same as veskSessionRollback.
 VESK_API int32_t pdbSessionRollback(VeskSession* session);
 
-/// Commits as pdbSessionCommit does, closes and frees the session with all that was read through it.
+/// Commits as pdbSessionCommit does, then closes and frees the session, with every text and list read through it.
 ///
-/// Deliberate: when the commit fails and closing succeeds, kVeskOK comes back and the changes are rolled back.
-/// Commit first where that matters.
+/// A failed commit is not reported if closing succeeds; its changes are rolled back. Commit first where that matters.
 ///
-/// @param session  gone afterwards whatever the status
+/// @param session  freed whatever the status
 /// @return kVeskOK; kVeskInvalidArgument; else the status of closing the database
 VESK_API int32_t pdbCloseSession(VeskSession* session);
 
-/// The last modification of the payload database's file. No session is needed.
+/// Reads when the payload database's file was last modified. No session is needed.
 ///
 /// @param outTime  receives the low 32 bits of the seconds since 1970-01-01 UTC; untouched on failure
 /// @return kVeskOK; kVeskInvalidArgument (null argument); kVeskNotFound (no such file); kVeskNoMemory
@@ -97,23 +102,24 @@ VESK_API int32_t pdbGetLastModTime(int32_t* outTime);
 
 /// Copies the payload database's file into the backup folder; otherwise as veskBackup.
 ///
-/// @return as veskBackup; kVeskNotFound when there is no payload database
+/// @return as veskBackup; kVeskNotFound if there is no payload database
 VESK_API int32_t pdbBackup(void);
 
 // Payloads
 
-/// Puts a payload on record, not installed and stamped with the current time, over a record of the same
-/// identifier, and declares its conflicts and upgrades.
+/// Records a payload as not installed, with the current time, and declares its conflicts and upgrades. Replaces a
+/// record of the same identifier; its relations and data stay.
 ///
-/// @param conflicts  optional; identifiers, ended by null
-/// @param upgrades   optional; identifiers, ended by null
+/// @param conflicts  optional; identifiers of payloads, ended by null
+/// @param upgrades   optional; identifiers of payloads, ended by null
 /// @return kVeskOK; kVeskConstraint
 VESK_API int32_t pdbAddPayload(VeskSession* session, char const* payloadID, char const* productFamily,
                                char const* productName, char const* version, char const* signature,
                                char const* const* conflicts, char const* const* upgrades);
 
-/// Removes a payload and every payload recorded as upgraded by it, each with its relations and data. Relations
-/// that others declare to them, and the record of upgrades, stay. An unknown payload is no error.
+/// Removes a payload and every payload that is recorded as upgraded by it, each with its data and the relations that it
+/// declares. Relations that other payloads declare to them stay, and so does the record of upgrades. An unknown payload
+/// is no error.
 ///
 /// @return kVeskOK
 VESK_API int32_t pdbRemovePayload(VeskSession* session, char const* payloadID);
@@ -127,40 +133,40 @@ VESK_API int32_t pdbGetPayload(VeskSession* session, char const* payloadID, stru
 /// Lists the identifiers of payloads, the oldest state change first.
 ///
 /// @param filter  an install state from 0 to 3, or kPdbAllPayloads
-/// @param out     receives the list; an empty one on failure, untouched by a filter out of range
+/// @param out     receives the list; an empty one on failure, untouched by kVeskInvalidArgument
 /// @return kVeskOK; kVeskInvalidArgument (also: filter out of range); kVeskNotFound (there are none)
 VESK_API int32_t pdbGetPayloads(VeskSession* session, int32_t filter, char const*** out);
 
 /// Reads whether a payload is installed.
 ///
-/// @param outState  receives a PdbInstallState; 0 on failure
+/// @param outState  receives a PdbInstallState; 0 on failure, untouched by kVeskInvalidArgument
 /// @return kVeskOK; kVeskNotFound (unknown payload)
 VESK_API int32_t pdbGetInstallState(VeskSession* session, char const* payloadID, int32_t* outState);
 
-/// Records whether a payload is installed and stamps the current time.
+/// Records whether a payload is installed, with the current time.
 ///
-/// Marking it installed is refused while a payload in conflict with it, declared from either side, is on
-/// record. Deliberate: in any state; one that was marked not installed but not removed still blocks. Declared
-/// upgrades are recorded before the state changes: the first payload on record that declares to upgrade this
-/// one, and every payload on record that this one upgrades. Marking it not installed looks at no relation. An
-/// unknown payload is not reported: no row changes and the status is kVeskOK.
+/// A payload cannot be marked installed while a payload in conflict with it is on record, even one that is not
+/// installed; it does not matter which of the two declares the conflict. Before the state changes, upgrades are
+/// recorded: that of this payload by the first payload on record that declares to upgrade it, and those of all payloads
+/// on record that this one declares to upgrade. Marking a payload not installed ignores all relations. An unknown
+/// payload is not reported: no row changes and the status is kVeskOK.
 ///
 /// @param state  a PdbInstallState
 /// @return kVeskOK; kVeskInvalidArgument (also: another state); kVeskConflict (nothing written)
 VESK_API int32_t pdbSetInstallState(VeskSession* session, char const* payloadID, int32_t state);
 
-// Relations between payloads. One ordered pair has one relation at most: recording another type replaces it.
-// A reader's type is 0, 1 or 3 to 7. Deliberate: kPdbRequires can be written and removed but not read.
+// Relations between payloads. One ordered pair has one relation at most: declaring another type replaces it. The
+// functions that read relations accept every type except kPdbRequires, which can only be written and removed.
 
-/// Declares that a payload on record relates to another, which need not be.
+/// Declares that a payload on record relates to another payload, which need not be on record.
 ///
-/// @param type  at most 7. Deliberate: negative numbers pass
+/// @param type  a PdbDependencyType; negative numbers are accepted, too, and cannot be read
 /// @return kVeskOK; kVeskInvalidArgument (also: a type above 7); kVeskConstraint (the payload is not on record)
 VESK_API int32_t pdbAddPayloadDependency(VeskSession* session, char const* payloadID, int32_t type,
                                          char const* payloadIDb);
 
-/// Removes a payload's relation of one type to another payload, or all its relations of that type. What does
-/// not exist is no error.
+/// Removes a payload's relation of one type to another payload, or all its relations of that type. Removing a relation
+/// that does not exist is no error.
 ///
 /// @param payloadIDb  optional; null for all
 /// @return kVeskOK
@@ -169,7 +175,8 @@ VESK_API int32_t pdbRemovePayloadDependency(VeskSession* session, char const* pa
 
 /// Lists the payloads that a payload declares a relation to.
 ///
-/// @return kVeskOK; kVeskInvalidArgument (also: not a reader's type); kVeskNotFound (there are none)
+/// @param type  a PdbDependencyType except kPdbRequires
+/// @return kVeskOK; kVeskInvalidArgument (also: another type); kVeskNotFound (there are none)
 VESK_API int32_t pdbGetPayloadDependency(VeskSession* session, char const* payloadID, uint32_t type,
                                          char const*** out);
 
@@ -179,21 +186,21 @@ VESK_API int32_t pdbGetPayloadDependency(VeskSession* session, char const* paylo
 VESK_API int32_t pdbGetPayloadDependencyReverse(VeskSession* session, char const* payloadIDb, uint32_t type,
                                                 char const*** out);
 
-/// Lists all relations of a type as pairs: who declares it, to whom.
+/// Lists all relations of a type as pairs: the declaring payload, the other payload.
 ///
 /// @return as pdbGetPayloadDependency
 VESK_API int32_t pdbGetPayloadDependencyKeysAndValues(VeskSession* session, uint32_t type, char const*** out);
 
 // The record of upgrades: which payload was upgraded by which.
 
-/// Records an upgrade. Deliberate: the identifiers are not checked; the caller passes valid ones.
+/// Records an upgrade. The identifiers are not checked: do not pass null.
 ///
 /// @return kVeskOK; kVeskInvalidArgument (null session)
 VESK_API int32_t pdbAddUpgradedPayloads(VeskSession* session, char const* original, char const* upgraded);
 
-/// Removes every record of a payload having upgraded others. Deliberate: the identifier is not checked.
+/// Removes every record of upgrades by one payload. The identifier is not checked: do not pass null.
 ///
-/// @return kVeskOK (also when there is none); kVeskInvalidArgument (null session)
+/// @return kVeskOK (even if there is none); kVeskInvalidArgument (null session)
 VESK_API int32_t pdbRemoveUpgradePayloads(VeskSession* session, char const* upgraded);
 
 /// Lists all upgrades as pairs: the original, the payload that upgraded it.
@@ -201,29 +208,30 @@ VESK_API int32_t pdbRemoveUpgradePayloads(VeskSession* session, char const* upgr
 /// @return kVeskOK; kVeskNotFound (there are none)
 VESK_API int32_t pdbGetUpgradedPayloadsKeysAndValues(VeskSession* session, char const*** out);
 
-// Data of payloads, by domain (0 to 5) and key. Domains are checked by pdbRemovePayloadDomainData alone.
+// Data of payloads, by domain (0 to 5) and key. Only pdbRemovePayloadDomainData checks the domain.
 
-/// Stores a value for a payload on record, over the one before.
+/// Stores a value for a payload on record, replacing an earlier one.
 ///
-/// @param value  optional; null removes the key, an empty text keeps it
+/// @param value  optional; null removes the value
 /// @return kVeskOK; kVeskConstraint (the payload is not on record)
 VESK_API int32_t pdbSetPayloadData(VeskSession* session, char const* payloadID, int32_t domain,
                                    char const* key, char const* value);
 
 /// Reads a value.
 ///
-/// @param value  receives the text; null when there is none
+/// @param value  receives the text; null if there is none; null or an empty text on any other failure of the statement
 /// @return kVeskOK; kVeskNotFound
 VESK_API int32_t pdbGetPayloadData(VeskSession* session, char const* payloadID, int32_t domain,
                                    char const* key, char const** value);
 
-/// Lists the keys of a payload's domain.
+/// Lists the keys of a payload in one domain.
 ///
 /// @return kVeskOK; kVeskNotFound (there are none)
 VESK_API int32_t pdbGetPayloadDataKeys(VeskSession* session, char const* payloadID, int32_t domain,
                                        char const*** out);
 
-/// Lists a payload's domain as pairs: key, value. A value that is NULL in the database is a null entry.
+/// Lists a payload's data in one domain as pairs: key, value. A NULL value is a null entry: walk such a list in pairs
+/// and stop at a null key.
 ///
 /// @return kVeskOK; kVeskNotFound (there are none)
 VESK_API int32_t pdbGetPayloadDataKeysAndValues(VeskSession* session, char const* payloadID, int32_t domain,
@@ -235,9 +243,9 @@ VESK_API int32_t pdbGetPayloadDataKeysAndValues(VeskSession* session, char const
 VESK_API int32_t pdbRemovePayloadData(VeskSession* session, char const* payloadID, int32_t domain,
                                       char const* key);
 
-/// Removes all values of a payload's domain.
+/// Removes all values of a payload in one domain.
 ///
-/// @param domain  at most 5. Deliberate: negative numbers pass
+/// @param domain  at most 5; negative numbers are accepted, as by pdbSetPayloadData
 /// @return kVeskOK; kVeskInvalidArgument (also: a domain above 5)
 VESK_API int32_t pdbRemovePayloadDomainData(VeskSession* session, char const* payloadID, int32_t domain);
 
@@ -249,7 +257,7 @@ VESK_API int32_t pdbRemovePayloadDomainData(VeskSession* session, char const* pa
 /// @return kVeskOK
 VESK_API int32_t pdbSetUserAction(VeskSession* session, char const* productID, char const* actor);
 
-/// Removes all actions of a product. None is no error.
+/// Removes all actions of a product. It is no error if there is none.
 ///
 /// @return kVeskOK
 VESK_API int32_t pdbRemoveUserAction(VeskSession* session, char const* productID);

@@ -9,7 +9,8 @@ using namespace schema_texts;
 namespace {
 
 // The payload database, version 1: tables, triggers, seed rows.
-// Deliberate: the reference to "dependency_types" names no table; references are never enforced.
+// Deliberate: the reference to "dependency_types" names a table that does not exist; existing files contain this text,
+// and the library never switches on the enforcement of references.
 char const* const gpdbSchema_v1[] = {
     createMeta,
     "CREATE TABLE payloads( PayloadID TEXT NOT NULL, productFamily TEXT ,productName TEXT , version"

@@ -8,7 +8,7 @@ using namespace schema_texts;
 
 namespace {
 
-// The master store, version 1: the catalogue's tables of old beside the settings.
+// The master store, version 1: the settings, and the catalogue's legacy tables.
 char const* const gPcdSchema_v1[] = {
     createMeta,
     "CREATE TABLE dolm_payload ( payloadID TEXT NOT NULL, productFamily TEXT NOT NULL, productName TEXT"
@@ -43,14 +43,15 @@ char const* const gPcdSchema_v1[] = {
 static_assert(std::size(gPcdSchema_v1) == 21 + 1,
               "a missing comma joins two statements and SQLite drops the second");
 
-// The cache store, version 1: the settings alone.
+// The cache store, version 1: only the settings.
 char const* const gHbSchema_v1[] = {
     createMeta, createDomainData, insertSchemaVersion, insertCompatibilityVersion, nullptr,
 };
 static_assert(std::size(gHbSchema_v1) == 4 + 1,
               "a missing comma joins two statements and SQLite drops the second");
 
-// Deliberate: empty. Version 2 of either store changes nothing, is never recorded and so runs at every open.
+// Deliberate: empty. The stores' newest version is 2, as the catalogue's, but changes nothing. It does not record
+// itself, so that it runs, without effect, at every opening.
 char const* const gPcdSchema_v2[] = {nullptr};
 static_assert(std::size(gPcdSchema_v2) == 0 + 1, "an empty version");
 char const* const gHbSchema_v2[] = {nullptr};

@@ -42,7 +42,7 @@ std::string parentOf(std::string const& path)
     return parent;
 }
 
-/// The process's file mask while the object lives.
+/// Sets the process's umask while the object lives.
 class FileMask
 {
 public:
@@ -55,19 +55,19 @@ private:
     mode_t previous;
 };
 
-/// A database file opened for reading through SQLite's default file system layer. The system drops all locks
-/// that a process has on a file when any descriptor of it is closed; that layer delays such closes.
+/// A database file opened for reading through SQLite's default file layer (VFS). When any descriptor of a file is
+/// closed, the system releases all locks that the process holds on the file; the file layer delays such closes.
 class DatabaseSource
 {
 public:
-    /// @throws std::bad_alloc, also if SQLite itself runs out of memory
+    /// @throws std::bad_alloc, even if it is SQLite that runs out of memory
     explicit DatabaseSource(std::string const& source) : vfs(sqlite3_vfs_find(nullptr))
     {
         if (vfs != nullptr) {
             code = open(source);
         }
         if (cannotBeOpened()) {
-            // The layer opens no link: as SQLite does, give it what the link leads to.
+            // The file layer opens no link: like SQLite, pass it the resolved path.
             std::string resolved(static_cast<size_t>(vfs->mxPathname) + 1, '\0');
             int const found = vfs->xFullPathname(vfs, source.c_str(), vfs->mxPathname + 1, resolved.data());
             code = (found & 0xFF) == SQLITE_OK ? open(resolved.c_str()) : code;
@@ -88,7 +88,7 @@ public:
     bool isOpen() const { return code == SQLITE_OK; }
     bool cannotBeOpened() const { return (code & 0xFF) == SQLITE_CANTOPEN; }
 
-    /// Reads exactly the bytes asked for.
+    /// Reads exactly `size` bytes.
     bool read(char* buffer, size_t size, off_t offset)
     {
         return file->pMethods->xRead(file, buffer, static_cast<int>(size), offset) == SQLITE_OK;
@@ -97,8 +97,8 @@ public:
 private:
     int open(std::string const& path)
     {
-        // The layer's record of the file and behind it, for as long, the name that it keeps looking at: ended by two
-        // zeros, the second for an empty list of parameters.
+        // The file layer's object, followed by the name, which must live as long: it ends with two zeros, the second of
+        // which is an empty list of parameters.
         auto const recordSize = static_cast<size_t>(vfs->szOsFile);
         storage = std::make_unique<char[]>(recordSize + path.size() + 2);
         char* const name = storage.get() + recordSize;
@@ -108,7 +108,7 @@ private:
     }
 
     sqlite3_vfs* vfs;
-    std::unique_ptr<char[]> storage; // as aligned as whatever comes from new
+    std::unique_ptr<char[]> storage; // new[] aligns it for any object
     sqlite3_file* file = nullptr;
     int code = SQLITE_NOMEM;
 };
@@ -118,8 +118,8 @@ bool isSameFile(struct stat const& one, struct stat const& other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Opens the target of a copy, emptied. Where others may write its folder, the super-user opens nothing but a regular
-/// file with one name. Does not block on a FIFO.
+/// Opens the target of a copy and empties it. Where other users may write its folder, the super-user opens only a
+/// regular file without further hard links. Does not block on a FIFO.
 Descriptor openTarget(std::string const& path, mode_t mode)
 {
     bool const shared = isSuperUser() && veskiOthersMayWriteIn(parentOf(path));
@@ -171,7 +171,7 @@ void giveAccess(std::string const& folder, std::string const& path, DatabaseAcce
 
 bool veskiDbPath(std::string& out)
 {
-    out.reserve(usualPathSize); // once, for all that is appended to it too
+    out.reserve(usualPathSize); // one allocation, enough for what callers append, too
     if (!platform::localApplicationSupport(out)) {
         return false;
     }
@@ -295,7 +295,7 @@ bool veskiCopyDatabaseFile(std::string const& source, std::string const& target)
     if (from.isOpen()) {
         Descriptor const to = openTarget(target, status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
         if (to.isOpen()) {
-            // The size is the file's own: SQLite's layer takes a file of one byte for an empty one.
+            // Not the size that SQLite's file layer reports: it reports a file of one byte as empty.
             if (!copyBytes(from, status.st_size, to.get())) {
                 return false;
             }

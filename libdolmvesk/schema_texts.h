@@ -1,5 +1,4 @@
-/// Statements that more than one schema family runs. White space in them counts: databases in the field hold
-/// these very texts.
+/// Statements that more than one schema family runs. Do not change even white space: see schemas.h.
 #ifndef LIBDOLMVESK_SCHEMA_TEXTS_H
 #define LIBDOLMVESK_SCHEMA_TEXTS_H
 

@@ -1,4 +1,5 @@
-/// The schema families of the databases. Texts are kept to the blank: they stand in the files in the field.
+/// The schema families of the databases. Do not change even white space in their texts: existing files contain exactly
+/// these.
 #ifndef LIBDOLMVESK_SCHEMAS_H
 #define LIBDOLMVESK_SCHEMAS_H
 

@@ -8,7 +8,7 @@ using namespace schema_texts;
 
 namespace {
 
-// Lets every upgraded payload whose target was upgraded itself point at that one's target.
+// Makes every upgraded payload whose target was itself upgraded point at that target's own target.
 constexpr char shortenUpgradeChains[] =
     "UPDATE upgraded_payloads SET payloadIDUpgraded = (SELECT second_upgraded.payloadIDUpgraded FROM"
     " upgraded_payloads AS first_upgraded INNER JOIN upgraded_payloads AS second_upgraded ON"
@@ -55,8 +55,8 @@ char const* const gVeskSchema_v1[] = {
 static_assert(std::size(gVeskSchema_v1) == 21 + 1,
               "a missing comma joins two statements and SQLite drops the second");
 
-// Version 2: upgrade chains are kept short.
-// Deliberate: ten times, whatever the length of the chains; each run shortens what the one before has left.
+// Version 2: chains of upgrades are shortened. Each run halves the length of a chain, so that ten runs resolve chains
+// of up to 1024 upgrades.
 char const* const gVeskSchema_v2[] = {
     "UPDATE pcd_meta SET value = 2 WHERE key = 'schema_version';",
     shortenUpgradeChains,

@@ -15,7 +15,7 @@ bool existingStore(StoreDescription const& store, std::string& path)
     return databasePath(store.folder, store.file, path) && veskiFileExists(path);
 }
 
-/// An earlier first install with an open mask has left the folder of all databases writable by all.
+/// Earlier versions left the databases' root folder writable by everyone if they were installed with an open umask.
 void withdrawRootFromOthers()
 {
     std::string root;
@@ -54,7 +54,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
     int32_t const status = reportingNoMemory([&] {
         std::string folder;
         if (!databasePath(store.folder, nullptr, folder)) {
-            // Deliberate: the handle stays in *out, without a store; callers know it by the status.
+            // Deliberate: the handle stays in *out, without a store: see veskOpenSession.
             (void)session.release();
             return int32_t{kVeskFailed};
         }
@@ -64,7 +64,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
         return session->store->status;
     });
     if (status == kVeskOK) {
-        (void)session.release(); // the caller's from here on
+        (void)session.release(); // the caller owns it now
     } else if (session != nullptr) {
         *out = nullptr;
     }

@@ -1,5 +1,5 @@
-/// What the sessions of all four databases share: the handle, where a store lies and how it is opened, commit,
-/// roll-back and close, and the backup copy.
+/// What the sessions of all four databases share: the handle, each store's description, opening, commit, roll-back and
+/// close, and the backup copy.
 #ifndef LIBDOLMVESK_STORE_SESSION_H
 #define LIBDOLMVESK_STORE_SESSION_H
 
@@ -19,17 +19,16 @@ enum SessionKind : int32_t
     kSessionKindPayload = 4
 };
 
-/// The handle of a session: two words, which callers never look into. Open functions allocate it, close
-/// functions free it.
+/// The handle of a session: two words, opaque to callers. Open functions allocate it, close functions free it.
 struct VeskSession
 {
     std::unique_ptr<VeskiDataStore> store; ///< null until opened
-    int32_t kind;                          ///< a SessionKind; written at open and read by nobody
+    int32_t kind;                          ///< a SessionKind; set at open, never read
 };
 static_assert(sizeof(void*) != 4 || sizeof(VeskSession) == 8, "two 32-bit words");
 static_assert(offsetof(VeskSession, kind) == sizeof(void*), "the store first");
 
-/// One database: where it lies below the database root and how it is opened.
+/// One database: its path below the database root and how it is opened.
 struct StoreDescription
 {
     SessionKind kind;
@@ -46,7 +45,7 @@ extern StoreDescription const payloadDatabase;
 extern StoreDescription const masterStore;
 extern StoreDescription const cacheStore;
 
-/// The folder, beside those of the databases, that holds the backup copies: its components, ended by null.
+/// The folder of the backup copies: its components below the database root; ends with null.
 extern char const* const backupFolder[];
 
 /// Forms a path below the database root, one component at a time.
@@ -54,16 +53,16 @@ extern char const* const backupFolder[];
 /// @param folder  components of a folder; ends with null
 /// @param file    a last component; null for the folder itself
 /// @param out     receives the path
-/// @return whether it can be formed; nothing is looked at or created
+/// @return whether it can be formed; the file system is neither read nor changed
 bool databasePath(char const* const* folder, char const* file, std::string& out);
 
 /// Opens a session, creating and upgrading the database as needed.
 ///
 /// @param store  which database; outlives the call
-/// @param out    receives the handle, null after the store could not be opened
+/// @param out    receives the handle; null if the store could not be opened
 /// @return kVeskOK; kVeskInvalidArgument (null argument, nothing done); kVeskFailed (no memory for the handle,
 ///         or a path that cannot be formed, which leaves a handle without a store in `*out`); kVeskNoMemory;
-///         else the status with which the store failed to open
+///         else the status of the failed opening
 int32_t openStoreSession(StoreDescription const& store, VeskSession** out);
 
 /// Opens a session if the database's file exists; touches nothing otherwise.
@@ -79,10 +78,10 @@ int32_t openIfStoreExists(StoreDescription const& store, VeskSession** out,
 ///         kVeskNoMemory
 int32_t storeModificationTime(StoreDescription const& store, uint32_t* out);
 
-/// Copies a database's file into the backup folder, which is created when missing. No session is needed.
+/// Copies a database's file into the backup folder, which is created if it is missing. No session is needed.
 ///
 /// @return kVeskOK; kVeskNotFound (no such file, nothing done); kVeskIOError (the copy failed); kVeskNoMemory;
-///         else the status with which the folder could not be created, though the copy was tried
+///         else the status of creating the folder; the copy was tried even so
 int32_t backUp(StoreDescription const& store);
 
 /// Commit and roll-back of any session: see veskSessionCommit and veskSessionRollback.
@@ -92,7 +91,7 @@ int32_t rollbackSession(VeskSession* session);
 /// Closes the session's database, if it has one, and frees the session in any case. Commits nothing.
 ///
 /// @param session  not null
-/// @param status   what to report for a session without a database
+/// @param status   what to return for a session without a database
 /// @return the status of closing the database; else `status`
 int32_t closeAndFree(VeskSession* session, int32_t status);
 
@@ -103,7 +102,7 @@ bool anyNull(Arguments const*... arguments)
     return ((arguments == nullptr) || ...);
 }
 
-/// Runs the body of an exported function; running out of memory is a status like any other.
+/// Runs the body of an exported function, which no exception may leave: running out of memory becomes kVeskNoMemory.
 template<class Body>
 int32_t reportingNoMemory(Body body) noexcept
 {

@@ -1,4 +1,4 @@
-/// An open file that closes itself.
+/// A file descriptor that is closed when its object is destroyed.
 #ifndef PLATFORM_DESCRIPTOR_H
 #define PLATFORM_DESCRIPTOR_H
 
@@ -10,7 +10,7 @@ namespace platform {
 class Descriptor
 {
 public:
-    /// @param opened  the result of open(2), owned from here on; below 0: nothing is open
+    /// @param opened  the result of open(2), owned from now on; nothing is open if it is negative
     explicit Descriptor(int opened) : value(opened) {}
     Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept

@@ -3,8 +3,8 @@
 
 #include <sys/stat.h>
 
-// Deliberate: nothing of std::filesystem. In a 32-bit process the C++ runtime's own calls refuse every file and
-// folder dated past 2038.
+// Deliberate: no std::filesystem. In a 32-bit process, the C++ runtime's own calls fail on every file and folder dated
+// after January 2038.
 
 namespace platform {
 
@@ -16,7 +16,7 @@ bool fileExists(std::string const& path)
 
 bool createDirectoryTree(std::string const& path, mode_t mode)
 {
-    // Only the outcome counts: what cannot be made may already exist.
+    // Only the last stat counts: a folder that cannot be made may already exist.
     for (size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
         mkdir(path.substr(0, end).c_str(), mode);
     }

@@ -1,4 +1,4 @@
-/// A user's home folder and what this process does below it.
+/// A user's home folder and the operations on files below it.
 #ifndef PLATFORM_HOME_FOLDER_H
 #define PLATFORM_HOME_FOLDER_H
 
@@ -13,20 +13,20 @@ namespace platform {
 /// Works in a home folder. Every operation takes paths below it, each beginning with "/".
 ///
 /// The super-user works in another user's home as that user: each operation takes the rights of the home's owner and
-/// group for its file-system calls and gives them back before it returns. So a link leads no further than its user
-/// could go, and nothing is read, changed or made that the user could not. If these rights cannot be taken, every
-/// operation returns false without a look below the home. The same holds in a home of the super-user's own that
-/// every user may write.
+/// group for its file-system calls and gives them up before it returns. So nothing is read, changed or created that the
+/// user could not read, change or create, even through links. If these rights cannot be taken, every operation returns
+/// false and touches nothing below the home. So does every operation if the home is the super-user's own and every user
+/// may write it.
 ///
-/// The folders of the super-user's in such a home, which installers leave there, are served as well (POSIX systems):
-/// what is in a folder that root owns and nobody else may write, with only such folders above it up to the home, is
-/// handled as the super-user. It is reached by descriptors alone, and no link is followed there.
+/// Installers leave folders of root's in users' homes. On POSIX systems, these are exempt from the rule: the super-user
+/// keeps its rights in a folder that only root can write, if the same holds for all folders above it up to the home.
+/// Such a folder is reached only through descriptors, and no link is followed there.
 ///
 /// Nothing is logged. std::bad_alloc is the only exception.
 class HomeFolder
 {
 public:
-    /// @param path  the home; links up to there are trusted
+    /// @param path  the home; links in this path are trusted
     explicit HomeFolder(std::string path);
     ~HomeFolder();
 
@@ -41,24 +41,24 @@ public:
     /// @return whether the folder exists now; a failure leaves the folders made so far
     bool createFolders(std::string const& below) const;
 
-    /// Gives a folder the home's own owner, group, permission bits and dates, each as far as the rights reach.
+    /// Gives a folder the home's own owner, group, permission bits and dates, each if the rights allow it.
     ///
-    /// @return whether all were given; what could be given is
+    /// @return whether all were set; those that can be set are
     bool giveOwnAttributes(std::string const& below) const;
 
-    /// Copies a file, or a folder with all it holds, with owner, group, permission bits and dates as far as the
-    /// rights reach. A link is copied as a link. No copied file keeps a set-user, set-group or sticky bit: it may
-    /// belong to another user than the source. Holes stay holes.
+    /// Copies a file, or a folder with all its contents, with owner, group, permission bits and dates, each if the
+    /// rights allow it. A link is copied as a link. No copied file keeps a set-user, set-group or sticky bit: its owner
+    /// may differ from the source's. Holes are preserved.
     ///
-    /// The copy appears complete or not at all, and the source is only read.
+    /// The copy is made completely or not at all, and the source is not changed.
     ///
-    /// @param from  what to copy
-    /// @param to    where to; its folder exists, and nothing exists at the path itself, not even a dangling link
+    /// @param from  file, link or folder to copy
+    /// @param to    path of the copy; its folder must exist, and nothing, not even a dangling link, at the path itself
     /// @return whether the copy was made; if the target exists, it stays as it was
     bool copy(std::string const& from, std::string const& to) const;
 
 private:
-    /// Runs a step with the rights of the home's owner; false if they cannot be had.
+    /// Runs a step with the rights of the home's owner; false if they cannot be taken.
     template<class Step>
     bool asOwner(Step step) const
     {
@@ -69,10 +69,10 @@ private:
         return rights.taken() && step();
     }
 
-    /// Opens the folder of a path if it is one of the super-user's own as described above; POSIX systems only.
+    /// Opens the folder of a path if it is one of root's as described above; POSIX systems only.
     Descriptor rootsFolderOf(std::string const& below) const;
 
-    /// Whose rights to take; null for the process's own.
+    /// The account whose rights to take; null for the process's own.
     Account const* account() const { return foreign ? &owner : nullptr; }
 
     std::string const path;

@@ -8,7 +8,7 @@
 
 namespace platform {
 
-/// A user and a group, as the owner of a file has them.
+/// A user and a group, such as those of a file.
 struct Account
 {
     uid_t user;
@@ -18,10 +18,10 @@ struct Account
 /// Whether permission bits let an account read, write and execute (for a folder: search). The super-user always may.
 bool modeLetsUse(struct stat const& status, Account const& account);
 
-/// Gives the calling thread, while it lives, the file-system rights of an account and no more: its user, its group
-/// and no supplementary groups. The process and its other threads keep theirs, and the user database is not asked.
+/// While it lives, restricts the calling thread to the file-system rights of an account: its user, its group and no
+/// supplementary groups. Other threads keep theirs. The user database is not read.
 ///
-/// Only the super-user can take another user's rights. Objects nest; each restores what it found.
+/// Only the super-user can take another user's rights. Objects may be nested; each restores the rights that it found.
 class ThreadRights
 {
 public:
@@ -37,7 +37,7 @@ public:
 private:
     bool changed = false;
     bool complete = false;
-    [[maybe_unused]] Account previous = {}; // where the system does not keep them itself
+    [[maybe_unused]] Account previous = {}; // for systems that do not restore it themselves
     std::vector<gid_t> previousGroups;
 };
 

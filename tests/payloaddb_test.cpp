@@ -120,13 +120,16 @@ TEST_F(PayloadDatabase, EveryFunctionChecksItsArgumentsAndItsStore)
     EXPECT_TRUE(allGive(kVeskInvalidArgument, {pdbGetPayloads(s, 5, all.out), pdbGetPayloads(s, -1, all.out),
                                                pdbSetInstallState(s, "A", 1), pdbSetInstallState(s, "A", 3),
                                                pdbRemovePayloadDomainData(s, "A", 6)}));
+    char const** list = nullptr;
+    EXPECT_EQ(pdbGetPayloads(&handle, 0, &list), kVeskNoDataStore);
+    EXPECT_EQ(list, empty_list);
     EXPECT_EQ(s->store->dbClose(), kVeskOK);
     for (auto const& each : calls) {
         EXPECT_EQ(each.call(s, all), each.closed) << &each - calls;
     }
 }
 
-TEST_F(PayloadDatabase, MarkingInstalledMindsConflictsAndRecordsUpgrades)
+TEST_F(PayloadDatabase, MarkingInstalledChecksConflictsAndRecordsUpgrades)
 {
     // clang-format off
     struct { std::string relations; int32_t status; char const* upgrades; std::string damage; } const cases[] = {

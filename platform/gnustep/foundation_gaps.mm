@@ -14,13 +14,13 @@
 @end
 
 @implementation FoundationPreparation
-// When the program starts or the plug-in is loaded, while the machine's own root is still in place: GNUstep
-// reads its configuration, the user's defaults and the time zone at their first use.
+// Runs when the program starts or the plug-in is loaded, before the process enters another root: GNUstep reads its
+// configuration, the user's defaults and the time zone at their first use.
 + (void)load
 {
     NSAutoreleasePool* const pool = [[NSAutoreleasePool alloc] init];
     [NSTimeZone localTimeZone];
-    // XML property lists rather than old-style ones. For this process alone: registering writes no file.
+    // XML property lists, not old-style ones. Only for this process: registering writes no file.
     [[NSUserDefaults standardUserDefaults]
         registerDefaults:[NSDictionary dictionaryWithObject:@"YES" forKey:@"GSMacOSXCompatible"]];
     [pool drain];

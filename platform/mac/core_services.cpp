@@ -1,4 +1,4 @@
-// Identifiers by way of Core Foundation and the computer's folders by way of the Carbon File Manager.
+// Identifiers, implemented with Core Foundation, and the computer's folders, with the Carbon File Manager.
 #include "platform/platform.h"
 
 #include <CoreServices/CoreServices.h>
@@ -20,7 +20,7 @@ struct Releaser
 template<class Reference>
 using Owned = std::unique_ptr<std::remove_pointer_t<Reference>, Releaser>;
 
-/// Whether the status says that the path does not fit the buffer; only its low 16 bits count.
+/// Whether the status means that the path does not fit the buffer; only its low 16 bits count.
 bool isTooShort(OSStatus status)
 {
     constexpr SInt16 pathTooLong = -2110;

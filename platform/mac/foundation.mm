@@ -1,5 +1,5 @@
-// The file manager, the home folder and property lists by way of Foundation. Objective-C++ for the old
-// runtime: objects are retained and released by hand, and temporaries are released with the function's pool.
+// Files, the home folder and property lists, implemented with Foundation. Objective-C++ for the old runtime: objects
+// are retained and released by hand, and temporaries are released with the function's pool.
 #import <Foundation/Foundation.h>
 
 #include "platform/descriptor.h"
@@ -57,7 +57,7 @@ bool somethingExistsAt(std::string const& path)
     return lstat(path.c_str(), &status) == 0;
 }
 
-/// A link is copied by hand: a file manager may give the copy's attributes to what the link points to.
+/// Copies a link. Not with the file manager, which may give the copy's attributes to what the link points to.
 bool copyLink(std::string const& from, std::string const& to)
 {
     char text[PATH_MAX];
@@ -66,13 +66,13 @@ bool copyLink(std::string const& from, std::string const& to)
            symlink(std::string(text, static_cast<size_t>(length)).c_str(), to.c_str()) == 0;
 }
 
-/// The number of a user or group; where there is none, the one with which chown changes nothing.
+/// The number of a user or group; if there is none, -1, with which chown changes nothing.
 uid_t accountNumber(NSNumber* number)
 {
     return number == nil ? static_cast<uid_t>(-1) : static_cast<uid_t>([number unsignedLongValue]);
 }
 
-/// The attributes that carry rights, given through the descriptor where there is one.
+/// Sets owner, group and permission bits, through the descriptor if it is open, else by path.
 bool giveRights(NSDictionary* attributes, int descriptor, std::string const& path, bool isFolder)
 {
     uid_t const owner = accountNumber([attributes fileOwnerAccountID]);
@@ -89,7 +89,7 @@ bool giveRights(NSDictionary* attributes, int descriptor, std::string const& pat
 /// Reads the attributes of what a path leads to; null if nothing is there.
 std::unique_ptr<FileAttributes const> attributesOf(std::string const& path)
 {
-    char resolved[PATH_MAX]; // the file manager reports on a link itself
+    char resolved[PATH_MAX]; // given a link, the file manager reads the attributes of the link itself
     if (realpath(path.c_str(), resolved) == nullptr) {
         return nullptr;
     }
@@ -98,15 +98,15 @@ std::unique_ptr<FileAttributes const> attributesOf(std::string const& path)
     return read == nil ? nullptr : std::make_unique<FileAttributes const>(read);
 }
 
-/// Gives what a path leads to the attributes of another file or folder, each as far as the thread's rights reach.
+/// Gives what a path leads to the attributes of another file or folder, each if the thread's rights allow it.
 bool giveAttributes(FileAttributes const* attributes, std::string const& path)
 {
-    char resolved[PATH_MAX]; // the file manager would change a link itself
+    char resolved[PATH_MAX]; // given a link, the file manager would change the link itself
     if (attributes == nullptr || realpath(path.c_str(), resolved) == nullptr) {
         return false;
     }
     NSString* const item = pathString(resolved);
-    // Without blocking on a FIFO. A folder that is closed to its owner is changed by its path.
+    // O_NONBLOCK: do not block on a FIFO. A folder that its owner may not read is changed by its path.
     Descriptor const opened(open(resolved, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status = {};
     if (item == nil || (opened.isOpen() ? fstat(opened.get(), &status) : stat(resolved, &status)) != 0) {
@@ -166,7 +166,7 @@ bool writePropertyList(std::string const& path, std::string const& key, std::str
     if (file == nil || entryKey == nil || entryValue == nil) {
         return false;
     }
-    // Foundation gives the file what the mask leaves of 0666.
+    // Foundation creates the file with mode 0666, less the umask.
     mode_t const mask = umask(S_IRWXG | S_IRWXO);
     umask(mask | S_IWGRP | S_IWOTH);
     BOOL const written = [[NSDictionary dictionaryWithObject:entryValue forKey:entryKey] writeToFile:file
@@ -202,7 +202,7 @@ bool HomeFolder::isUsable(std::string const& below) const
     AutoreleasePool const pool;
     return asOwner([&] {
         struct stat status = {};
-        if (foreign) { // the file manager asks for the process's real user
+        if (foreign) { // the file manager checks the rights of the process's real user
             return stat((path + below).c_str(), &status) == 0 && modeLetsUse(status, owner);
         }
         NSString* const item = pathString(path + below);

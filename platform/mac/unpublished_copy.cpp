@@ -13,7 +13,7 @@ namespace platform {
 
 namespace {
 
-constexpr int openFolders = 16;
+constexpr int mostOpenFolders = 16;
 
 int withoutPrivileges(char const* path, struct stat const* status, int kind, FTW*)
 {
@@ -49,7 +49,7 @@ UnpublishedCopy::UnpublishedCopy(std::string targetPath)
 UnpublishedCopy::~UnpublishedCopy()
 {
     if (!folder.empty()) {
-        nftw(folder.c_str(), removeOne, openFolders, FTW_PHYS | FTW_DEPTH);
+        nftw(folder.c_str(), removeOne, mostOpenFolders, FTW_PHYS | FTW_DEPTH);
     }
 }
 
@@ -57,7 +57,7 @@ bool UnpublishedCopy::publish()
 {
     struct stat status = {};
     if (folder.empty() || lstat(copy.c_str(), &status) != 0 ||
-        nftw(copy.c_str(), withoutPrivileges, openFolders, FTW_PHYS) != 0) {
+        nftw(copy.c_str(), withoutPrivileges, mostOpenFolders, FTW_PHYS) != 0) {
         return false;
     }
     if (!S_ISDIR(status.st_mode)) {
@@ -68,7 +68,7 @@ bool UnpublishedCopy::publish()
             return false;
         }
     }
-    // A folder, or a file system without hard links: renaming replaces, so look first.
+    // A folder, or a file system without hard links: rename() would replace the target, so check first.
     struct stat existing = {};
     return lstat(target.c_str(), &existing) != 0 && errno == ENOENT &&
            rename(copy.c_str(), target.c_str()) == 0;

@@ -1,4 +1,4 @@
-/// A copy that is made in a private folder next to its target and gets its final name when it is complete.
+/// A copy that is made in a private folder next to its target and gets its final name only when complete.
 #ifndef PLATFORM_MAC_UNPUBLISHED_COPY_H
 #define PLATFORM_MAC_UNPUBLISHED_COPY_H
 
@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// Owns a folder next to the target that only the thread's user can enter. The folder and an unpublished copy in it
-/// are removed with the object.
+/// Owns a folder next to the target that only the thread's user can enter. The destructor removes the folder, with a
+/// copy that has not been published.
 class UnpublishedCopy
 {
 public:
@@ -17,11 +17,11 @@ public:
     UnpublishedCopy& operator=(UnpublishedCopy const&) = delete;
     ~UnpublishedCopy();
 
-    /// Where to make the copy. Nothing can be made there if the folder could not be created.
+    /// The path at which to make the copy. That fails if the folder could not be created.
     std::string const& path() const { return copy; }
 
-    /// Gives the copy its name. Its files first lose their set-user, set-group and sticky bits: the copy may belong
-    /// to another user than the source.
+    /// Gives the copy its final name. Its files first lose their set-user, set-group and sticky bits: the copy's owner
+    /// may differ from the source's.
     ///
     /// @return whether the copy is at the target; false, with the target as it was, if there is no copy or something
     ///         exists at the target

@@ -27,7 +27,7 @@ Descriptor openFolderIn(int folder, std::string const& name)
     return Descriptor(openat(folder, name.c_str(), readFolder | O_NOFOLLOW));
 }
 
-/// Takes the first component off a path that begins with "/".
+/// Removes the first component from a path that begins with "/", and returns it.
 std::string takeComponent(std::string_view& path)
 {
     path.remove_prefix(1);
@@ -46,11 +46,11 @@ std::string nameOf(std::string const& below)
     return below.substr(below.rfind('/') + 1);
 }
 
-/// Opens a folder below another user's home, if root owns it and all folders above it up to the home, and nobody else
-/// may write any of them.
+/// Opens a folder below another user's home if it and all folders above it, up to the home, are closed root folders:
+/// see isClosedRootFolder.
 ///
-/// @param create  whether missing folders are made, except in the home itself
-/// @return not open if a folder is missing, a link or open to others
+/// @param create  whether to make missing folders, except in the home itself
+/// @return not open if a folder is missing, is a link, or is not a closed root folder
 Descriptor openClosedFolder(std::string const& home, std::string_view below, bool create)
 {
     Descriptor folder(open(home.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -59,7 +59,7 @@ Descriptor openClosedFolder(std::string const& home, std::string_view below, boo
         std::string const name = takeComponent(below);
         Descriptor next = openFolderIn(folder.get(), name);
         if (!next.isOpen() && errno == ENOENT && create && !inHome) {
-            // Deliberate: closed to others whatever the mask, because the next folder is made in it.
+            // Deliberate: not 0777; whatever the umask, only root may write where the next folder is made.
             mkdirat(folder.get(), name.c_str(), 0755);
             next = openFolderIn(folder.get(), name);
         }
@@ -69,15 +69,15 @@ Descriptor openClosedFolder(std::string const& home, std::string_view below, boo
     return inHome ? Descriptor(-1) : std::move(folder);
 }
 
-/// Whether the thread may read, write and execute what a name leads to. Deliberate: not access(2), which asks for the
-/// process's real user.
+/// Whether the thread may read, write and execute what a name leads to. Deliberate: not access(2), which checks the
+/// rights of the process's real user.
 bool mayUse(int folder, char const* name)
 {
     long const asked = syscall(SYS_faccessat2, folder, name, R_OK | W_OK | X_OK, AT_EACCESS);
     if (asked == 0 || errno != ENOSYS) {
         return asked == 0;
     }
-    // Linux before 5.8 does not know the call: what the mode says.
+    // Linux before 5.8 does not have the call: check the permission bits.
     struct stat status = {};
     if (fstatat(folder, name, &status, 0) != 0) {
         return false;
@@ -91,7 +91,7 @@ bool mayUse(int folder, char const* name)
     return modeLetsUse(status, account);
 }
 
-/// Gives a folder attributes that the thread cannot open it for.
+/// Gives attributes to a folder that the thread may not open.
 bool giveAttributesByPath(std::string const& path, struct stat const& source)
 {
     bool const owned = chown(path.c_str(), source.st_uid, source.st_gid) == 0;

@@ -17,13 +17,13 @@ namespace platform {
 
 static_assert(
     sizeof(off_t) == 8 && sizeof(ino_t) == 8 && sizeof(time_t) == 8,
-    "a 32-bit build, too, must reach large files, inode numbers beyond 32 bits and dates past 2038");
+    "a 32-bit build, too, must handle large files, inode numbers beyond 32 bits and dates after 2038");
 
 namespace {
 
 /// Runs a system call with an account's rights, repeating it when a signal interrupts it.
 ///
-/// @return its result; -1, with errno EACCES, if the rights cannot be had
+/// @return its result; -1, with errno EACCES, if the rights cannot be taken
 template<class Call>
 auto with(Account const* account, Call call)
 {
@@ -47,7 +47,7 @@ bool isAbsent(Place const& place)
     return !examine(place, status) && errno == ENOENT;
 }
 
-/// Opens what exists at a place; never through a link, and without blocking on a FIFO.
+/// Opens what exists at a place. Does not follow links or block on a FIFO.
 Descriptor openExisting(Place const& place, int flags)
 {
     return Descriptor(with(place.account, [&] {
@@ -92,14 +92,14 @@ bool copyRange(int source, int target, off_t offset, off_t end)
     return true;
 }
 
-/// Copies a file's data and leaves its holes out.
+/// Copies a file's data and preserves its holes.
 bool copyData(int source, int target)
 {
     off_t const size = lseek(source, 0, SEEK_END);
     for (off_t offset = 0; offset < size;) {
         off_t data = lseek(source, offset, SEEK_DATA);
         if (data < 0 && errno == ENXIO) {
-            break; // nothing but a hole is left
+            break; // the rest is a hole
         }
         data = data < 0 ? offset : data; // the file system reports no holes
         off_t hole = lseek(source, data, SEEK_HOLE);
@@ -112,7 +112,7 @@ bool copyData(int source, int target)
     return size >= 0 && ftruncate(target, size) == 0;
 }
 
-/// Whether nobody else has the file open; false, too, if the file system cannot say.
+/// Whether no process has another descriptor of the file open; false, too, on a file system without leases.
 bool isOpenHereAlone(int file)
 {
     return fcntl(file, F_SETLEASE, F_WRLCK) == 0 && fcntl(file, F_SETLEASE, F_UNLCK) == 0;
@@ -137,7 +137,7 @@ bool copyFile(Place const& from, Place const& to, bool asSuperUser)
         return false;
     }
     if (asSuperUser && to.account != nullptr && (status.st_mode & S_IROTH) == 0) {
-        // The new file's owner may not read the source: the bytes come only when the file is out of that user's reach.
+        // The new file's owner may not read the source: write no bytes before that user has lost access to the file.
         if (fchown(target.get(), status.st_uid, status.st_gid) != 0 || !isOpenHereAlone(target.get())) {
             return false;
         }
@@ -152,7 +152,7 @@ bool copyLink(Place const& from, Place const& to, struct stat const& status)
     std::string text(static_cast<size_t>(status.st_size) + 1, '\0');
     ssize_t const length = with(
         from.account, [&] { return readlinkat(from.folder, from.name.c_str(), text.data(), text.size()); });
-    if (length < 0 || length > status.st_size) { // longer: changed in between
+    if (length < 0 || length > status.st_size) { // longer: the link has changed
         return false;
     }
     text.resize(static_cast<size_t>(length));
@@ -164,7 +164,7 @@ bool copyLink(Place const& from, Place const& to, struct stat const& status)
     return true;
 }
 
-/// The names in a folder, which stays open.
+/// Lists the names in a folder, which stays open.
 bool namesIn(int folder, std::vector<std::string>& names)
 {
     int const again = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -212,7 +212,7 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser)
     return true;
 }
 
-/// Copies to a place where nothing exists. A failure leaves a part of the copy.
+/// Copies to a place where nothing exists. A failure can leave a part of the copy.
 bool create(Place const& from, Place const& to, bool asSuperUser)
 {
     struct stat status = {};
@@ -231,7 +231,7 @@ bool create(Place const& from, Place const& to, bool asSuperUser)
     }
 }
 
-/// Removes what exists at a place, as far as its rights reach.
+/// Removes what exists at a place, if the place's rights allow it.
 void removeItem(Place const& place)
 {
     if (with(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), 0); }) == 0) {
@@ -247,7 +247,7 @@ void removeItem(Place const& place)
     }
 }
 
-/// Gives a complete copy its name, unless something exists there.
+/// Gives a complete copy its final name, unless something exists there.
 bool publish(Place const& copy, Place const& target)
 {
     ThreadRights const rights(target.account);

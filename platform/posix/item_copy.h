@@ -1,4 +1,4 @@
-/// Copies of files, links and folders between open folders, each side with rights of its own.
+/// Copies files, links and folders between open folders. Source and target may be reached with different rights.
 #ifndef PLATFORM_POSIX_ITEM_COPY_H
 #define PLATFORM_POSIX_ITEM_COPY_H
 
@@ -10,7 +10,7 @@
 
 namespace platform {
 
-/// A name in an open folder, and whose rights reach it.
+/// A name in an open folder, and the account whose rights are used there.
 struct Place
 {
     int folder;
@@ -18,20 +18,21 @@ struct Place
     Account const* account; ///< null: the process's own rights
 };
 
-/// A folder that root owns and nobody else may write. Deliberate: a group's bit counts; in homes folders belong to
-/// groups of ordinary users.
+/// Whether root owns a folder and no other user may write it. Deliberate: a writable folder's group counts as another
+/// user; in homes, folders belong to groups of ordinary users.
 bool isClosedRootFolder(int folder);
 
-/// Gives a file or folder owner, group, permission bits and dates of another, each as far as the thread's rights
-/// reach. A file gets no set-user, set-group or sticky bit.
+/// Gives a file or folder the owner, group, permission bits and dates of another, each if the thread's rights allow
+/// it. A file gets no set-user, set-group or sticky bit.
 ///
-/// @return whether all were given
+/// @return whether all were set
 bool giveAttributes(int descriptor, struct stat const& source);
 
 /// Copies a file, link or folder: see HomeFolder::copy.
 ///
-/// @param asSuperUser  whether one side is root's alone, as isClosedRootFolder has it: such folders are entered only
-///                     if they are closed, too, and a file gets its attributes with the process's own rights
+/// @param asSuperUser  whether source or target is in a closed root folder: then the folders in such a source are
+///                     copied only if they are closed root folders, too, and a copied file gets its attributes with the
+///                     process's own rights
 bool copyItem(Place const& from, Place const& to, bool asSuperUser);
 
 } // namespace platform

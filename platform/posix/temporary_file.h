@@ -1,4 +1,4 @@
-/// A file that is written next to its target and gets the target's name when it is complete.
+/// A file that is written under a temporary name next to its target and gets the target's name when it is complete.
 #ifndef PLATFORM_POSIX_TEMPORARY_FILE_H
 #define PLATFORM_POSIX_TEMPORARY_FILE_H
 
@@ -8,14 +8,14 @@
 
 namespace platform {
 
-/// Owns the descriptor and the name; an unpublished file is removed with the object.
+/// Owns the descriptor and the name. The destructor removes a file that has not been published.
 class TemporaryFile
 {
 public:
     /// Creates a new, empty file in the target's folder.
     ///
     /// @param target  path under which the file will be published
-    /// @param mode    permission bits, less the process mask
+    /// @param mode    permission bits, less the process's umask
     TemporaryFile(std::string target, mode_t mode);
     TemporaryFile(TemporaryFile const&) = delete;
     TemporaryFile& operator=(TemporaryFile const&) = delete;
@@ -24,7 +24,9 @@ public:
     /// @return whether the file could be created; if not, every other operation fails
     bool isOpen() const { return descriptor >= 0; }
 
-    /// Appends all the bytes.
+    /// Appends bytes.
+    ///
+    /// @return whether all were written
     bool write(char const* bytes, size_t size);
 
     /// Syncs the file, then atomically renames it to the target.
