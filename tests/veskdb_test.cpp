@@ -600,6 +600,13 @@ TEST_F(Veskdb, VerifyReportsLegalLeftoversAsNotes)
         EXPECT_EQ(hidden.status, 0);
         EXPECT_THAT(hidden.out, HasSubstr("hides the owners"));
     }
+    writeFile(zelko + "vesk/theirs", "");
+    writeFile(cache + ".theirs", ""); // every user may write there
+    for (std::string const& path : {zelko + "vesk/theirs", cache + ".theirs"}) {
+        EXPECT_EQ(chown(path.c_str(), ordinaryUser, 0), 0);
+    }
+    EXPECT_THAT(veskdb("verify").out, HasSubstr(zelko + "vesk/theirs\tnot root's: 1 file"));
+    unlink((zelko + "vesk/theirs").c_str());
     Connection const writer(pdb, "BEGIN IMMEDIATE; DELETE FROM payloads WHERE PayloadID = 'LONE'");
     ShellResult const result = veskdb("verify pdb");
     EXPECT_EQ(result.status, 0);

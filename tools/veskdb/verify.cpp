@@ -3,6 +3,7 @@
 #include "libdolmvesk/plat_utils.h"
 #include "tools/common/alternate_root.h"
 #include "tools/veskdb/file_status.h"
+#include "tools/veskdb/foreign_files.h"
 #include "tools/veskdb/id_mappings.h"
 #include "tools/veskdb/own_command.h"
 #include "tools/veskdb/present.h"
@@ -226,6 +227,19 @@ void checkDatabase(Database const& database, Report& report)
     }
 }
 
+/// What another user may have put there while the folder of all databases was writable by all.
+void noteForeignFiles(Report& report)
+{
+    ForeignFiles const found = foreignFiles();
+    if (found.number > 0) {
+        report.add(
+            "note", databases.front(), found.first,
+            fmt::format("not root's: {} files or folders below the folder of all databases, such as this one",
+                        found.number),
+            "find out who made them and what for, before the next install");
+    }
+}
+
 } // namespace
 
 int verify(Options const& options)
@@ -245,6 +259,7 @@ int verify(Options const& options)
             }
         }
     }
+    noteForeignFiles(report);
     Presenter presenter(options.json);
     presenter.begin({"",
                      false,
