@@ -3,7 +3,7 @@
 #include "libdolmvesk/plat_utils.h"
 #include "tools/veskdb/consent.h"
 #include "tools/veskdb/databases.h"
-#include "tools/veskdb/exclusive_lock.h"
+#include "tools/veskdb/file_lock.h"
 #include "tools/veskdb/file_status.h"
 #include "tools/veskdb/held_signals.h"
 #include "tools/veskdb/message.h"
@@ -215,7 +215,7 @@ int restore(Options const& options)
 
     HeldSignals const signals;
     requireFolder(folderOf(database));
-    std::unique_ptr<ExclusiveLock> const lock = live ? std::make_unique<ExclusiveLock>(target) : nullptr;
+    auto const lock = live ? std::make_unique<FileLock>(target, FileLock::Kind::kExclusive) : nullptr;
     requireNoJournal(target, database);
     removeLeftovers(database);
     Replacement restored(target);

@@ -3,13 +3,19 @@
 #include "libdolmvesk/payloaddb.h"
 #include "tools/common/version.h"
 #include "tools/veskdb/backup_restore.h"
+#include "tools/veskdb/diff.h"
 #include "tools/veskdb/editing.h"
+#include "tools/veskdb/find.h"
+#include "tools/veskdb/graph.h"
 #include "tools/veskdb/listing.h"
 #include "tools/veskdb/present.h"
 #include "tools/veskdb/recover.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/relation_types.h"
+#include "tools/veskdb/salvage.h"
+#include "tools/veskdb/transfer.h"
 #include "tools/veskdb/verify.h"
+#include "tools/veskdb/why.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -43,15 +49,22 @@ bool isOption(std::string const& word)
     return word.size() > 1 && word.front() == '-';
 }
 
+/// @return nothing when the text is no 32-bit number
+std::optional<int32_t> readNumber(std::string const& text)
+{
+    int32_t number = 0;
+    char const* const end = text.data() + text.size();
+    auto const read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
+}
+
 int32_t readDomain(std::string const& text)
 {
-    int32_t domain = 0;
-    char const* const end = text.data() + text.size();
-    auto const read = std::from_chars(text.data(), end, domain);
-    if (read.ec != std::errc() || read.ptr != end) {
+    auto const domain = readNumber(text);
+    if (!domain) {
         refuse(fmt::format("invalid domain '{}'; give a 32-bit number, such as 0", text));
     }
-    return domain;
+    return *domain;
 }
 
 /// A domain of payload data.
@@ -169,6 +182,7 @@ public:
         app.add_flag("--version", "Print the version of this program");
         addListing();
         addEditing();
+        addTransfer();
         addFiles();
         app.footer(
             "\nOptions may stand anywhere; '--' ends them. 'veskdb VERB --help' describes a verb.\n"
@@ -209,6 +223,7 @@ public:
         }
         check(form);
         command.run = forms[&form].run;
+        command.prepare = forms[&form].prepare;
         return command;
     }
 
@@ -217,6 +232,7 @@ private:
     {
         int (*run)(Options const& options);
         std::function<void()> check; ///< refuses what the parser cannot know to be wrong
+        void (*prepare)(Options const& options) = nullptr;
     };
 
     /// Options that take several words, each of which may begin with "-": the parser would take it for an option.
@@ -341,12 +357,70 @@ private:
         addAddress(settings, "SUBDOMAIN", "Only this subdomain");
         addAddress(settings, "KEY", "Only this setting; exits 1 when it is not on record");
         form(list, "vesk", "List the catalogue's payloads and collections.", listCatalogue);
+        addID(form(list, "actions", "List the user actions on products.", listActions),
+              "Only of this product");
         CLI::App& show = verb("show", "Show one record");
         addID(form(show, "pdb", "Show a payload with its relations and data.", showPayload), "Of the payload")
             ->required();
         addID(form(show, "vesk", "Show all records of a payload or collection.", showCatalogue),
               "Of the payload or collection")
             ->required();
+        addID(form(verb("why", "Explain a record"), "pdb",
+                   "Explain why a payload can or cannot be marked installed.", explainState),
+              "Of the payload")
+            ->required();
+        CLI::App& find = form(app, "find", "Find where a text is on record.", findText);
+        find.add_option("TEXT", command.options.text, "Any part of a value, taken literally")
+            ->type_name("")
+            ->required();
+        addDatabases(find);
+        forms[&find].check = [this] {
+            if (command.options.text.empty()) {
+                refuse("the text to find is empty");
+            }
+        };
+        CLI::App& graph =
+            form(verb("graph", "Draw records"), "pdb", "Draw payloads and their relations.", drawGraph);
+        addID(graph, "Only what relations lead to from this payload");
+        graph
+            .add_option_function<std::string>(
+                "--depth",
+                [this](std::string const& text) {
+                    command.options.depth = readNumber(text);
+                    if (!command.options.depth || *command.options.depth < 0) {
+                        refuse(
+                            fmt::format("invalid --depth '{}'; give a number of relations, such as 2", text));
+                    }
+                },
+                "Follow this many relations from ID; all without it")
+            ->type_name("N");
+        graph
+            .add_option_function<std::string>(
+                "--format",
+                [this](std::string const& text) {
+                    if (!contains({"dot", "mermaid", "svg"}, text)) {
+                        refuse(fmt::format("--format '{}' is unknown; give dot, mermaid or svg", text));
+                    }
+                    command.options.format = text;
+                },
+                "The language of the picture: dot without it; svg needs Graphviz")
+            ->type_name("dot|mermaid|svg");
+        forms[&graph].prepare = prepareGraph;
+        forms[&graph].check = [this] {
+            if (command.options.depth && command.options.id.empty()) {
+                refuse("--depth needs the ID of a payload to start from");
+            }
+        };
+        CLI::App& diff = form(app, "diff", "Compare two files of a database, or two roots.", veskdb::diff);
+        addDatabase(diff)->required();
+        for (auto const& [name, description] :
+             {std::pair("A", "The file or root before; the backup without it"),
+              std::pair("B", "The file or root after; the live file without it")}) {
+            diff.add_option_function<std::string>(
+                    name, [this](std::string const& file) { command.options.files.push_back(file); },
+                    description)
+                ->type_name("");
+        }
         form(app, "info", "Print path, size, owner, mode, date, versions and rows of each database.",
              showDatabases);
         addDatabases(
@@ -435,6 +509,26 @@ private:
         addYes(settings);
     }
 
+    void addTransfer()
+    {
+        Options& options = command.options;
+        CLI::App& exporting = verb("export", "Print records as lines of JSON");
+        form(exporting, "pdb", "Print payloads as lines of JSON.", exportPayloads)
+            .add_option("ID", options.ids, "Only these payloads")
+            ->type_name("");
+        settingsForm(exporting, "Print settings as lines of JSON.", exportSettings);
+        CLI::App& importing = verb("import", "Put records on record from lines of JSON");
+        for (CLI::App* const each :
+             {&form(importing, "pdb", "Put payloads on record from lines of JSON, all or none.",
+                    importPayloads),
+              &settingsForm(importing, "Put settings on record from lines of JSON, all or none.",
+                            importSettings)}) {
+            each->add_option("FILE", options.file, "The lines; '-', or nothing, is standard input")
+                ->type_name("");
+            each->add_flag("--replace", options.replace, "Replace what is on record already, as a whole");
+        }
+    }
+
     void addRelations(CLI::App& to)
     {
         Options& options = command.options;
@@ -501,6 +595,12 @@ private:
             ->type_name("FILE");
         addYes(restore);
         forms[&restore].check = [this, &options] { requireBackup(options.from, "--from"); };
+        CLI::App& salvage = form(app, "salvage", "Write what can be read of a damaged database to a new one.",
+                                 veskdb::salvage);
+        addDatabase(salvage)->required();
+        salvage.add_option("--from", options.from, "Read this file instead of the live one")
+            ->type_name("FILE");
+        salvage.add_option("--to", options.to, "The new file")->type_name("FILE")->required();
         CLI::App& recover =
             form(app, "recover", "Roll back what a killed program has left of a change.", veskdb::recover);
         addDatabase(recover)->required();
@@ -560,7 +660,7 @@ private:
                 refuseUnknown(*at, word);
             }
             if (at != &app) {
-                command.options.named = {&databaseNamed(word)};
+                command.options.named = {&databaseNamed(word == "actions" ? "pdb" : word)};
             }
             at = *found;
             path.push_back(word);
@@ -645,14 +745,20 @@ private:
         Options const& options = command.options;
         for (auto const& [option, file] :
              {std::pair{"--to", options.to}, std::pair{"--from", options.from},
-              std::pair{"--file", options.file}, std::pair{"--value-from", options.valueFrom}}) {
+              std::pair{"FILE", options.file}, std::pair{"--value-from", options.valueFrom}}) {
             if (file && file->empty()) {
                 refuse(fmt::format("{} has an empty value; give the path of a file", option));
             }
-            bool const standardInput = file == options.valueFrom && file == "-";
+            bool const standardInput = (file == options.valueFrom || file == options.file) && file == "-";
             if (file && options.root && file->front() != '/' && !standardInput) {
                 refuse(fmt::format("{} '{}' is relative; give an absolute path, as seen from inside the root",
                                    option, *file));
+            }
+        }
+        for (std::string const& file : options.files) {
+            if (file.empty() || (options.root && file.front() != '/')) {
+                refuse(fmt::format("'{}' is {}; give an absolute path, as seen from inside the root", file,
+                                   file.empty() ? "empty" : "relative"));
             }
         }
         if (forms[&form].check) {

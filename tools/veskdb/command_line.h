@@ -10,6 +10,8 @@ namespace veskdb {
 struct Command
 {
     int (*run)(Options const& options) = nullptr; ///< returns the exit status; throws Refusal and Unreadable
+    void (*prepare)(Options const& options) =
+        nullptr; ///< comes before another root is entered; null: nothing does
     Options options;
 };
 

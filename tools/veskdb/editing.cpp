@@ -2,22 +2,17 @@
 
 #include "libdolmvesk/payloaddb.h"
 #include "libdolmvesk/pcd_compat.h"
-#include "platform/descriptor.h"
 #include "tools/veskdb/change.h"
 #include "tools/veskdb/consent.h"
+#include "tools/veskdb/input_text.h"
 #include "tools/veskdb/listing.h"
 #include "tools/veskdb/open_to_read.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/relation_types.h"
 #include "tools/veskdb/status_name.h"
-#include "tools/veskdb/system_error.h"
 #include "tools/veskdb/value_text.h"
 
-#include <array>
-#include <cerrno>
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace veskdb {
 
@@ -139,24 +134,12 @@ int removeRelation(Options const& options)
 /// A value of any size, byte for byte.
 std::string readValueFrom(std::string const& path)
 {
-    bool const standardInput = path == "-";
-    platform::Descriptor const file(standardInput ? dup(STDIN_FILENO)
-                                                  : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string value;
-    std::array<char, 65536> buffer;
-    ssize_t count = file.isOpen() ? 1 : -1;
-    while (count > 0 && (count = read(file.get(), buffer.data(), buffer.size())) > 0) {
-        value.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    std::string const name = standardInput ? "standard input" : fmt::format("'{}'", path);
-    if (count < 0) {
-        throw Refusal(kExitError, fmt::format("--value-from {}: {}", name, describeError(errno)));
-    }
+    std::string value = readInput(path);
     if (value.find('\0') != std::string::npos) {
         throw Refusal(kExitError,
                       fmt::format("--value-from {}: it holds a NUL byte, at which a value ends; give it "
                                   "in another form",
-                                  name));
+                                  nameOfInput(path)));
     }
     return value;
 }

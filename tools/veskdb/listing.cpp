@@ -38,10 +38,10 @@ std::size_t read(RecordReader const& reader, Presenter& presenter, Section const
     }
     std::size_t records = 0;
     presenter.begin(section);
-    reader.forEach("SELECT " + names + " FROM " + rest, parameters, [&](Row const& row) {
-        presenter.add(row);
-        ++records;
-    });
+    Cursor cursor = reader.query("SELECT " + names + " FROM " + rest, parameters);
+    for (; cursor.next(); ++records) {
+        presenter.add(cursor.row());
+    }
     return records;
 }
 
@@ -209,10 +209,25 @@ int listCatalogue(Options const& options)
     return kExitDone;
 }
 
+int listActions(Options const& options)
+{
+    Presenter presenter(options.json);
+    std::vector<std::string> const id = {options.id};
+    bool const all = options.id.empty();
+    read(*openToRead(options.database(), {"user_actions"}), presenter,
+         {"",
+          false,
+          {{"product_id", "PRODUCT"}, {"actor", "ACTOR"}, {"time_action", "TIME", kindOf("time_action")}}},
+         fmt::format("user_actions {}ORDER BY rowid", all ? "" : "WHERE product_id = ?1 "),
+         all ? std::vector<std::string>() : id);
+    presenter.print();
+    return kExitDone;
+}
+
 int showPayload(Options const& options)
 {
     auto const reader = openToRead(options.database(), {"payloads", "dependencies", "dependency_type",
-                                                        "upgraded_payloads", "payload_data"});
+                                                        "upgraded_payloads", "payload_data", "user_actions"});
     std::vector<std::string> const id = {options.id};
     requirePayload(*reader, options.id);
     Presenter presenter(options.json);
@@ -231,6 +246,8 @@ int showPayload(Options const& options)
          "upgraded_payloads WHERE ?1 IN (payloadIDOriginal, payloadIDUpgraded) ORDER BY 1, 2", id);
     read(*reader, presenter, {"payload_data", false, columnsNamed({"domain", "key", "value"})},
          "payload_data WHERE PayloadID = ?1 ORDER BY CAST(domain AS INTEGER), key", id);
+    read(*reader, presenter, {"user_actions", false, columnsNamed({"product_id", "actor", "time_action"})},
+         "user_actions WHERE product_id = ?1 ORDER BY rowid", id);
     presenter.print();
     return kExitDone;
 }

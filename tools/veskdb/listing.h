@@ -15,6 +15,7 @@ namespace veskdb {
 int listPayloads(Options const& options);
 int listSettings(Options const& options);
 int listCatalogue(Options const& options);
+int listActions(Options const& options);
 int showPayload(Options const& options);
 int showCatalogue(Options const& options);
 

@@ -22,6 +22,9 @@ int main(int argc, char** argv)
             return kExitDone;
         }
         readIdMappings();
+        if (command->prepare != nullptr) {
+            command->prepare(command->options);
+        }
         if (command->options.root) {
             common::alternate_root::enter(*command->options.root);
         }

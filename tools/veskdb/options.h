@@ -42,6 +42,11 @@ struct Options
     std::string signature;
     bool replace = false;
     std::optional<DataAddress> data;
+    std::vector<std::string> ids;   ///< of payloads to export
+    std::vector<std::string> files; ///< to compare, or roots
+    std::string text;               ///< to find
+    std::string format = "dot";     ///< of a graph: dot, mermaid or svg
+    std::optional<int32_t> depth;   ///< how many relations a graph goes from its payload
     bool yes = false;
     std::optional<std::string> to;        ///< absolute when a root is given
     std::optional<std::string> from;      ///< absolute when a root is given

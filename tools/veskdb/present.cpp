@@ -2,27 +2,19 @@
 
 #include "tools/common/descriptor_output.h"
 #include "tools/common/utf8.h"
+#include "tools/veskdb/json_text.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/value_text.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
+#include <utility>
 
 namespace veskdb {
 
 namespace {
 
-using Json = nlohmann::json;
 using Members = std::vector<std::pair<std::string, std::string>>; ///< names and values in JSON
-
-std::string jsonText(std::string const& text)
-{
-    bool const plain = std::all_of(text.begin(), text.end(), [](char each) {
-        return each >= ' ' && each < '\x7F' && each != '"' && each != '\\';
-    });
-    return plain ? '"' + text + '"' : Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 std::string object(Members const& members, std::size_t indent)
 {
@@ -45,11 +37,11 @@ std::string object(Members const& members, std::size_t indent)
 
 std::string jsonOf(Value const& value, std::size_t indent)
 {
-    if (auto const* const text = std::get_if<std::string>(&value)) {
+    if (auto const* const text = bytesIn(value)) {
         return jsonText(*text);
     }
     if (auto const* const number = std::get_if<double>(&value)) {
-        return Json(*number).dump();
+        return jsonNumber(*number);
     }
     if (auto const* const counts = std::get_if<Counts>(&value)) {
         Members members;
@@ -113,7 +105,7 @@ void Presenter::addJSON(Row const& row)
     for (std::size_t each = 0; each < row.size(); ++each) {
         std::string const& name = section.columns[each].name;
         members.emplace_back(name, jsonOf(row[each], indent + 2));
-        auto const* const text = std::get_if<std::string>(&row[each]);
+        auto const* const text = bytesIn(row[each]);
         if (text != nullptr && !common::isUTF8(*text)) {
             hex.emplace_back(name, jsonText(hexOf(*text)));
         }

@@ -7,6 +7,7 @@
 #include "tools/veskdb/databases.h"
 #include "tools/veskdb/file_status.h"
 #include "tools/veskdb/own_command.h"
+#include "tools/veskdb/sqlite_values.h"
 #include "tools/veskdb/status_name.h"
 #include "tools/veskdb/system_error.h"
 #include "tools/veskdb/value_text.h"
@@ -27,38 +28,9 @@ constexpr int64_t mebibyte = 1 << 20;
 constexpr int64_t heapLimit = 192 * mebibyte;
 constexpr int instructionsBetweenLooks = 10000; // of SQLite's virtual machine
 
-struct StatementCloser
-{
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-
-void readValue(sqlite3_stmt* statement, int column, Value& value)
-{
-    switch (sqlite3_column_type(statement, column)) {
-    case SQLITE_INTEGER:
-        value = int64_t{sqlite3_column_int64(statement, column)};
-        return;
-    case SQLITE_FLOAT:
-        value = sqlite3_column_double(statement, column);
-        return;
-    case SQLITE_NULL:
-        value = nullptr;
-        return;
-    default:
-        auto const* const bytes = reinterpret_cast<char const*>(sqlite3_column_text(statement, column));
-        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
-        std::string_view const text(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0);
-        if (auto* const held = std::get_if<std::string>(&value)) {
-            *held = text; // in the memory of the row before
-        } else {
-            value = std::string(text);
-        }
-    }
-}
-
 int64_t bytesOf(Value const& value)
 {
-    auto const* const text = std::get_if<std::string>(&value);
+    auto const* const text = bytesIn(value);
     return static_cast<int64_t>(sizeof value + (text != nullptr ? text->size() : 0));
 }
 
@@ -201,46 +173,58 @@ void RecordReader::requireNoLeftoverJournal() const
         recovery(path));
 }
 
-void RecordReader::forEach(std::string const& query, std::vector<std::string> const& parameters,
-                           std::function<void(Row& row)> const& body) const
+void Cursor::Closer::operator()(sqlite3_stmt* each) const
+{
+    sqlite3_finalize(each);
+}
+
+Cursor::Cursor(RecordReader const& source, sqlite3_stmt* compiled)
+    : reader(&source), statement(compiled), values(static_cast<std::size_t>(sqlite3_column_count(compiled)))
+{
+}
+
+bool Cursor::next()
+{
+    int code = sqlite3_step(statement.get());
+    if (code == SQLITE_ROW) {
+        for (std::size_t column = 0; column < values.size(); ++column) {
+            readValue(statement.get(), static_cast<int>(column), values[column]);
+            reader->allowedBytes -= bytesOf(values[column]);
+        }
+        if (reader->allowedBytes >= 0 && sqlite3_errcode(reader->database.get()) != SQLITE_NOMEM) {
+            return true;
+        }
+        code = SQLITE_TOOBIG;
+    }
+    statement.reset();
+    if (code != SQLITE_DONE) {
+        reader->refuse(code);
+    }
+    return false;
+}
+
+Cursor RecordReader::query(std::string const& query, std::vector<std::string> const& parameters) const
 {
     sqlite3_stmt* compiled = nullptr;
     int code = sqlite3_prepare_v2(database.get(), query.c_str(), -1, &compiled, nullptr);
-    std::unique_ptr<sqlite3_stmt, StatementCloser> statement(compiled);
     for (std::size_t each = 0; code == SQLITE_OK && each < parameters.size(); ++each) {
         code = sqlite3_bind_text(compiled, static_cast<int>(each) + 1, parameters[each].data(),
-                                 static_cast<int>(parameters[each].size()), SQLITE_STATIC);
+                                 static_cast<int>(parameters[each].size()), SQLITE_TRANSIENT);
     }
-    if (code == SQLITE_OK) {
-        Row row(static_cast<std::size_t>(sqlite3_column_count(compiled)));
-        while ((code = sqlite3_step(compiled)) == SQLITE_ROW) {
-            for (std::size_t column = 0; column < row.size(); ++column) {
-                readValue(compiled, static_cast<int>(column), row[column]);
-                allowedBytes -= bytesOf(row[column]);
-            }
-            if (allowedBytes < 0 || sqlite3_errcode(database.get()) == SQLITE_NOMEM) {
-                code = SQLITE_TOOBIG;
-                break;
-            }
-            body(row);
-        }
-    }
-    if (code != SQLITE_OK && code != SQLITE_DONE) {
-        std::string const message = sqlite3_errmsg(database.get());
-        statement.reset();
+    if (code != SQLITE_OK) {
+        sqlite3_finalize(compiled);
         refuse(code);
     }
+    return Cursor(*this, compiled);
 }
 
-std::vector<Row> RecordReader::rows(std::string const& query,
-                                    std::vector<std::string> const& parameters) const
+std::vector<Row> RecordReader::rows(std::string const& text, std::vector<std::string> const& parameters) const
 {
     std::vector<Row> result;
-    forEach(query, parameters, [&](Row& row) {
-        std::size_t const columns = row.size();
-        result.push_back(std::move(row));
-        row = Row(columns);
-    });
+    Cursor cursor = query(text, parameters);
+    while (cursor.next()) {
+        result.push_back(cursor.row());
+    }
     return result;
 }
 

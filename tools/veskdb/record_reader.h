@@ -7,7 +7,6 @@
 #include "tools/veskdb/records.h"
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -41,6 +40,34 @@ bool isInWriteAheadMode(std::string const& path);
 /// Whether a journal holds nothing to roll back.
 bool isStaleJournal(std::string const& journal);
 
+class RecordReader;
+
+/// The rows of one query, in turn.
+class Cursor
+{
+public:
+    /// Goes on to the next row.
+    ///
+    /// @return false at the end
+    /// @throws Unreadable
+    bool next();
+
+    /// The row that next has read; it changes with the next one.
+    Row const& row() const { return values; }
+
+private:
+    friend class RecordReader;
+    Cursor(RecordReader const& source, sqlite3_stmt* compiled);
+
+    struct Closer
+    {
+        void operator()(sqlite3_stmt* statement) const;
+    };
+    RecordReader const* reader;
+    std::unique_ptr<sqlite3_stmt, Closer> statement;
+    Row values;
+};
+
 /// One read transaction: all rows are of the same moment, and no process changes the file while this lives.
 ///
 /// What is read is bounded, because anything may have written the file: a query ends after ten seconds and a second
@@ -65,11 +92,11 @@ public:
     /// @throws Unreadable
     std::vector<Row> rows(std::string const& query, std::vector<std::string> const& parameters = {}) const;
 
-    /// Runs a query and calls a body with each row in turn, which the next call changes.
+    /// The same, row by row.
     ///
+    /// @return lives no longer than this object
     /// @throws Unreadable
-    void forEach(std::string const& query, std::vector<std::string> const& parameters,
-                 std::function<void(Row& row)> const& body) const;
+    Cursor query(std::string const& query, std::vector<std::string> const& parameters = {}) const;
 
     /// Bytes of the file.
     int64_t size() const { return fileSize; }
@@ -81,6 +108,7 @@ public:
     bool readBytes(char* buffer, int size, int64_t offset) const;
 
 private:
+    friend class Cursor;
     void requireNoLeftoverJournal() const;
     void limit();
     [[noreturn]] void refuse(int code) const;

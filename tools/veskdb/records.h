@@ -14,8 +14,14 @@ namespace veskdb {
 using Null = std::nullptr_t;
 using Counts = std::vector<std::pair<std::string, int64_t>>; ///< how many of each name
 
+/// Bytes that SQLite does not take for a text. None of the databases has any, unless another program wrote them.
+struct Blob
+{
+    std::string bytes;
+};
+
 /// What SQLite holds in a column, a text of any bytes; or a fact about a file.
-using Value = std::variant<Null, bool, int64_t, double, std::string, Counts>;
+using Value = std::variant<Null, bool, int64_t, double, std::string, Blob, Counts>;
 using Row = std::vector<Value>;
 
 enum class ValueKind

@@ -149,6 +149,12 @@ void Replacement::copyFrom(RecordReader const& source) const
     }
 }
 
+void Replacement::write(std::string_view bytes) const
+{
+    errno = common::writeAll(file, bytes);
+    require(errno == 0, target, "the file cannot be written");
+}
+
 void Replacement::setAccess(uid_t owner, gid_t group, mode_t mode) const
 {
     if (fchown(file, owner, group) != 0) {
@@ -163,7 +169,9 @@ std::string Replacement::replaceTarget()
     std::string const aside = keepAside();
     if (renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) != 0) {
         int const error = errno;
-        unlinkat(folder.get(), aside.c_str(), 0);
+        if (!aside.empty()) {
+            unlinkat(folder.get(), aside.c_str(), 0);
+        }
         errno = error;
         require(false, target, "it cannot be replaced");
     }
@@ -181,6 +189,9 @@ std::string Replacement::keepAside()
     }
     struct stat status = {};
     require(kept >= 0 && fstat(kept, &status) == 0, target, "it cannot be kept aside");
+    if (status.st_size == 0) {
+        return "";
+    }
     time_t const now = std::time(nullptr);
     tm utc = {};
     char stamp[32] = "";

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace veskdb {
@@ -30,14 +31,20 @@ public:
     /// @throws Refusal (kExitError)
     void copyFrom(RecordReader const& source) const;
 
-    /// For a file that is written by its name.
+    /// Writes a file's bytes.
+    ///
+    /// @throws Refusal (kExitError)
+    void write(std::string_view bytes) const;
+
+    /// For a file that is read by its name.
     std::string path() const;
 
     /// Gives the file a mode and, as far as this user may, an owner.
     void setAccess(uid_t owner, gid_t group, mode_t mode) const;
 
     /// Syncs the file and lets it take the target's place. The file that it replaces is kept next to it, under its name
-    /// and the time, "pdb.db.20090213T233130Z", with its owner and mode; nothing is overwritten.
+    /// and the time, "pdb.db.20090213T233130Z", with its owner and mode, unless
+    /// it is empty; nothing is overwritten.
     ///
     /// @return the path under which the file before is kept; empty when there was none
     /// @throws Refusal (kExitError); the target is then as it was

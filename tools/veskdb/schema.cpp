@@ -1,13 +1,10 @@
 #include "tools/veskdb/schema.h"
 
-#include "libdolmvesk/vesk_status.h"
-#include "tools/veskdb/refusal.h"
+#include "tools/veskdb/created_database.h"
 #include "tools/veskdb/value_text.h"
 
 #include <algorithm>
-#include <fmt/format.h>
 #include <map>
-#include <sqlite3.h>
 #include <string_view>
 #include <utility>
 
@@ -17,24 +14,12 @@ namespace {
 
 char const schemaQuery[] = "SELECT type, name, sql FROM sqlite_master WHERE sql IS NOT NULL ORDER BY rowid";
 
-/// Creates a database in memory, by the same steps by which the library creates a file.
 Schema create(Database const& database, int version)
 {
     VeskiDataStore store;
-    store.schemaLists = database.store->schemas;
-    store.schemaType = database.store->type;
-    store.status = sqlite3_open(":memory:", &store.db) == SQLITE_OK ? kVeskOK : kVeskNoMemory;
-    int32_t status = store.status;
-    for (int step = 1; status == kVeskOK && step <= version; ++step) {
-        status = store.loadSchema(step);
-    }
+    createInMemory(store, database, version);
     char const** list = nullptr;
-    if (status == kVeskOK) {
-        status = store.queryList(&list, schemaQuery);
-    }
-    if (status != kVeskOK) {
-        throw Refusal(kExitError, fmt::format("{} cannot be created in memory", database.title));
-    }
+    store.queryList(&list, schemaQuery);
     Schema schema;
     for (; *list != nullptr; list += 3) {
         schema.push_back({list[0], list[1], list[2]});
@@ -76,6 +61,59 @@ Schema const& schemaCreated(Database const& database, int version)
         found = schemas.emplace(std::pair(&database, version), create(database, version)).first;
     }
     return found->second;
+}
+
+std::vector<Table> const& tablesOf(Database const& database)
+{
+    static std::map<Database const*, std::vector<Table>> described;
+    std::vector<Table>& tables = described[&database];
+    if (tables.empty()) {
+        VeskiDataStore store;
+        createInMemory(store, database, newestSchemaVersion(database.store->type));
+        char const** list = nullptr;
+        store.queryList(&list, "SELECT object.name, part.name, part.pk FROM sqlite_master AS object, "
+                               "pragma_table_info(object.name) AS part WHERE object.type = 'table' ORDER BY "
+                               "object.rowid, part.cid");
+        for (; *list != nullptr; list += 3) {
+            if (tables.empty() || tables.back().name != list[0]) {
+                tables.push_back({list[0], {}, {}});
+            }
+            Table& table = tables.back();
+            if (std::string(list[2]) != "0") { // the columns of each key come in the key's order
+                table.key.push_back(table.columns.size());
+            }
+            table.columns.emplace_back(list[1]);
+        }
+        for (Table& table : tables) {
+            for (std::size_t each = 0; table.key.empty() && each < table.columns.size(); ++each) {
+                table.key.push_back(each);
+            }
+        }
+    }
+    return tables;
+}
+
+std::string keyOf(Table const& table, Row const& row)
+{
+    std::string key;
+    for (std::size_t const column : table.key) {
+        key += key.empty() && column == table.key.front() ? "" : "/";
+        appendText(key, row[column], kindOf(table.columns[column]));
+    }
+    return key;
+}
+
+std::string selectAll(Table const& table)
+{
+    std::string columns;
+    for (std::string const& column : table.columns) {
+        columns += (columns.empty() ? "" : ", ") + column;
+    }
+    std::string keys;
+    for (std::size_t const column : table.key) {
+        keys += (keys.empty() ? "" : ", ") + table.columns[column];
+    }
+    return "SELECT " + columns + " FROM " + table.name + " ORDER BY " + keys;
 }
 
 std::vector<std::string> tablesIn(Schema const& schema)

@@ -35,6 +35,25 @@ Schema schemaOf(RecordReader const& reader);
 /// @return lives as long as the process
 Schema const& schemaCreated(Database const& database, int version);
 
+/// A table of one of the databases.
+struct Table
+{
+    std::string name;
+    std::vector<std::string> columns;
+    std::vector<std::size_t> key; ///< the columns that name a row; all in a table without a key
+};
+
+/// A database's tables, in the order of creation, which no row contradicts: what a row names comes first.
+///
+/// @return lives as long as the process
+std::vector<Table> const& tablesOf(Database const& database);
+
+/// The key of a row that has all columns, as people read it; several columns are joined by "/".
+std::string keyOf(Table const& table, Row const& row);
+
+/// A query for all columns of all rows of a table, by its key.
+std::string selectAll(Table const& table);
+
 /// The names of a schema's tables.
 std::vector<std::string> tablesIn(Schema const& schema);
 

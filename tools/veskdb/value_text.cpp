@@ -18,7 +18,7 @@ std::optional<int64_t> numberIn(Value const& value)
     if (auto const* const number = std::get_if<int64_t>(&value)) {
         return *number;
     }
-    if (auto const* const text = std::get_if<std::string>(&value)) {
+    if (auto const* const text = bytesIn(value)) {
         int64_t number = 0;
         char const* const end = text->data() + text->size();
         auto const read = std::from_chars(text->data(), end, number);
@@ -48,6 +48,15 @@ ValueKind kindOf(std::string const& column)
     bool const time = column == "installTime" || column == "tsInstalled" || column == "tsModified" ||
                       column == "time_action";
     return time ? ValueKind::kTime : ValueKind::kPlain;
+}
+
+std::string const* bytesIn(Value const& value)
+{
+    if (auto const* const text = std::get_if<std::string>(&value)) {
+        return text;
+    }
+    auto const* const blob = std::get_if<Blob>(&value);
+    return blob != nullptr ? &blob->bytes : nullptr;
 }
 
 std::string escaped(std::string_view text)
@@ -87,7 +96,7 @@ void appendText(std::string& text, Value const& value, ValueKind kind)
             return;
         }
     }
-    if (auto const* const held = std::get_if<std::string>(&value)) {
+    if (auto const* const held = bytesIn(value)) {
         common::appendPrintable(text, *held, "\\\t");
     } else if (auto const* const number = std::get_if<int64_t>(&value)) {
         bool const state = kind == ValueKind::kState;
@@ -114,7 +123,7 @@ std::string textOf(Value const& value, ValueKind kind)
 
 std::string asText(Value const& value)
 {
-    auto const* const text = std::get_if<std::string>(&value);
+    auto const* const text = bytesIn(value);
     return text != nullptr ? *text : std::holds_alternative<Null>(value) ? "" : textOf(value);
 }
 

@@ -15,11 +15,14 @@ std::string escaped(std::string_view text);
 /// @return "2009-02-13T23:31:30Z"; the number itself beyond the year 9999
 std::string isoTime(int64_t seconds);
 
+/// The bytes of a text or blob; null for any other value.
+std::string const* bytesIn(Value const& value);
+
 /// A value as people read it: escaped, a null as "\N".
 std::string textOf(Value const& value, ValueKind kind = ValueKind::kPlain);
 void appendText(std::string& text, Value const& value, ValueKind kind);
 
-/// The bytes of a value: a text as it is, a number's digits; empty for a null.
+/// The bytes of a value: a text or blob as it is, a number's digits; empty for a null.
 std::string asText(Value const& value);
 
 /// Two hexadecimal digits for each byte.

@@ -1,4 +1,4 @@
-#include "tools/veskdb/exclusive_lock.h"
+#include "tools/veskdb/file_lock.h"
 
 #include "libdolmvesk/database.h"
 #include "tools/veskdb/file_status.h"
@@ -6,6 +6,7 @@
 #include "tools/veskdb/status_name.h"
 #include "tools/veskdb/system_error.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <sqlite3.h>
 
@@ -17,12 +18,14 @@ constexpr int busyPause = 50; // milliseconds
 
 } // namespace
 
-ExclusiveLock::ExclusiveLock(std::string const& path)
+FileLock::FileLock(std::string const& path, Kind kind)
 {
     sqlite3* opened = nullptr;
-    int code = veskiOpenConnection(folderPart(path), path, SQLITE_OPEN_READWRITE, restrictedVfs, &opened);
+    bool const exclusive = kind == Kind::kExclusive;
+    int const flags = exclusive ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
+    int code = veskiOpenConnection(folderPart(path), path, flags, restrictedVfs, &opened);
     connection.reset(opened);
-    if (code == SQLITE_OK && sqlite3_db_readonly(opened, "main") != 0) {
+    if (code == SQLITE_OK && exclusive && sqlite3_db_readonly(opened, "main") != 0) {
         code = SQLITE_READONLY;
     }
     if (code == SQLITE_OK) {
@@ -30,7 +33,7 @@ ExclusiveLock::ExclusiveLock(std::string const& path)
     }
     for (int waited = 0; code == SQLITE_OK; waited += busyPause) {
         code = file->pMethods->xLock(file, SQLITE_LOCK_SHARED);
-        code = code == SQLITE_OK ? file->pMethods->xLock(file, SQLITE_LOCK_EXCLUSIVE) : code;
+        code = code == SQLITE_OK && exclusive ? file->pMethods->xLock(file, SQLITE_LOCK_EXCLUSIVE) : code;
         if (code == SQLITE_OK) {
             return;
         }
@@ -47,12 +50,25 @@ ExclusiveLock::ExclusiveLock(std::string const& path)
                                           describeStatus(veskiSQLiteErrorMap(code & 0xFF), reason)));
 }
 
-ExclusiveLock::~ExclusiveLock()
+FileLock::~FileLock()
 {
     file->pMethods->xUnlock(file, SQLITE_LOCK_NONE);
 }
 
-void ExclusiveLock::Closer::operator()(sqlite3* each) const
+std::string FileLock::bytes() const
+{
+    constexpr int64_t partSize = 512; // of a page or of several: only what is unreadable becomes zeros
+    sqlite3_int64 size = 0;
+    file->pMethods->xFileSize(file, &size);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    for (int64_t offset = 0; offset < size; offset += partSize) {
+        auto const count = static_cast<int>(std::min<int64_t>(partSize, size - offset));
+        file->pMethods->xRead(file, result.data() + offset, count, offset);
+    }
+    return result;
+}
+
+void FileLock::Closer::operator()(sqlite3* each) const
 {
     sqlite3_close(each);
 }

@@ -1,0 +1,49 @@
+/// SQLite's locks on a database file.
+#ifndef TOOLS_VESKDB_FILE_LOCK_H
+#define TOOLS_VESKDB_FILE_LOCK_H
+
+#include "libdolmvesk/shared_folder.h"
+
+#include <memory>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_file;
+
+namespace veskdb {
+
+/// SQLite's own lock on a database file, whatever the file holds: a damaged one has to be replaced, or read, as safely
+/// as a sound one.
+class FileLock
+{
+public:
+    enum class Kind
+    {
+        kShared,   ///< no process writes meanwhile
+        kExclusive ///< no process reads or writes meanwhile
+    };
+
+    /// Waits for other programs' locks for as long as the record library does.
+    ///
+    /// @throws Refusal (kExitError)
+    FileLock(std::string const& path, Kind kind);
+    FileLock(FileLock const&) = delete;
+    FileLock& operator=(FileLock const&) = delete;
+    ~FileLock();
+
+    /// Reads the whole file. What the disk cannot give is filled with zeros.
+    std::string bytes() const;
+
+private:
+    struct Closer
+    {
+        void operator()(sqlite3* connection) const;
+    };
+    std::unique_ptr<RestrictedVfs> restrictedVfs; // the connection's
+    std::unique_ptr<sqlite3, Closer> connection;
+    sqlite3_file* file = nullptr;
+};
+
+} // namespace veskdb
+
+#endif

@@ -1,0 +1,35 @@
+/// Graphviz's program dot, which draws a graph.
+#ifndef TOOLS_VESKDB_RENDERER_H
+#define TOOLS_VESKDB_RENDERER_H
+
+#include <string>
+#include <sys/types.h>
+
+namespace veskdb {
+
+/// A dot that waits for its graph. It is started in the machine's own root and works on there.
+class Renderer
+{
+public:
+    /// @throws Refusal (kExitError) that names the package when the program is missing
+    Renderer();
+    Renderer(Renderer const&) = delete;
+    Renderer& operator=(Renderer const&) = delete;
+    ~Renderer();
+
+    /// Draws one graph.
+    ///
+    /// @param graph  in dot's language
+    /// @return SVG
+    /// @throws Refusal (kExitError)
+    std::string draw(std::string const& graph);
+
+private:
+    pid_t child = -1;
+    int input = -1;
+    int output = -1;
+};
+
+} // namespace veskdb
+
+#endif

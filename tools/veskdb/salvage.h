@@ -1,0 +1,18 @@
+/// The verb salvage: what can still be read of a damaged database.
+#ifndef TOOLS_VESKDB_SALVAGE_H
+#define TOOLS_VESKDB_SALVAGE_H
+
+#include "tools/veskdb/options.h"
+
+namespace veskdb {
+
+/// Reads a damaged file as far as it can be read, and writes what it holds to a new, sound database. Prints how many
+/// rows of each table were read, and what was lost.
+///
+/// @return kExitNotFound when anything was lost
+/// @throws Refusal; no file is written then
+int salvage(Options const& options);
+
+} // namespace veskdb
+
+#endif

@@ -1,0 +1,469 @@
+#include "tools/veskdb/transfer.h"
+
+#include "libdolmvesk/payloaddb.h"
+#include "libdolmvesk/pcd_compat.h"
+#include "tools/common/utf8.h"
+#include "tools/veskdb/change.h"
+#include "tools/veskdb/input_text.h"
+#include "tools/veskdb/json_text.h"
+#include "tools/veskdb/open_to_read.h"
+#include "tools/veskdb/present.h"
+#include "tools/veskdb/refusal.h"
+#include "tools/veskdb/status_name.h"
+#include "tools/veskdb/value_text.h"
+
+#include <charconv>
+#include <fmt/format.h>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+
+namespace veskdb {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// Export
+
+/// A text in JSON: bytes that are no UTF-8 as {"hex":"FF"}.
+///
+/// @param where  the record and the column, for the refusal of what the record library's functions cannot write
+std::string textInJSON(Value const& value, std::string const& record, char const* column)
+{
+    auto const refuse = [&](char const* what) {
+        throw Refusal(kExitError,
+                      fmt::format("{}: its {} is {}, which import could not write", record, column, what));
+    };
+    if (std::holds_alternative<Null>(value)) {
+        refuse("null");
+    }
+    auto const* const bytes = bytesIn(value);
+    if (bytes == nullptr) {
+        return jsonText(asText(value));
+    }
+    if (bytes->find('\0') != std::string::npos) {
+        refuse("a value with a NUL byte");
+    }
+    return common::isUTF8(*bytes) ? jsonText(*bytes) : "{\"hex\":\"" + hexOf(*bytes) + "\"}";
+}
+
+/// A number of 32 bits, which a text column holds as its digits.
+std::string numberInJSON(Value const& value, std::string const& record, char const* column)
+{
+    std::string const digits = asText(value);
+    int32_t number = 0;
+    auto const read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (read.ec != std::errc() || std::to_string(number) != digits) {
+        throw Refusal(kExitError,
+                      fmt::format("{}: its {} '{}' is no 32-bit number, which import could not write", record,
+                                  column, escaped(digits)));
+    }
+    return digits;
+}
+
+/// The rows of a table that belong to one payload after the other, in the order of their identifiers.
+class RowsOfPayloads
+{
+public:
+    explicit RowsOfPayloads(Cursor rows) : cursor(std::move(rows)), hasRow(cursor.next()) {}
+
+    /// Calls a body with each row whose first column is the payload's identifier. Rows of identifiers before it are of
+    /// payloads that are not on record, and are left out.
+    template<class Body>
+    void forEach(std::string const& payloadID, Body body)
+    {
+        for (; hasRow; hasRow = cursor.next()) {
+            std::string const* const owner = bytesIn(cursor.row()[0]);
+            int const order = owner != nullptr ? owner->compare(payloadID) : -1;
+            if (order > 0) {
+                return;
+            }
+            if (order == 0) {
+                body(cursor.row());
+            }
+        }
+    }
+
+private:
+    Cursor cursor;
+    bool hasRow;
+};
+
+/// Appends a list of objects to a line; a body appends each object.
+template<class Body>
+void appendList(std::string& line, char const* name, RowsOfPayloads& rows, std::string const& payloadID,
+                Body body)
+{
+    line += fmt::format(",\"{}\":[", name);
+    char const* separator = "";
+    rows.forEach(payloadID, [&](Row const& row) {
+        line += separator;
+        separator = ",";
+        body(row);
+    });
+    line += ']';
+}
+
+/// Writes the payloads that a condition selects.
+///
+/// @param parameters  of the condition
+/// @return how many there are
+std::size_t appendPayloads(RecordReader const& reader, std::string const& condition,
+                           std::vector<std::string> const& parameters, std::string& output)
+{
+    auto const rowsOf = [&](char const* columns, char const* table, char const* owner, char const* order) {
+        return reader.query(fmt::format("SELECT {} FROM {} {} ORDER BY {}, {}", columns, table,
+                                        condition.empty() ? "" : fmt::format("WHERE {} {}", owner, condition),
+                                        owner, order),
+                            parameters);
+    };
+    Cursor payloads = rowsOf("PayloadID, productFamily, productName, version, signature, installState",
+                             "payloads", "PayloadID", "PayloadID");
+    RowsOfPayloads relations(
+        rowsOf("PayloadID, PayloadIDb, type", "dependencies", "PayloadID", "PayloadIDb"));
+    RowsOfPayloads data(
+        rowsOf("PayloadID, domain, key, value", "payload_data", "PayloadID", "CAST(domain AS INTEGER), key"));
+    RowsOfPayloads upgrades(rowsOf("payloadIDUpgraded, payloadIDOriginal", "upgraded_payloads",
+                                   "payloadIDUpgraded", "payloadIDOriginal"));
+    std::size_t number = 0;
+    for (; payloads.next(); ++number) {
+        Row const& row = payloads.row();
+        std::string const id = asText(row[0]);
+        std::string const record = fmt::format("payload '{}'", escaped(id));
+        char const* const columns[] = {"PayloadID", "productFamily", "productName", "version", "signature"};
+        for (std::size_t each = 0; each < std::size(columns); ++each) {
+            output += each == 0 ? "{\"" : ",\"";
+            output += columns[each];
+            output += "\":";
+            output += textInJSON(row[each], record, columns[each]);
+        }
+        output += ",\"installState\":" + numberInJSON(row[5], record, "installState");
+        appendList(output, "dependencies", relations, id, [&](Row const& relation) {
+            output += "{\"PayloadIDb\":" + textInJSON(relation[1], record, "PayloadIDb") +
+                      ",\"type\":" + numberInJSON(relation[2], record, "type") + '}';
+        });
+        appendList(output, "payload_data", data, id, [&](Row const& value) {
+            output += "{\"domain\":" + numberInJSON(value[1], record, "domain") +
+                      ",\"key\":" + textInJSON(value[2], record, "key") +
+                      ",\"value\":" + textInJSON(value[3], record, "value") + '}';
+        });
+        appendList(output, "upgraded_payloads", upgrades, id, [&](Row const& upgrade) {
+            output += textInJSON(upgrade[1], record, "payloadIDOriginal");
+        });
+        output += "}\n";
+    }
+    return number;
+}
+
+// Import
+
+/// One line of an input. What is wrong with it is refused by its number.
+class Line
+{
+public:
+    Line(std::string const& inputName, std::size_t lineNumber, std::string const& text)
+        : input(inputName), number(lineNumber), object(Json::parse(text, nullptr, false))
+    {
+        if (!object.is_object()) {
+            refuse("it is no JSON object");
+        }
+    }
+
+    [[noreturn]] void refuse(std::string const& what) const
+    {
+        throw Refusal(kExitError, fmt::format("{}, line {}: {}; nothing was changed", input, number, what));
+    }
+
+    /// Refuses members of other names.
+    void requireOnly(Json const& record, std::set<std::string> const& names) const
+    {
+        if (!record.is_object()) {
+            refuse("a list holds something other than objects");
+        }
+        for (auto const& member : record.items()) {
+            if (names.count(member.key()) == 0) {
+                refuse(
+                    fmt::format("\"{}\" is unknown; give {}", escaped(member.key()), fmt::join(names, ", ")));
+            }
+        }
+    }
+
+    std::string textIn(Json const& record, char const* name) const
+    {
+        return text(member(record, name), name);
+    }
+
+    std::string text(Json const& value, char const* name) const
+    {
+        std::string result;
+        if (value.is_string()) {
+            result = value.get<std::string>();
+        } else if (value.is_object() && value.size() == 1 && value.contains("hex") &&
+                   value["hex"].is_string()) {
+            result = bytesOf(value["hex"].get<std::string>(), name);
+        } else {
+            refuse(fmt::format("\"{}\" is {}; give a text, or an object with \"hex\"", name,
+                               value.is_null() ? "null" : "no text"));
+        }
+        if (result.find('\0') != std::string::npos) {
+            refuse(fmt::format("\"{}\" holds a NUL byte, at which a text ends", name));
+        }
+        return result;
+    }
+
+    int32_t numberIn(Json const& record, char const* name) const
+    {
+        Json const& value = member(record, name);
+        if (!value.is_number_integer() || value.get<int64_t>() < INT32_MIN ||
+            value.get<int64_t>() > INT32_MAX) {
+            refuse(fmt::format("\"{}\" is {}; give a 32-bit number", name,
+                               value.is_null() ? "null" : "no such number"));
+        }
+        return value.get<int32_t>();
+    }
+
+    Json const& listIn(char const* name) const
+    {
+        Json const& value = member(object, name);
+        if (!value.is_array()) {
+            refuse(fmt::format("\"{}\" is no list", name));
+        }
+        return value;
+    }
+
+    Json const& record() const { return object; }
+
+private:
+    Json const& member(Json const& record, char const* name) const
+    {
+        auto const found = record.find(name);
+        if (found == record.end()) {
+            refuse(fmt::format("\"{}\" is missing", name));
+        }
+        return *found;
+    }
+
+    std::string bytesOf(std::string const& digits, char const* name) const
+    {
+        std::string bytes;
+        for (std::size_t at = 0; at < digits.size(); at += 2) {
+            unsigned int byte = 0;
+            auto const read = std::from_chars(digits.data() + at,
+                                              digits.data() + std::min(at + 2, digits.size()), byte, 16);
+            if (read.ptr != digits.data() + at + 2) {
+                refuse(fmt::format("\"hex\" of \"{}\" is not two hexadecimal digits for each byte", name));
+            }
+            bytes += static_cast<char>(byte);
+        }
+        return bytes;
+    }
+
+    std::string const& input;
+    std::size_t number;
+    Json object;
+};
+
+std::vector<Line> readLines(std::string const& path, std::string const& name)
+{
+    std::vector<Line> lines;
+    std::string const text = readInput(path);
+    std::size_t number = 1;
+    for (std::size_t begin = 0; begin < text.size(); ++number) {
+        std::size_t const end = std::min(text.find('\n', begin), text.size());
+        if (end > begin) {
+            lines.emplace_back(name, number, text.substr(begin, end - begin));
+        }
+        begin = end + 1;
+    }
+    return lines;
+}
+
+struct Payload
+{
+    Line const* line;
+    std::string id;
+    std::string family;
+    std::string name;
+    std::string version;
+    std::string signature;
+    int32_t state;
+    std::string what; ///< for messages
+};
+
+Payload payloadOf(Line const& line)
+{
+    Json const& record = line.record();
+    line.requireOnly(record, {"PayloadID", "productFamily", "productName", "version", "signature",
+                              "installState", "dependencies", "payload_data", "upgraded_payloads"});
+    Payload payload = {&line,
+                       line.textIn(record, "PayloadID"),
+                       line.textIn(record, "productFamily"),
+                       line.textIn(record, "productName"),
+                       line.textIn(record, "version"),
+                       line.textIn(record, "signature"),
+                       line.numberIn(record, "installState"),
+                       ""};
+    if (payload.id.empty()) {
+        line.refuse("a payload's identifier cannot be empty");
+    }
+    payload.what = fmt::format("payload '{}'", escaped(payload.id));
+    return payload;
+}
+
+/// Removes what a payload on record has declared and stored.
+void clear(Change& change, Payload const& payload)
+{
+    char const* const id = payload.id.c_str();
+    VeskiDataStore& store = *change.get()->store;
+    char const** list = nullptr;
+    int32_t listed = store.queryList(&list, "SELECT type FROM dependencies WHERE PayloadID = '%q'", id);
+    for (; listed == kVeskOK && *list != nullptr; ++list) {
+        change.require(pdbRemovePayloadDependency(change.get(), id, veskiDecimalNumber(*list), nullptr),
+                       payload.what);
+    }
+    listed = store.queryList(&list, "SELECT domain, key FROM payload_data WHERE PayloadID = '%q'", id);
+    for (; listed == kVeskOK && *list != nullptr; list += 2) {
+        change.require(pdbRemovePayloadData(change.get(), id, veskiDecimalNumber(list[0]), list[1]),
+                       payload.what);
+    }
+    change.require(pdbRemoveUpgradePayloads(change.get(), id), payload.what);
+}
+
+void addRelationsAndData(Change& change, Payload const& payload)
+{
+    char const* const id = payload.id.c_str();
+    Line const& line = *payload.line;
+    for (Json const& relation : line.listIn("dependencies")) {
+        line.requireOnly(relation, {"PayloadIDb", "type"});
+        change.require(pdbAddPayloadDependency(change.get(), id, line.numberIn(relation, "type"),
+                                               line.textIn(relation, "PayloadIDb").c_str()),
+                       payload.what + ", dependencies");
+    }
+    for (Json const& value : line.listIn("payload_data")) {
+        line.requireOnly(value, {"domain", "key", "value"});
+        change.require(pdbSetPayloadData(change.get(), id, line.numberIn(value, "domain"),
+                                         line.textIn(value, "key").c_str(),
+                                         line.textIn(value, "value").c_str()),
+                       payload.what + ", payload_data");
+    }
+    for (Json const& original : line.listIn("upgraded_payloads")) {
+        change.require(
+            pdbAddUpgradedPayloads(change.get(), line.text(original, "upgraded_payloads").c_str(), id),
+            payload.what + ", upgraded_payloads");
+    }
+}
+
+} // namespace
+
+int exportPayloads(Options const& options)
+{
+    auto const reader =
+        openToRead(options.database(), {"payloads", "dependencies", "payload_data", "upgraded_payloads"});
+    std::string output;
+    for (std::string const& id : std::set<std::string>(options.ids.begin(), options.ids.end())) {
+        if (appendPayloads(*reader, "= ?1", {id}, output) == 0) {
+            throw Refusal(kExitNotFound, fmt::format("payload '{}': {}", id, describeStatus(kVeskNotFound)));
+        }
+    }
+    if (options.ids.empty()) {
+        appendPayloads(*reader, "", {}, output);
+    }
+    print(output);
+    return kExitDone;
+}
+
+int exportSettings(Options const& options)
+{
+    auto const reader = openToRead(options.database(), {"domain_data"});
+    std::string output;
+    Cursor settings =
+        reader->query("SELECT domain, subDomain, key, value FROM domain_data ORDER BY CAST(domain AS "
+                      "INTEGER), subDomain, key");
+    while (settings.next()) {
+        Row const& row = settings.row();
+        std::string const record =
+            fmt::format("setting {} '{}' '{}'", textOf(row[0]), textOf(row[1]), textOf(row[2]));
+        output += "{\"domain\":" + numberInJSON(row[0], record, "domain") +
+                  ",\"subDomain\":" + textInJSON(row[1], record, "subDomain") +
+                  ",\"key\":" + textInJSON(row[2], record, "key") +
+                  ",\"value\":" + textInJSON(row[3], record, "value") + "}\n";
+    }
+    print(output);
+    return kExitDone;
+}
+
+int importPayloads(Options const& options)
+{
+    std::string const input = options.file.value_or("-");
+    std::string const name = nameOfInput(input);
+    std::vector<Line> const lines = readLines(input, name);
+    std::vector<Payload> payloads;
+    std::set<std::string> known;
+    for (Line const& line : lines) {
+        payloads.push_back(payloadOf(line));
+        if (!known.insert(payloads.back().id).second) {
+            line.refuse(payloads.back().what + " has a line already");
+        }
+    }
+    Change change(options.database(), Change::WhenMissing::kCreate);
+    for (Payload const& payload : payloads) {
+        int32_t state = 0;
+        int32_t const found = pdbGetInstallState(change.get(), payload.id.c_str(), &state);
+        if (found == kVeskOK && !options.replace) {
+            payload.line->refuse(payload.what +
+                                 " is on record already; give --replace to replace it as a whole");
+        }
+        if (found != kVeskNotFound) {
+            change.require(found, payload.what);
+            clear(change, payload);
+        }
+    }
+    // States come before relations: a payload that was installed before a conflict was declared stays installed.
+    for (Payload const& each : payloads) {
+        change.require(pdbAddPayload(change.get(), each.id.c_str(), each.family.c_str(), each.name.c_str(),
+                                     each.version.c_str(), each.signature.c_str(), nullptr, nullptr),
+                       each.what);
+        if (each.state != kPdbNotInstalled) {
+            change.require(pdbSetInstallState(change.get(), each.id.c_str(), each.state),
+                           fmt::format("{}, installState {}", each.what, each.state));
+        }
+    }
+    for (Payload const& payload : payloads) {
+        addRelationsAndData(change, payload);
+    }
+    change.commit();
+    return kExitDone;
+}
+
+int importSettings(Options const& options)
+{
+    std::string const input = options.file.value_or("-");
+    std::string const name = nameOfInput(input);
+    std::vector<Line> const lines = readLines(input, name);
+    Change change(options.database(), Change::WhenMissing::kCreate);
+    for (Line const& line : lines) {
+        Json const& record = line.record();
+        line.requireOnly(record, {"domain", "subDomain", "key", "value"});
+        int32_t const domain = line.numberIn(record, "domain");
+        std::string const subdomain = line.textIn(record, "subDomain");
+        std::string const key = line.textIn(record, "key");
+        std::string const value = line.textIn(record, "value");
+        std::string const what =
+            fmt::format("setting {} '{}' '{}'", domain, escaped(subdomain), escaped(key));
+        char const* before = nullptr;
+        int32_t const found = pcdGetDomainData(change.get(), domain, subdomain.c_str(), key.c_str(), &before);
+        if (found == kVeskOK && !options.replace) {
+            line.refuse(what + " is on record already; give --replace to replace it");
+        }
+        if (found != kVeskNotFound) {
+            change.require(found, what);
+        }
+        change.require(pcdSetDomainData(change.get(), domain, subdomain.c_str(), key.c_str(), value.c_str()),
+                       what);
+    }
+    change.commit();
+    return kExitDone;
+}
+
+} // namespace veskdb
