@@ -91,6 +91,18 @@ std::size_t pageSizeOf(std::string const& image, Database const& database)
     return best;
 }
 
+/// Whether a row can be one that was written: where bytes are lost, zeros take their place.
+bool isPlausible(Table const& table, Row const& row)
+{
+    bool const hasKey = std::none_of(table.key.begin(), table.key.end(), [&](std::size_t column) {
+        return table.key.size() < table.columns.size() && std::holds_alternative<Null>(row[column]);
+    });
+    return hasKey && std::none_of(row.begin(), row.end(), [](Value const& value) {
+               auto const* const text = std::get_if<std::string>(&value);
+               return text != nullptr && text->find('\0') != std::string::npos;
+           });
+}
+
 std::string columnsOf(Table const& table)
 {
     return fmt::format("{}", fmt::join(table.columns, ", "));
@@ -249,9 +261,18 @@ void DamagedFile::readFrom(Table const& table, std::string const& order, Salvage
     auto const rows = query(
         fmt::format("SELECT rowid, {} FROM {} NOT INDEXED ORDER BY {}", columnsOf(table), table.name, order));
     while (rows->next()) {
-        salvaged.rows.emplace(rows->rowid(), rows->row());
+        keep(table, rows->rowid(), rows->row(), salvaged);
     }
-    salvaged.damaged = rows->damaged();
+    salvaged.damaged = salvaged.damaged || rows->damaged();
+}
+
+bool DamagedFile::keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged)
+{
+    if (!isPlausible(table, row)) {
+        salvaged.damaged = true;
+        return false;
+    }
+    return salvaged.rows.emplace(rowid, row).second;
 }
 
 /// Reads between the rows that were reached from both ends: behind a damaged page SQLite finds its way by the rowid.
@@ -269,7 +290,8 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
         bool reachedKnown = false;
         while (!reachedKnown && rows->next()) {
             last = std::max(last, rows->rowid());
-            reachedKnown = !salvaged.rows.emplace(rows->rowid(), rows->row()).second;
+            reachedKnown = salvaged.rows.count(rows->rowid()) > 0;
+            keep(table, rows->rowid(), rows->row(), salvaged);
         }
         if (!reachedKnown && !rows->damaged()) {
             return;
@@ -311,19 +333,23 @@ void DamagedFile::readByKey(Table const& table, SalvagedTable& salvaged)
             }
             Row const key = entries->row();
             single->restart(rowid);
-            if (single->next()) {
-                salvaged.rows.emplace(rowid, single->row());
+            if (single->next() && keep(table, rowid, single->row(), salvaged)) {
                 continue;
             }
             Row row(table.columns.size());
             for (std::size_t each = 0; each < key.size(); ++each) {
                 row[table.key[each]] = key[each];
             }
-            if (table.key.size() == table.columns.size()) {
+            bool const whole = table.key.size() == table.columns.size() && isPlausible(table, row);
+            if (whole) {
                 salvaged.rows.emplace(rowid, row);
             } else {
                 salvaged.lost.push_back(keyOf(table, row));
             }
+        }
+        if (!entries->damaged()) { // the index is whole: it names every row
+            salvaged.damaged = !salvaged.lost.empty();
+            return;
         }
     }
 }

@@ -42,6 +42,7 @@ private:
     void open();
     bool hasOwnSchema() const;
     void overlaySchema();
+    static bool keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged);
     void readFrom(Table const& table, std::string const& order, SalvagedTable& salvaged);
     void readRound(Table const& table, SalvagedTable& salvaged);
     void readByKey(Table const& table, SalvagedTable& salvaged);

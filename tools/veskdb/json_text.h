@@ -9,6 +9,11 @@ namespace veskdb {
 /// A text between quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string jsonText(std::string const& text);
 
+/// Appends a text of printable ASCII alone, between quotes.
+///
+/// @return false when the text is another, and nothing was appended
+bool appendPlain(std::string& result, std::string const& text);
+
 std::string jsonNumber(double number);
 
 } // namespace veskdb

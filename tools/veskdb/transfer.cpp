@@ -26,41 +26,61 @@ using Json = nlohmann::json;
 
 // Export
 
-/// A text in JSON: bytes that are no UTF-8 as {"hex":"FF"}.
-///
-/// @param where  the record and the column, for the refusal of what the record library's functions cannot write
-std::string textInJSON(Value const& value, std::string const& record, char const* column)
+/// Appends values of one record to a line.
+class RecordWriter
 {
-    auto const refuse = [&](char const* what) {
-        throw Refusal(kExitError,
-                      fmt::format("{}: its {} is {}, which import could not write", record, column, what));
-    };
-    if (std::holds_alternative<Null>(value)) {
-        refuse("null");
+public:
+    /// @param kind  how messages name the record, before its name
+    RecordWriter(std::string& line, char const* kind, Value const& name)
+        : output(line), recordKind(kind), recordName(name)
+    {
     }
-    auto const* const bytes = bytesIn(value);
-    if (bytes == nullptr) {
-        return jsonText(asText(value));
-    }
-    if (bytes->find('\0') != std::string::npos) {
-        refuse("a value with a NUL byte");
-    }
-    return common::isUTF8(*bytes) ? jsonText(*bytes) : "{\"hex\":\"" + hexOf(*bytes) + "\"}";
-}
 
-/// A number of 32 bits, which a text column holds as its digits.
-std::string numberInJSON(Value const& value, std::string const& record, char const* column)
-{
-    std::string const digits = asText(value);
-    int32_t number = 0;
-    auto const read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (read.ec != std::errc() || std::to_string(number) != digits) {
-        throw Refusal(kExitError,
-                      fmt::format("{}: its {} '{}' is no 32-bit number, which import could not write", record,
-                                  column, escaped(digits)));
+    /// Appends a text; bytes that are no UTF-8 as {"hex":"FF"}.
+    ///
+    /// @param before  what comes before it
+    /// @param column  for the refusal of what the record library's functions cannot write
+    void text(char const* before, Value const& value, char const* column)
+    {
+        output += before;
+        if (std::holds_alternative<Null>(value)) {
+            refuse(column, "null");
+        }
+        auto const* const bytes = bytesIn(value);
+        if (bytes != nullptr && appendPlain(output, *bytes)) {
+            return;
+        }
+        std::string const held = asText(value);
+        if (held.find('\0') != std::string::npos) {
+            refuse(column, "a value with a NUL byte");
+        }
+        output += common::isUTF8(held) ? jsonText(held) : "{\"hex\":\"" + hexOf(held) + "\"}";
     }
-    return digits;
-}
+
+    /// Appends a number of 32 bits, which a text column holds as its digits.
+    void number(char const* before, Value const& value, char const* column)
+    {
+        std::string const digits = asText(value);
+        int32_t read = 0;
+        std::from_chars(digits.data(), digits.data() + digits.size(), read);
+        if (std::to_string(read) != digits) {
+            refuse(column, fmt::format("'{}', no 32-bit number", escaped(digits)));
+        }
+        output += before;
+        output += digits;
+    }
+
+private:
+    [[noreturn]] void refuse(char const* column, std::string const& what) const
+    {
+        throw Refusal(kExitError, fmt::format("{} '{}': its {} is {}, which import could not write",
+                                              recordKind, textOf(recordName), column, what));
+    }
+
+    std::string& output;
+    char const* const recordKind;
+    Value const& recordName;
+};
 
 /// The rows of a table that belong to one payload after the other, in the order of their identifiers.
 class RowsOfPayloads
@@ -90,12 +110,13 @@ private:
     bool hasRow;
 };
 
-/// Appends a list of objects to a line; a body appends each object.
+/// Appends a list to a line; a body appends each entry.
 template<class Body>
 void appendList(std::string& line, char const* name, RowsOfPayloads& rows, std::string const& payloadID,
                 Body body)
 {
-    line += fmt::format(",\"{}\":[", name);
+    line += name;
+    line += '[';
     char const* separator = "";
     rows.forEach(payloadID, [&](Row const& row) {
         line += separator;
@@ -130,27 +151,26 @@ std::size_t appendPayloads(RecordReader const& reader, std::string const& condit
     for (; payloads.next(); ++number) {
         Row const& row = payloads.row();
         std::string const id = asText(row[0]);
-        std::string const record = fmt::format("payload '{}'", escaped(id));
-        char const* const columns[] = {"PayloadID", "productFamily", "productName", "version", "signature"};
-        for (std::size_t each = 0; each < std::size(columns); ++each) {
-            output += each == 0 ? "{\"" : ",\"";
-            output += columns[each];
-            output += "\":";
-            output += textInJSON(row[each], record, columns[each]);
-        }
-        output += ",\"installState\":" + numberInJSON(row[5], record, "installState");
-        appendList(output, "dependencies", relations, id, [&](Row const& relation) {
-            output += "{\"PayloadIDb\":" + textInJSON(relation[1], record, "PayloadIDb") +
-                      ",\"type\":" + numberInJSON(relation[2], record, "type") + '}';
+        RecordWriter writer(output, "payload", row[0]);
+        writer.text("{\"PayloadID\":", row[0], "PayloadID");
+        writer.text(",\"productFamily\":", row[1], "productFamily");
+        writer.text(",\"productName\":", row[2], "productName");
+        writer.text(",\"version\":", row[3], "version");
+        writer.text(",\"signature\":", row[4], "signature");
+        writer.number(",\"installState\":", row[5], "installState");
+        appendList(output, ",\"dependencies\":", relations, id, [&](Row const& relation) {
+            writer.text("{\"PayloadIDb\":", relation[1], "PayloadIDb");
+            writer.number(",\"type\":", relation[2], "type");
+            output += '}';
         });
-        appendList(output, "payload_data", data, id, [&](Row const& value) {
-            output += "{\"domain\":" + numberInJSON(value[1], record, "domain") +
-                      ",\"key\":" + textInJSON(value[2], record, "key") +
-                      ",\"value\":" + textInJSON(value[3], record, "value") + '}';
+        appendList(output, ",\"payload_data\":", data, id, [&](Row const& value) {
+            writer.number("{\"domain\":", value[1], "domain");
+            writer.text(",\"key\":", value[2], "key");
+            writer.text(",\"value\":", value[3], "value");
+            output += '}';
         });
-        appendList(output, "upgraded_payloads", upgrades, id, [&](Row const& upgrade) {
-            output += textInJSON(upgrade[1], record, "payloadIDOriginal");
-        });
+        appendList(output, ",\"upgraded_payloads\":", upgrades, id,
+                   [&](Row const& upgrade) { writer.text("", upgrade[1], "payloadIDOriginal"); });
         output += "}\n";
     }
     return number;
@@ -382,12 +402,13 @@ int exportSettings(Options const& options)
                       "INTEGER), subDomain, key");
     while (settings.next()) {
         Row const& row = settings.row();
-        std::string const record =
-            fmt::format("setting {} '{}' '{}'", textOf(row[0]), textOf(row[1]), textOf(row[2]));
-        output += "{\"domain\":" + numberInJSON(row[0], record, "domain") +
-                  ",\"subDomain\":" + textInJSON(row[1], record, "subDomain") +
-                  ",\"key\":" + textInJSON(row[2], record, "key") +
-                  ",\"value\":" + textInJSON(row[3], record, "value") + "}\n";
+        Value const name = std::string(textOf(row[0]) + "' '" + textOf(row[1]) + "' '" + textOf(row[2]));
+        RecordWriter writer(output, "setting", name);
+        writer.number("{\"domain\":", row[0], "domain");
+        writer.text(",\"subDomain\":", row[1], "subDomain");
+        writer.text(",\"key\":", row[2], "key");
+        writer.text(",\"value\":", row[3], "value");
+        output += "}\n";
     }
     print(output);
     return kExitDone;
