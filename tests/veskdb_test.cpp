@@ -737,4 +737,184 @@ TEST_F(Veskdb, RestoreRefusesWhatWouldHarm)
     });
 }
 
+/// A machine with each kind of record for the verbs that ask questions.
+class VeskdbQuestions : public Veskdb
+{
+protected:
+    void SetUp() override
+    {
+        makeMachine();
+        mustDo(
+            "add pdb RIVAL --family F --name 'R \"1\"' --version 1 --signature s --conflicts APP --relation requires GONE");
+        sql(pdb, "INSERT INTO user_actions VALUES('APP', 'ann', '1700000000');"
+                 "INSERT INTO payload_data VALUES('APP', '3', 'raw', CAST(x'61FF0A' AS TEXT))");
+        mustDo("backup pdb");
+    }
+};
+
+TEST_F(VeskdbQuestions, AreAnsweredWithoutAChange)
+{
+    writeFile("/other.db", readFile(pdb));
+    sql("/other.db",
+        "UPDATE payloads SET installState = 7 WHERE PayloadID = 'APP'; DELETE FROM payloads WHERE PayloadID = "
+        "'OLD'; INSERT INTO payload_data VALUES('APP', 4, 'k/', x'0A')");
+    writeFile("/root2" + pdb, readFile("/other.db"));
+    struct
+    {
+        char const* arguments;
+        int status;
+        char const* out;
+    } const cases[] = {
+        {"why pdb APP", 1, "payload\treason\tin conflict with it and on record, in any state: 'RIVAL'\n"},
+        {"why pdb APP", 1,
+         "conflicts\tRIVAL\tAPP\ttrue\tnot-installed\nupgrades\tAPP\tOLD\ttrue\tnot-installed\n"},
+        {"why pdb APP", 1,
+         "removed_with_it\tAPP\tinstalled\t1\t2\nremoved_with_it\tOLD\tnot-installed\t0\t0\n"},
+        {"why pdb OLD", 0, "can be marked installed\ttrue\n"},
+        {"why pdb NONE", 1, ""},
+        {"diff pdb", 0, ""},
+        {"diff pcd", 2, ""},
+        {"diff pdb /none", 2, ""},
+        {"diff pdb /other.db", 1,
+         "~ payloads APP installState 7 -> installed\n+ payloads OLD\n- payload_data APP/4/k/\n"},
+        {"diff pdb /other.db /root2", 0, ""},
+        {"diff pdb '"
+         "/Library/Application Support/Zelko/vesk/pdb.db' /root2",
+         1, "- payloads OLD\n+ payload_data APP/4"},
+        {"find E2B9", 0, "pcd\tdomain_data\t1/{E2B9}/DefaultDriverPayload\tsubDomain\n"},
+        {"find Tessarine pdb", 0, "pdb\tpayloads\tAPP\tproductName\n"},
+        {"find '%' ", 1, ""},
+        {"list actions", 0, "APP\tann\t2023-11-14T22:13:20Z\n"},
+        {"list actions NONE", 0, ""},
+        {"show pdb APP", 0, "\nuser_actions\tAPP\tann\t2023-11-14T22:13:20Z\n"},
+        {"export pdb RIVAL", 0,
+         "{\"PayloadID\":\"RIVAL\",\"productFamily\":\"F\",\"productName\":\"R \\\"1\\\"\",\"version\":\"1\",\"signature\":"
+         "\"s\",\"installState\":0,\"dependencies\":[{\"PayloadIDb\":\"APP\",\"type\":0},{\"PayloadIDb\":\"GONE\",\"type\":"
+         "2}],\"payload_data\":[],\"upgraded_payloads\":[]}\n"},
+        {"export pdb NONE", 1, ""},
+        {"export cache", 0,
+         "{\"domain\":-1,\"subDomain\":\"sub\",\"key\":\"tab\\there\",\"value\":\"-v\"}\n"},
+        {"graph pdb OLD --depth 1", 0,
+         "n1 [label=\"APP\\nFendrial 12 Tessarine 12.0\\ninstalled\", fillcolor=\"#b7e1cd\"];\n"
+         "  n2 [label=\"OLD\\nOld 11.0\\nnot-installed\", fillcolor=\"#fce8b2\"];\n"
+         "  n1 -> n2 [label=\"upgrades\"];\n}\n"},
+        {"graph pdb OLD --format mermaid", 0, "[\"RIVAL<br/>R #quot;1#quot; 1<br/>not-installed\"]"},
+        {"graph pdb OLD --format mermaid", 0, "-->|requires|"},
+        {"graph pdb --format svg", 0, "</svg>"},
+        {"graph pdb --depth 1", 2, ""},
+    };
+    auto const before = everything();
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.arguments);
+        ShellResult const result = veskdb(each.arguments);
+        EXPECT_EQ(result.status, each.status) << result.err;
+        EXPECT_THAT(result.out, HasSubstr(each.out));
+        EXPECT_EQ(result.out.empty(), *each.out == '\0');
+    }
+    for (char const* const other :
+         {"why pdb APP", "diff pdb /other.db", "find APP", "list actions", "show pdb APP"}) {
+        EXPECT_TRUE(Json::accept(veskdb(std::string("--json ") + other).out)) << other;
+    }
+    EXPECT_THAT(shell("cd / && PATH=/none " VESKDB " --root $root graph pdb --format svg").err,
+                HasSubstr("install the package graphviz"));
+    EXPECT_EQ(everything(), before);
+}
+
+TEST_F(VeskdbQuestions, WhatIsExportedIsImportedAsItWas)
+{
+    auto const exported = [&] { return veskdb("export pdb").out + veskdb("export pcd").out; };
+    std::string const before = exported();
+    writeFile("/pdb", veskdb("export pdb").out);
+    writeFile("/pcd", veskdb("export pcd").out);
+    mustDo("set pdb OLD --data 1 more x --relation critical LIB");
+    auto const records = [] { return readFile(pdb) + readFile(pcd); };
+    refuses(
+        {{"$veskdb import pdb /pdb", 2, "'/pdb', line 1: payload 'APP' is on record already; give --replace"},
+         {"$veskdb import pcd /pcd", 2, "on record already; give --replace"},
+         {"sed 's/\"s\"/null/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
+          "standard input, line 1: \"signature\" is null"},
+         {"sed 's/61FF0A/6100/' \"$root/pdb\" | $veskdb import pdb --replace", 2, "NUL byte"},
+         {"sed 's/61FF0A/61F/' \"$root/pdb\" | $veskdb import pdb --replace", 2, "hexadecimal"},
+         {"sed 's/installState/state/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
+          "\"state\" is unknown"},
+         {"cat \"$root/pdb\" \"$root/pdb\" | $veskdb import pdb --replace", 2,
+          "line 4: payload 'APP' has a line already"},
+         {"sed 's/\"type\":2/\"type\":9/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
+          "payload 'RIVAL', dependencies: kVeskInvalidArgument (10)"}},
+        records);
+    mustDo("import pdb /pdb --replace");
+    mustDo("import pcd /pcd --replace");
+    EXPECT_EQ(exported(), before);
+    std::filesystem::remove_all(zelko);
+    mustDo("import pdb /pdb");
+    mustDo("import pcd /pcd");
+    EXPECT_EQ(exported(), before);
+    sql(pdb, "UPDATE payloads SET productName = NULL WHERE PayloadID = 'APP'");
+    EXPECT_THAT(veskdb("export pdb").err, HasSubstr("payload 'APP': its productName is null"));
+}
+
+TEST_F(VeskdbQuestions, SalvageReadsWhatDamageLeaves)
+{
+    sql(pdb,
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 400) INSERT INTO payloads SELECT 'P' || "
+        "i, 'F', hex(zeroblob(40)), 'V', 'S', 2, i FROM n; INSERT INTO payload_data SELECT PayloadID, 0, 'K', 'V' FROM "
+        "payloads; INSERT INTO upgraded_payloads SELECT 'from' || PayloadID, PayloadID FROM payloads");
+    std::string const sound = readFile(pdb);
+    size_t const page = 4096;
+    auto const without = [&](size_t from, size_t count) {
+        return sound.substr(0, from) + std::string(count, '\xFF') +
+               sound.substr(std::min(sound.size(), from + count));
+    };
+    auto const pagesOf = [&](char kind, std::string const& content) {
+        std::vector<size_t> pages;
+        for (size_t at = page; at < sound.size(); at += page) {
+            if (sound[at] == kind && sound.find(content, at) < at + page) {
+                pages.push_back(at);
+            }
+        }
+        return pages;
+    };
+    auto const leaves = pagesOf('\x0D', "00000000");
+    ASSERT_GT(leaves.size(), 5U);
+    struct
+    {
+        char const* name;
+        std::string bytes;
+        int status;
+        std::string payloads; ///< how many are left; empty: some
+        char const* out;
+    } const cases[] = {
+        {"sound", sound, 0, "403", "tables\tpayloads\t403\t403\ttrue\n"},
+        {"schema", std::string(page, '\0') + sound.substr(page), 0, "403", ""},
+        {"header", without(0, 100), 0, "403", ""},
+        {"cut", sound.substr(0, sound.size() - 10), 0, "403", ""},
+        {"index", without(pagesOf('\x0A', "P399")[0], page), 0, "403", ""},
+        {"leaves", without(leaves[2], page).substr(0, leaves[4]) + without(leaves[4], page).substr(leaves[4]),
+         1, "", "\tonly its key could be read\n"},
+        {"dependants", without(leaves[2], page), 1, "", "\tcti_payload_data: PayloadID is invalid.\n"},
+        {"covered", without(pagesOf('\x05', "")[3], page), 0, "403",
+         "tables\tupgraded_payloads\t404\t404\ttrue\n"},
+        {"nothing", "no database", 1, "0", "tables\tpayloads\t0\t0\tfalse\n"},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        writeFile("/damaged.db", each.bytes);
+        unlink("/new.db");
+        ShellResult const result = veskdb("salvage pdb --from /damaged.db --to /new.db");
+        EXPECT_EQ(result.status, each.status) << result.err << result.out;
+        EXPECT_THAT(result.out, HasSubstr(each.out));
+        EXPECT_THAT(result.err, HasSubstr("restore pdb --from '/new.db'"));
+        EXPECT_TRUE(readFile("/damaged.db") == each.bytes);
+        std::string const left = sql("/new.db", "SELECT count(*) FROM payloads")[0];
+        EXPECT_EQ(left, each.payloads.empty() ? left : each.payloads);
+        EXPECT_GE(std::stoi(left), each.payloads.empty() ? 300 : 0); // a leaf has less than fifty
+        EXPECT_EQ(veskdb("restore pdb --from /new.db --yes").status, 0);
+    }
+    refuses({{"$veskdb salvage pdb --to /damaged.db", 2, "exists already"},
+             {"$veskdb salvage pdb --to \"" + pdbBackup + "\"", 2, "exists already"},
+             {"$veskdb salvage pdb", 2, "--to is missing"},
+             {"$veskdb salvage pdb --from /none --to /x.db", 1, "kVeskNotFound (8)"}},
+            [] { return readFile("/damaged.db") + readFile(pdbBackup); });
+}
+
 } // namespace

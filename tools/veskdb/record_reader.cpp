@@ -107,8 +107,8 @@ RecordReader::RecordReader(std::string const& file) : path(file)
             recovery(path));
     }
     sqlite3* opened = nullptr;
-    int const code =
-        veskiOpenConnection(folderPart(path), path, SQLITE_OPEN_READONLY, restrictedVfs, &opened);
+    int const flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX; // one thread uses it
+    int const code = veskiOpenConnection(folderPart(path), path, flags, restrictedVfs, &opened);
     database.reset(opened);
     if (code != SQLITE_OK) {
         refuse(code);

@@ -12,6 +12,7 @@
 #include "tools/veskdb/status_name.h"
 #include "tools/veskdb/value_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
 #include <map>
@@ -60,7 +61,8 @@ public:
     /// Appends a number of 32 bits, which a text column holds as its digits.
     void number(char const* before, Value const& value, char const* column)
     {
-        std::string const digits = asText(value);
+        auto const* const held = std::get_if<int64_t>(&value);
+        std::string const digits = held != nullptr ? std::to_string(*held) : asText(value);
         int32_t read = 0;
         std::from_chars(digits.data(), digits.data() + digits.size(), read);
         if (std::to_string(read) != digits) {
@@ -387,6 +389,7 @@ int exportPayloads(Options const& options)
         }
     }
     if (options.ids.empty()) {
+        output.reserve(static_cast<std::size_t>(std::min<int64_t>(2 * reader->size(), 1 << 26)));
         appendPayloads(*reader, "", {}, output);
     }
     print(output);
