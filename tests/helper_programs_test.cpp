@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::_, testing::Pair, testing::UnorderedElementsAre;
+using testing::Pair, testing::UnorderedElementsAre;
 
 namespace {
 
@@ -199,9 +199,10 @@ TEST_F(HelperPrograms, FailedStartReturnsInTheChildProcess)
     }
     // This process is as if both had been started; the copy, too, goes on and starts the agent.
     EXPECT_EQ(linesOf[std::to_string(getpid())], inApps);
+    testing::Matcher<std::string> const any = testing::_;
     std::string const first = executing("/Apps" + analyser), second = executing("/Apps" + agent);
-    EXPECT_THAT(linesOf, UnorderedElementsAre(Pair(_, inApps), Pair(_, Texts{first, second, closing}),
-                                              Pair(_, Texts{second}), Pair(_, Texts{second})));
+    EXPECT_THAT(linesOf, UnorderedElementsAre(Pair(any, inApps), Pair(any, Texts{first, second, closing}),
+                                              Pair(any, Texts{second}), Pair(any, Texts{second})));
     EXPECT_EQ(started(), (Texts{uninstalling("/Apps" + agent), uninstalling("/Apps" + agent)}));
     EXPECT_EQ(sql(payloadFile, "UPDATE payloads SET installState = 0"), Texts{}); // nobody holds a lock
 }

@@ -78,6 +78,7 @@ bool disarm()
     return hasStruck;
 }
 
+// NOLINTBEGIN(readability-identifier-naming,misc-definitions-in-headers,bugprone-macro-parentheses)
 // The names that a caller's code has come to once the C library's headers are through with them.
 #define FAILING_CALL(result, name, parameters, arguments, condition, failure)                                \
     extern "C" __attribute__((visibility("default"))) result failing_##name parameters __asm__(#name);       \
@@ -88,7 +89,6 @@ bool disarm()
     }
 #define FAILING(name, parameters, arguments) FAILING_CALL(int, name, parameters, arguments, true, -1)
 
-// NOLINTBEGIN(readability-identifier-naming,misc-definitions-in-headers)
 FAILING(open64, (char const* path, int flags, mode_t mode), (path, flags, mode))
 FAILING(openat64, (int folder, char const* path, int flags, mode_t mode), (folder, path, flags, mode))
 FAILING(mkdir, (char const* path, mode_t mode), (path, mode))
@@ -123,6 +123,6 @@ FAILING_CALL(void*, malloc, (size_t size), (size), remaining != 0 && isConcerned
              nullptr)
 FAILING_CALL(void*, realloc, (void* block, size_t size), (block, size),
              remaining != 0 && isConcerned(__builtin_return_address(0)), nullptr)
-// NOLINTEND(readability-identifier-naming,misc-definitions-in-headers)
+// NOLINTEND(readability-identifier-naming,misc-definitions-in-headers,bugprone-macro-parentheses)
 
 } // namespace testing_support
