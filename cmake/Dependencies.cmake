@@ -1,9 +1,8 @@
-# Libraries that come with the system. Nothing is bundled: two copies of SQLite in one process would
-# release each other's file locks.
+# The system's libraries. None is bundled: two copies of SQLite in one process would release each other's file locks.
 if(TESSARINE_PLATFORM STREQUAL "mac")
     enable_language(OBJCXX)
     find_package(SQLite3 REQUIRED)
-    add_library(PkgConfig::sqlite3 ALIAS SQLite::SQLite3) # the name that it has elsewhere
+    add_library(PkgConfig::sqlite3 ALIAS SQLite::SQLite3) # its name on other systems
 else()
     find_package(PkgConfig REQUIRED)
     pkg_check_modules(sqlite3 REQUIRED IMPORTED_TARGET sqlite3)
@@ -13,13 +12,13 @@ else()
 endif()
 
 if(TESSARINE_PLATFORM STREQUAL "gnustep")
-    set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER}) # GCC: the runtime's headers are among its own
+    set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER}) # GCC, which ships the runtime's headers
     enable_language(OBJCXX)
     find_path(GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep REQUIRED)
     find_library(GNUSTEP_BASE_LIBRARY gnustep-base REQUIRED)
     add_library(gnustep INTERFACE)
     target_include_directories(gnustep SYSTEM INTERFACE ${GNUSTEP_INCLUDE_DIR})
-    # What `gnustep-config --objc-flags` says about the runtime.
+    # The runtime's options, as `gnustep-config --objc-flags` prints them.
     target_compile_definitions(gnustep INTERFACE
         GNUSTEP GNUSTEP_BASE_LIBRARY=1 GNU_RUNTIME=1 _NATIVE_OBJC_EXCEPTIONS)
     target_compile_options(gnustep INTERFACE
@@ -31,7 +30,7 @@ find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
 find_path(NLOHMANN_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
 find_path(FMT_INCLUDE_DIR fmt/format.h REQUIRED)
 
-# What the tools for people are written with; all three are used as headers alone.
+# The libraries of the command-line tools; all three are used as headers only.
 add_library(tool_libraries INTERFACE)
 target_include_directories(tool_libraries SYSTEM INTERFACE
     ${CLI11_INCLUDE_DIR} ${NLOHMANN_JSON_INCLUDE_DIR} ${FMT_INCLUDE_DIR})

@@ -1,5 +1,4 @@
-# How the build of a host or of a hook finds the installed headers and the plug-in: a pkg-config file and a CMake
-# package.
+# A pkg-config file and a CMake package, with which builds of other programs find the installed headers and the plug-in.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +6,7 @@ set(TESSARINE_INCLUDE_DIR include/custom-hooks-tessarine)
 set(package_config_file ${PROJECT_BINARY_DIR}/custom-hooks-tessarine.pc)
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/CustomHooksTessarine)
 
-# Written during the installation: `cmake --install --prefix` and the packages choose the prefix only then.
+# Written during the installation, because `cmake --install --prefix` and CPack choose the prefix only then.
 install(CODE "
     set(version \"${PROJECT_VERSION}\")
     set(include_dir \"${TESSARINE_INCLUDE_DIR}\")

@@ -1,4 +1,4 @@
-# The Debian packages, as script/package has CPack make them: the plug-in, the tools, and what developers need.
+# The Debian packages that script/package builds with CPack: the plug-in, the tools, and the developers' files.
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGE_CONTACT "CustomHooksTessarine maintainers <maintainers@tessarine.example>")
@@ -13,8 +13,8 @@ set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/CompressManuals.cmake)
 
 set(plugin_package custom-hooks-tessarine)
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_NAME ${plugin_package})
-# CPack has no variable for the field Multi-Arch, so it follows another one: a machine can have the package once for
-# each word size.
+# CPack has no variable for the field Multi-Arch, so it is appended to another one: a machine can have the package
+# installed for both word sizes.
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_SECTION "libs\nMulti-Arch: same")
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_SUGGESTS tessarine-tools)
 set(CPACK_DEBIAN_PLUGIN_DESCRIPTION "custom hooks for installing the Tessarine application

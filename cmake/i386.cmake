@@ -1,6 +1,6 @@
-# Toolchain of a 32-bit x86 build with a 64-bit machine's own compilers: what the installer's process is. The
-# programs run here, so this is no cross build. The libraries beside the compiler's come with their headers from
-# Debian's i386 packages, unpacked in the build folder; nothing is installed.
+# Toolchain of the 32-bit x86 build (the installer's process is one), with a 64-bit machine's own compilers. The
+# programs run on the machine, so this is no cross build. Libraries that do not come with the compiler, and their
+# headers, are unpacked from Debian's i386 packages in the build folder; nothing is installed.
 set(CMAKE_C_FLAGS_INIT -m32)
 set(CMAKE_CXX_FLAGS_INIT -m32)
 
