@@ -11,6 +11,8 @@ if(NOT probingTheCompiler)
         COMMAND ${CMAKE_CURRENT_LIST_DIR}/fetch_i386_packages ${packages}
             libplist-dev libplist3 libsqlite3-0 libsqlite3-dev libssl-dev libssl3 libuuid1 uuid-dev
         COMMAND_ERROR_IS_FATAL ANY)
+    # Headers that differ between machines lie in a folder that the compiler only searches for its own machine.
+    set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES ${packages}/usr/include/i386-linux-gnu)
     set(ENV{PKG_CONFIG_PATH} "")
     set(ENV{PKG_CONFIG_LIBDIR} ${packages}/usr/lib/i386-linux-gnu/pkgconfig)
     set(ENV{PKG_CONFIG_SYSROOT_DIR} ${packages})
