@@ -1,5 +1,6 @@
 // hookhost, through the built program: each run in a scratch root of its own.
 #include "tests/support/shell.h"
+#include "tools/hookhost/log_lines.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -77,6 +78,11 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {125, "$hookhost --mode 0 --overlay --keep $in $run", "--keep .*/in' is not empty"},
         {125, "setpriv --bounding-set=-sys_admin $hookhost --mode 0 --overlay $run", "--overlay requires root"},
         {125, "unshare --user --map-root-user $hookhost --mode 0 --overlay --home / $fixture", "the kernel refuses an overlay of '/'"},
+        {125, "$hookhost --mode 0 --expect pre-load=0 $run", "--expect 'pre-load=0'.*'pre-load' is unknown.*pre-payload"},
+        {125, "$hookhost --mode 0 --expect signal:x $run", "'signal:x' is no outcome.*signal:N"},
+        {125, "$hookhost --mode 0 --expect-log a=b $run", "phase 'a' is unknown"},
+        {125, "$hookhost --mode 0 --explain --format raw $run", "--explain.*text or jsonl"},
+        {125, "$hookhost --mode 0 --debug gdb $run", "--debug 'gdb' is unknown; give wait"},
         {125, "$hookhost --mode 0 --frob $run", "--frob.*--help"},
         {125, "$hookhost --mode 0 --home= $run", "--home= has no value"},
         {125, "$hookhost --mode 0 --home ann --root $root $fixture", "--home 'ann' is relative.*absolute"},
@@ -157,7 +163,7 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print --no-capture", ".* 0/1 \n.* three\n.* = status 0 .*\n", "= fo\\\\ur\none\ntwo$"},
         {0, "$hookhost -n --mode 0 --phase 1 $run -D 'code=a\n= status 0'", "[^]*code=a\\\\n= status 0\n[^]*", "^$"},
         // Descriptors: the hook cannot take hookhost's along, short of closing all.
-        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n", "^$"},
+        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n(.* ! left behind: descriptor \\d+ .* -> (closed|/taken)\n)+", "^$"},
         {125, "$hookhost --mode 0 --phase 1 $run -D 'act=close all'", ".* 0/1 \n", "^hookhost: output was lost: Bad file descriptor\n$"},
         // Messages of several threads and processes, and of one that is killed while it writes.
         {0, "$hookhost --mode 0 --phase 1 $run -D act=chatter | awk '{print length($4)}' | sort -n | uniq -c | tail -1", " *80 20000\n", "^$"},
@@ -170,6 +176,9 @@ TEST_F(Hookhost, CallsAndReports)
         // A helper program that outlives hookhost is on record, and prints on without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+        // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
+        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 --debug wait $run 2>$root.message & until grep -q CONT $root.message; do sleep 0.6; done;"
+            " kill $(grep -o 'kill -CONT.*' $root.message | cut -c 6- | tr ' ' '\n'); rm $root.message; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
         // On a terminal.
         {0, "NO_COLOR=1 script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -3 | tr -d '\\r'",
             "install/pre-payload  process \\d+\n +\\+\\d+ ms  0/1 \n +\\+\\d+ ms  = status 0 .*\n", "^$"},
@@ -186,6 +195,95 @@ TEST_F(Hookhost, CallsAndReports)
         EXPECT_THAT(err, ContainsRegex(each.told));
     }
     EXPECT_TRUE(exists("/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist"));
+}
+
+TEST_F(Hookhost, JudgesExpectations)
+{
+    // clang-format off
+    struct { int status; std::string options, verdicts; } const cases[] = {
+        {0, "--phase 1 --phase 2 -D times=1 --expect pre-payload=1 --expect 2", "pre-payload=1: held\n2: held\n"},
+        {121, "--phase 1 --phase 2 -D times=1 --expect 0 --expect 1=1", "0: not held: post-payload was status 2\n1=1: held\n"},
+        {121, "--phase 1 --expect post-payload=0 --expect 0", "post-payload=0: not held: it was not run\n0: held\n"},
+        {0, "--phase 1 -D log=a=b --expect-log pre-payload=a=b --expect-log 0/", "pre-payload=a=b: held\n0/: held\n"},
+        {121, "--phase 1 --phase 2 -D say=x -D when=1 --expect-log post-payload=0/1", "post-payload=0/1: not held: no message contains it\n"},
+        {0, "--phase 1 -D act=crash --expect pre-payload=signal:5", "pre-payload=signal:5: held\n"},
+        {0, "--phase 1 -D 'act=crash at unload' --expect unload=signal:5", "unload=signal:5: held\n"},
+        {0, "--phase 1 -D act=exit --expect exit:5", "exit:5: held\n"},
+        {0, "--phase 1 -D act=hang --timeout 0.2 --expect timeout", "timeout: held\n"},
+        {124, "--phase 1 -D act=hang --timeout 0.2 --expect 0", "0: not held: pre-payload was timeout\n"}, // as without expectations
+        {128 + SIGTRAP, "--phase 1 -D 'act=crash at unload' --expect 0", "0: held\n"},
+    };
+    // clang-format on
+    for (auto const& [status, options, verdicts] : cases) {
+        SCOPED_TRACE(options);
+        EXPECT_EQ(shell("$hookhost --mode 0 $run " + options), status);
+        EXPECT_EQ(std::regex_replace(out, std::regex("(\\d{4}-[^\n]*\n)|expected "), ""), verdicts);
+        EXPECT_EQ(shell("$hookhost --mode 0 $run --format jsonl " + options), status);
+        EXPECT_EQ(out.find("\"held\":false") != std::string::npos,
+                  verdicts.find("not held") != std::string::npos)
+            << out;
+    }
+}
+
+TEST_F(Hookhost, RecordsWhatAPhaseLeavesBehindInTheProcess)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    makeFolders("/in");
+    EXPECT_EQ(
+        shell(
+            "umask 022; ulimit -n 256; unset ADDED; $hookhost --mode 0 --phase 1 --phase 2 $run -D act=traces -D when=1"
+            " | sed -n 's/^.*.pre-payload [0-9]* ! left behind: //;s/descriptor [0-9]*/descriptor N/;/^[^2]/p;s/^[^ ]* install.post-payload.* ! .*/too much: &/p'"),
+        0);
+    EXPECT_EQ(
+        out,
+        "descriptor N closed -> /in\neffective group id 0 -> 6\neffective user id 0 -> 8\n"
+        "environment ADDED unset -> value\nenvironment HOME / -> unset\n"
+        "limit on open files 256/256 -> 64/64\nreal group id 0 -> 5\nreal user id 0 -> 7\n"
+        "signal 10 (User defined signal 1) delivery open -> blocked\n"
+        "signal 15 (Terminated) handling default -> ignored\numask 022 -> 000\nworking directory / -> /in\n");
+}
+
+TEST_F(Hookhost, CrashRecordHasFramesAndTheCoreFile)
+{
+    std::string const crash = "$hookhost --mode 0 --phase 1 $run -D act=crash";
+    EXPECT_EQ(shell("ulimit -c 0; " + crash), 128 + SIGTRAP);
+    EXPECT_THAT(
+        out,
+        ContainsRegex(
+            "trap.; frames: .*libfixture_plugin.so.0x[0-9a-f]+ .*; no core file: the limit on core files is 0"));
+    EXPECT_EQ(shell("ulimit -c 0; " + crash + " --format jsonl"), 128 + SIGTRAP);
+    EXPECT_THAT(
+        out,
+        ContainsRegex("\"frames\":\\[.*\"libfixture_plugin.so.0x[0-9a-f]+\".*\\],\"core\":\"no core file"));
+    // Sanitizers set the limit to 0; a kernel that hands core files to a program writes none.
+    if (UNDER_SANITIZERS == 0 && shell("grep '^|' /proc/sys/kernel/core_pattern") != 0) {
+        EXPECT_EQ(shell("ulimit -c unlimited; core=$(" + crash +
+                        " | sed -n 's/.*; core file: //p'); test -s \"$core\" && rm \"$core\""),
+                  0);
+    }
+}
+
+TEST_F(Hookhost, ExplainsEachLineOfTheProduct)
+{
+    shell("grep -oh '\"\\(::FT::\\|NULL pointer\\|Property map\\)[^\"]*' " SOURCE_FOLDER
+          "/hooks/*.cpp | cut -c 2-");
+    std::istringstream literals(out);
+    int count = 0;
+    for (std::string line; std::getline(literals, line); ++count) {
+        EXPECT_NE(hookhost::LogExplainer().explain(line), "") << line;
+    }
+    EXPECT_GT(count, 50);
+
+    hookhost::LogExplainer explainer;
+    for (auto const& [line, meaning] : std::initializer_list<std::pair<char const*, char const*>>{
+             {"::FT::CUSTOM ACTION: Extracted Tessarine ZelkoCode", "its value follows"},
+             {"::FT::CUSTOM ACTION: Executing", "the product code"}, // whatever it is
+             {"::FT::CUSTOM ACTION: Executing", ""},
+             {"::FT::CUSTOM ACTION: Executing /bin/x", "helper program"}}) {
+        std::string const explained = explainer.explain(line);
+        EXPECT_TRUE(explained.find(meaning) != std::string::npos && explained.empty() == (*meaning == 0))
+            << line << explained;
+    }
 }
 
 TEST_F(Hookhost, RecordsWhatEachPhaseChangedAndKeepsTheOverlaidTreeAsItIs)

@@ -10,7 +10,8 @@ namespace hookhost {
 /// Exit statuses of hookhost, apart from those that are the hook's own.
 enum ExitStatus
 {
-    kExitLargeStatus = 123, ///< the hook's status is 123 or above, which would collide with the ones below
+    kExitNotAsExpected = 121, ///< an expectation does not hold
+    kExitLargeStatus = 123,   ///< the hook's status is 123 or above, which would collide with the ones below
     kExitTimeout = 124,
     kExitHostError = 125, ///< usage error, or the host cannot do its work
     kExitSymbolMissing = 126,

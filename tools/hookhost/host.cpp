@@ -1,12 +1,16 @@
 #include "tools/hookhost/host.h"
 
 #include "tools/common/descriptor_output.h"
+#include "tools/hookhost/core_file.h"
+#include "tools/hookhost/crash_handler.h"
+#include "tools/hookhost/expectations.h"
 #include "tools/hookhost/host_signals.h"
 #include "tools/hookhost/messages.h"
 #include "tools/hookhost/processes.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +26,9 @@ namespace {
 
 constexpr milliseconds firstNotice{2000};     // a call that takes longer is mentioned ...
 constexpr milliseconds longestSilence{30000}; // ... ever more rarely, up to this
+
+// A worker that has crashed has so long to note where.
+constexpr milliseconds longestNote{5000};
 
 // An interrupted hookhost waits so long for the reader of its last records.
 constexpr milliseconds longestFarewell{2000};
@@ -39,6 +46,7 @@ constexpr milliseconds longestFarewell{2000};
     } else if (!run.options.capture) {
         dup2(STDERR_FILENO, STDOUT_FILENO);
     }
+    noteCrash(run.state->crash);
     run.folder.reset(); // the plug-in does not get these descriptors
     int status = kExitHostError;
     try {
@@ -128,10 +136,20 @@ private:
         }
         interruption = signals.interruption();
         timedOut = interruption == 0 && run.options.timeout && elapsed() >= *run.options.timeout;
-        if (timedOut || interruption != 0) {
+        if (timedOut || interruption != 0 || isStuckInCrash()) {
             killed = Clock::now();
             kill(worker, SIGKILL);
         }
+    }
+
+    /// Whether the worker has crashed and cannot even note where.
+    bool isStuckInCrash()
+    {
+        Crash const& crash = run.state->crash;
+        if (crash.signal == 0 || crash.complete) {
+            crashed = Clock::now();
+        }
+        return Clock::now() - crashed > longestNote;
     }
 
     void noticeLongCall()
@@ -176,6 +194,7 @@ private:
     HostSignals const& signals;
     pid_t const worker;
     Clock::time_point killed;
+    Clock::time_point crashed = Clock::now();
     Step noticedStep = 0;
     milliseconds nextNotice = firstNotice;
 };
@@ -198,7 +217,8 @@ Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
                             static_cast<double>(run.options.timeout->count()) / 1000)};
     }
     if (WIFSIGNALED(ending.status)) {
-        int const signal = WTERMSIG(ending.status);
+        int const crash = run.state->crash.signal;
+        int const signal = crash != 0 ? crash : WTERMSIG(ending.status);
         exitStatus = kExitSignal + signal;
         return {"signal", "signal", signal,
                 fmt::format("ended by signal {} ({})", signal, strsignal(signal))};
@@ -213,6 +233,37 @@ Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
                 : fmt::format("the plug-in ended the process by exit({}); it must return instead", code)};
 }
 
+/// Where the core file is, as it is named outside the root or, for an overlay, where it will be found.
+std::string describeCore(Run const& run, pid_t worker, bool dumped)
+{
+    std::string root = run.overlay ? run.overlay->rootFolder() : run.options.root.value_or("");
+    std::vector<char> resolved(PATH_MAX);
+    if (!run.overlay && !root.empty() && realpath(root.c_str(), resolved.data()) != nullptr) {
+        root = resolved.data();
+    }
+    std::string text = describeCoreFile(dumped, worker, run.state->crash, root == "/" ? "" : root);
+    if (std::size_t const at = run.overlay ? text.find(root) : std::string::npos; at != std::string::npos) {
+        text.replace(at, root.size(), "");
+        text += run.options.keep ? " below the folder of --keep" : " in the overlay; --keep would leave it";
+    }
+    return text;
+}
+
+/// Adds where the plug-in crashed.
+void addCrash(Run const& run, pid_t worker, bool dumped, Failure& failure)
+{
+    Crash const& crash = run.state->crash;
+    if (crash.signal != 0 && crash.hasAddress) {
+        failure.address = fmt::format("0x{:x}", crash.address);
+    }
+    for (int each = 0; each < crash.frameCount; ++each) {
+        failure.frames.emplace_back(crash.frames[static_cast<std::size_t>(each)].data());
+    }
+    if (crash.signal != 0 || dumped) {
+        failure.core = describeCore(run, worker, dumped);
+    }
+}
+
 /// Records the step that the worker did not come back from.
 ///
 /// @return hookhost's exit status
@@ -220,7 +271,10 @@ int reportFailure(Run& run, pid_t worker, Watch const& ending)
 {
     CurrentCall const call = run.state->current;
     int exitStatus = 0;
-    Failure const failure = describeFailure(run, ending, exitStatus);
+    Failure failure = describeFailure(run, ending, exitStatus);
+    if (std::strcmp(failure.outcome, "signal") == 0) {
+        addCrash(run, worker, WCOREDUMP(ending.status), failure);
+    }
     {
         RecordWriter::Turn turn = run.report.turn();
         run.report.failed(turn, call.step, worker, failure, run.state->sinceBegin() - call.started);
@@ -243,6 +297,53 @@ int exitStatusOf(Run const& run)
         return kExitLargeStatus;
     }
     return static_cast<int>(status);
+}
+
+/// How each step ended.
+///
+/// @param failed  the current step did not return
+std::vector<Outcome> outcomesOf(Run const& run, Watch const& ending, bool failed)
+{
+    std::vector<Outcome> outcomes(run.steps.size());
+    for (Step step = 0; step < run.state->returned; ++step) {
+        outcomes[step] = {Outcome::Kind::kStatus, run.state->statuses[step]};
+    }
+    if (failed) {
+        int exitStatus = 0;
+        Failure const failure = describeFailure(run, ending, exitStatus);
+        Outcome::Kind const kind = ending.interruption != 0     ? Outcome::Kind::kInterruption
+                                   : ending.timedOut            ? Outcome::Kind::kTimeout
+                                   : WIFSIGNALED(ending.status) ? Outcome::Kind::kSignal
+                                                                : Outcome::Kind::kExit;
+        outcomes[run.state->current.load().step] = {kind, static_cast<uint32_t>(failure.number)};
+    }
+    return outcomes;
+}
+
+/// Records what became of the expectations.
+///
+/// @param exitStatus  hookhost's exit status without expectations
+/// @return its exit status with them
+int judgeExpectations(Run& run, Watch const& ending, bool failed, int exitStatus)
+{
+    std::vector<Expectation> const& all = run.options.expectations;
+    if (all.empty()) {
+        return exitStatus;
+    }
+    std::vector<Outcome> const outcomes = outcomesOf(run, ending, failed);
+    bool allHold = true;
+    for (std::size_t each = 0; each < all.size(); ++each) {
+        Verdict const verdict = judge(all[each], all, run.steps, outcomes, run.state->logged[each]);
+        RecordWriter::Turn turn = run.report.turn();
+        run.report.expectation(turn, all[each], verdict);
+        allHold &= verdict.held;
+    }
+    Step const step = run.state->current.load().step;
+    bool const unexpectedFailure = failed && !isExpected(all, run.steps, step, outcomes[step]);
+    if (unexpectedFailure || (!failed && run.state->leavingWith != 0)) {
+        return exitStatus;
+    }
+    return allHold ? 0 : static_cast<int>(kExitNotAsExpected);
 }
 
 void reportRunningProcesses(Run& run, pid_t worker)
@@ -281,6 +382,7 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
     if (run.changes) {
         run.changes->recordTotals(run.report);
     }
+    exitStatus = judgeExpectations(run, ending, !cameToItsEnd, exitStatus);
     if (run.state->writeError != 0) {
         complain(common::lossOf(run.state->writeError));
         exitStatus = exitStatus == 0 ? kExitHostError : exitStatus;

@@ -48,6 +48,11 @@ void outliveReaders()
     }
 }
 
+bool isPipeHandler(void (*handler)(int))
+{
+    return handler == noticeBrokenPipe;
+}
+
 void printMessagesAsJson()
 {
     asJson = true;

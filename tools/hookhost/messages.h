@@ -13,6 +13,9 @@ namespace hookhost {
 /// mid-phase. Programs that the hook starts find SIGPIPE as hookhost found it. Call it before anything is written.
 void outliveReaders();
 
+/// Whether a signal's handler is the one that outliveReaders has set.
+bool isPipeHandler(void (*handler)(int));
+
 /// From here on each message is a JSON object on a line of its own.
 void printMessagesAsJson();
 

@@ -3,10 +3,10 @@
 #include "tools/common/version.h"
 #include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/hook_interface.h"
+#include "tools/hookhost/hook_number.h"
 #include "tools/hookhost/messages.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <fmt/format.h>
@@ -17,6 +17,7 @@ namespace {
 
 char const* const exitStatusHelp =
     "Exit status: 0, or the first status other than 0 that the hook returned (123 for 123 and above);\n"
+    "with expectations 0 if all hold and 121 if one does not;\n"
     "124 a call took longer than --timeout, 125 usage or host error, 126 the plug-in lacks an entry point,\n"
     "127 the plug-in cannot be loaded, 128+N the plug-in was ended by signal N. The last five end the run,\n"
     "except 125 for lost output, which replaces only status 0.";
@@ -26,36 +27,10 @@ char const* const exitStatusHelp =
     throw Refusal(kExitHostError, message);
 }
 
-/// Decimal, or hexadecimal after "0x"; from -2^31 to 2^32-1, as the 32 bits that stand for it.
-std::optional<uint32_t> readNumber(std::string_view text)
+[[noreturn]] void refuseUnknown(char const* option, std::string const& text, std::string const& names)
 {
-    bool const negative = text.substr(0, 1) == "-";
-    text.remove_prefix(negative ? 1 : 0);
-    bool const hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    text.remove_prefix(hexadecimal ? 2 : 0);
-    uint32_t value = 0;
-    char const* const end = text.data() + text.size();
-    auto const read = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
-    if (read.ec != std::errc() || read.ptr != end || (negative && value > 0x80000000U)) {
-        return std::nullopt;
-    }
-    return negative ? 0 - value : value;
-}
-
-template<class Names>
-HookNumber readNameOrNumber(char const* option, std::string const& text, Names const& names)
-{
-    std::optional<uint32_t> value = readNumber(text);
-    for (uint32_t number = 0; number < names.size(); ++number) {
-        if (text == names[number]) {
-            value = number;
-        }
-    }
-    if (!value) {
-        refuse(fmt::format("{} '{}' is unknown; give one of {} or a 32-bit number, such as 7 or 0xFFFFFFFF",
-                           option, text, fmt::join(names, ", ")));
-    }
-    return {*value, *value < names.size() ? names[*value] : text};
+    refuse(fmt::format("{} '{}' is unknown; give one of {} or a 32-bit number, such as 7 or 0xFFFFFFFF",
+                       option, text, names));
 }
 
 std::pair<std::string, std::string> readProperty(std::string const& text)
@@ -108,6 +83,9 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     std::string format = "text";
     bool silent = false;
     bool noCapture = false;
+    std::vector<std::string> expectedOutcomes;
+    std::vector<std::string> expectedMessages;
+    std::string debug;
 
     CLI::App app("Calls an installer's custom-hook plug-in as the installer would.", "hookhost");
     app.footer(exitStatusHelp);
@@ -148,6 +126,23 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
         app.add_flag("--no-log-callback", silent, "Give the hook no log to write to"),
         app.add_flag("--no-capture", noCapture,
                      "Send the hook's own output to standard error as it is,\ninstead of recording it"),
+        app.add_option("--expect", expectedOutcomes,
+                       "How a phase is expected to end: [PHASE=]STATUS, signal:N,\n"
+                       "timeout or exit:N; without a phase, every phase that no\n"
+                       "other one names; may be repeated. Exit status: 0 if\n"
+                       "every expectation holds, 121 if one does not")
+            ->type_name("OUTCOME")
+            ->allow_extra_args(false),
+        app.add_option("--expect-log", expectedMessages,
+                       "A part of a message that is expected: [PHASE=]TEXT; may\nbe repeated")
+            ->type_name("TEXT")
+            ->allow_extra_args(false),
+        app.add_flag("--explain", options.explain,
+                     "Add to each log line of CustomHooksTessarine what it\nmeans and what to do"),
+        app.add_option(
+               "--debug", debug,
+               "wait: print the worker's process id after loading, and\nwait for a debugger or SIGCONT")
+            ->type_name("wait"),
         app.add_option("--format", format,
                        "text (with time and phase, grouped on a terminal; the\n"
                        "default), raw (the messages and the output as they are,\n"
@@ -198,9 +193,23 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     if (mode.empty()) {
         refuse(fmt::format("--mode is missing; give one of {} or a number", fmt::join(modeNames, ", ")));
     }
-    options.mode = readNameOrNumber("--mode", mode, modeNames);
-    for (std::string const& phase : phases) {
-        options.phases.push_back(readNameOrNumber("--phase", phase, phaseNames));
+    auto const modeNumber = readMode(mode);
+    if (!modeNumber) {
+        refuseUnknown("--mode", mode, fmt::format("{}", fmt::join(modeNames, ", ")));
+    }
+    options.mode = *modeNumber;
+    for (std::string const& each : phases) {
+        auto const phase = readPhase(each);
+        if (!phase) {
+            refuseUnknown("--phase", each, fmt::format("{}", fmt::join(phaseNames, ", ")));
+        }
+        options.phases.push_back(*phase);
+    }
+    for (std::string const& each : expectedOutcomes) {
+        options.expectations.push_back(readExpectedOutcome(each));
+    }
+    for (std::string const& each : expectedMessages) {
+        options.expectations.push_back(readExpectedMessage(each));
     }
     for (std::string const& property : properties) {
         options.properties.push_back(readProperty(property));
@@ -221,6 +230,13 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     options.logCallback = !silent;
     options.capture = !noCapture;
     options.format = readFormat(format);
+    if (options.explain && options.format == OutputFormat::kRaw) {
+        refuse("--explain adds to messages, which --format raw prints as they are; give text or jsonl");
+    }
+    if (!debug.empty() && debug != "wait") {
+        refuse(fmt::format("--debug '{}' is unknown; give wait", debug));
+    }
+    options.debugWait = !debug.empty();
     return options;
 }
 

@@ -2,8 +2,10 @@
 #ifndef TOOLS_HOOKHOST_OPTIONS_H
 #define TOOLS_HOOKHOST_OPTIONS_H
 
+#include "tools/hookhost/expectations.h"
+#include "tools/hookhost/hook_number.h"
+
 #include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,13 +18,6 @@ enum class OutputFormat
     kText,     ///< time, mode/phase, process id and message; a closing line per phase
     kRaw,      ///< the hook's messages, byte for byte; a line for a phase that did not return
     kJsonLines ///< one JSON object per message and per phase
-};
-
-/// A mode or a phase, as it is passed in a call and as it is printed.
-struct HookNumber
-{
-    uint32_t value = 0; ///< the 32 bits that the hook receives
-    std::string name;   ///< the interface's name for it; the number when there is none
 };
 
 struct Options
@@ -43,6 +38,9 @@ struct Options
     bool logCallback = true;
     bool capture = true; ///< the hook's own output is recorded, except in raw output
     OutputFormat format = OutputFormat::kText;
+    bool explain = false;   ///< messages of CustomHooksTessarine get their meaning
+    bool debugWait = false; ///< the worker waits for a debugger
+    std::vector<Expectation> expectations;
 };
 
 /// Reads and checks the command line, without looking at any file that it names. Prints the help or the version

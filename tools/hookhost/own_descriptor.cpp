@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <set>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
@@ -10,6 +11,12 @@
 namespace hookhost {
 
 namespace {
+
+std::set<int>& numbersInUse()
+{
+    static std::set<int>& numbers = *new std::set<int>; // outlives every static descriptor
+    return numbers;
+}
 
 constexpr rlim_t lowestNumber = 1024;
 constexpr rlim_t highestNumber = 65536; // the kernel's table grows with the highest number, so not beyond
@@ -44,6 +51,7 @@ int copyOutOfReach(int original)
 OwnDescriptor::OwnDescriptor(int originalDescriptor) : copy(copyOutOfReach(originalDescriptor))
 {
     fstat(copy, &original);
+    numbersInUse().insert(copy);
 }
 
 OwnDescriptor::~OwnDescriptor()
@@ -51,6 +59,7 @@ OwnDescriptor::~OwnDescriptor()
     if (number() >= 0) {
         close(copy);
     }
+    numbersInUse().erase(copy);
 }
 
 int OwnDescriptor::number() const noexcept
@@ -59,6 +68,11 @@ int OwnDescriptor::number() const noexcept
     bool const same =
         fstat(copy, &present) == 0 && present.st_dev == original.st_dev && present.st_ino == original.st_ino;
     return same ? copy : -1;
+}
+
+bool isOwnDescriptor(int number)
+{
+    return numbersInUse().count(number) != 0;
 }
 
 } // namespace hookhost

@@ -27,6 +27,9 @@ private:
     struct stat original = {};
 };
 
+/// Whether a number is that of a descriptor of hookhost's own, in use now.
+bool isOwnDescriptor(int number);
+
 } // namespace hookhost
 
 #endif

@@ -23,6 +23,9 @@ struct RunningProcess
 /// The descendants of this process that have not ended; none if the system does not list processes.
 std::vector<RunningProcess> runningDescendants();
 
+/// Whether a debugger has attached to this process; false if the system does not show it.
+bool isTraced();
+
 /// Closes every descriptor from a number on.
 void closeAllFrom(int first);
 

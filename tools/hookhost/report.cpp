@@ -56,7 +56,8 @@ Report::Report(OutputFormat chosenFormat, std::string modeName, std::vector<std:
 {
 }
 
-void Report::message(RecordWriter::Turn& turn, Step step, char const* text, bool late)
+void Report::message(RecordWriter::Turn& turn, Step step, char const* text, bool late,
+                     std::string const& meaning)
 {
     char const* const shown = text == nullptr ? "(null)" : text;
     if (format == OutputFormat::kRaw) {
@@ -64,10 +65,14 @@ void Report::message(RecordWriter::Turn& turn, Step step, char const* text, bool
         return;
     }
     writeText(turn, step, getpid(),
-              late ? "! logged after its call returned: " + escaped(shown) : escapedRecord(shown));
+              late ? "! logged after its call returned: " + escaped(shown) : escapedRecord(shown),
+              Colour::kNone, meaning);
     Json fields = {{"message", shown}};
     if (late) {
         fields["late"] = true;
+    }
+    if (!meaning.empty()) {
+        fields["meaning"] = meaning;
     }
     writeJson(turn, "message", step, getpid(), fields);
 }
@@ -92,7 +97,12 @@ void Report::returned(RecordWriter::Turn& turn, Step step, uint32_t status, doub
 void Report::failed(RecordWriter::Turn& turn, Step step, pid_t worker, Failure const& failure,
                     double milliseconds)
 {
-    std::string const text = fmt::format("= failed after {:.1f} ms: {}", milliseconds, failure.reason);
+    std::string text = fmt::format("= failed after {:.1f} ms: {}", milliseconds, failure.reason);
+    text += failure.address.empty() ? "" : " at address " + failure.address;
+    text += failure.frames.empty()
+                ? ""
+                : fmt::format("; frames: {}", escaped(fmt::format("{}", fmt::join(failure.frames, " "))));
+    text += failure.core.empty() ? "" : "; " + escaped(failure.core);
     if (format == OutputFormat::kRaw) {
         turn.write(fmt::format("{}/{} {}\n", mode, steps[step], text));
         return;
@@ -103,6 +113,15 @@ void Report::failed(RecordWriter::Turn& turn, Step step, pid_t worker, Failure c
         fields[failure.numberName] = failure.number;
     }
     fields.update({{"reason", failure.reason}, {"milliseconds", milliseconds}});
+    if (!failure.address.empty()) {
+        fields["address"] = failure.address;
+    }
+    if (!failure.frames.empty()) {
+        fields["frames"] = failure.frames;
+    }
+    if (!failure.core.empty()) {
+        fields["core"] = failure.core;
+    }
     writeJson(turn, "phase", step, worker, fields);
 }
 
@@ -115,6 +134,36 @@ void Report::stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid
     }
     writeText(turn, step, worker, fmt::format("! still running: {} {}", process, escaped(program)));
     writeJson(turn, "running", step, worker, {{"process", process}, {"program", program}});
+}
+
+void Report::leftBehind(RecordWriter::Turn& turn, Step step, LeftBehind const& left)
+{
+    std::string const text = fmt::format("left behind: {} {} -> {}", left.what, left.before, left.after);
+    if (format == OutputFormat::kRaw) {
+        notice(text);
+        return;
+    }
+    writeText(turn, step, getpid(), "! " + escaped(text));
+    writeJson(turn, "left-behind", step, getpid(),
+              {{"what", left.what}, {"before", left.before}, {"after", left.after}});
+}
+
+void Report::expectation(RecordWriter::Turn& turn, Expectation const& expectation, Verdict const& verdict)
+{
+    if (format != OutputFormat::kJsonLines) {
+        turn.write(fmt::format("expected {}: {}{}\n", escaped(expectation.written),
+                               verdict.held ? "held" : "not held: ", verdict.reason));
+        return;
+    }
+    Json record = {{"type", "expectation"},
+                   {"time", isoTimeNow()},
+                   {"mode", mode},
+                   {"expected", expectation.written},
+                   {"held", verdict.held}};
+    if (!verdict.held) {
+        record["reason"] = verdict.reason;
+    }
+    turn.write(jsonLine(record));
 }
 
 void Report::change(RecordWriter::Turn& turn, Step step, pid_t worker, std::string const& path,
@@ -174,17 +223,18 @@ void Report::totals(RecordWriter::Turn& turn, std::vector<ChangeCounts> const& c
 }
 
 void Report::writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
-                       Colour colour)
+                       Colour colour, std::string const& meaning)
 {
     if (onTerminal) {
-        writeOnTerminal(turn, step, process, text, colour);
+        writeOnTerminal(turn, step, process, text, colour, meaning);
     } else if (format == OutputFormat::kText) {
-        turn.write(fmt::format("{} {}/{} {} {}\n", isoTimeNow(), mode, steps[step], process, text));
+        turn.write(fmt::format("{} {}/{} {} {}{}{}\n", isoTimeNow(), mode, steps[step], process, text,
+                               meaning.empty() ? "" : "  ", meaning));
     }
 }
 
 void Report::writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
-                             Colour colour)
+                             Colour colour, std::string const& meaning)
 {
     std::string lines;
     if (state.heading != step) {
@@ -201,6 +251,9 @@ void Report::writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process,
         lines += fmt::format("  {:>9}  {}\n", time, text);
     } else {
         lines += fmt::format("  {:>9}  \x1B[{}m{}\x1B[0m\n", time, colour == Colour::kGood ? 32 : 31, text);
+    }
+    if (!meaning.empty()) {
+        lines += fmt::format("  {:>9}    {}\n", "", meaning);
     }
     turn.write(lines);
 }

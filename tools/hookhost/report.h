@@ -4,6 +4,7 @@
 
 #include "tools/hookhost/json.h"
 #include "tools/hookhost/options.h"
+#include "tools/hookhost/process_state.h"
 #include "tools/hookhost/record_writer.h"
 #include "tools/hookhost/tree_entry.h"
 
@@ -21,6 +22,11 @@ struct Failure
     char const* numberName; ///< what the number is: "signal" or "exit"; null if there is none
     int number;
     std::string reason; ///< for people
+
+    // In records, but not in messages: where the plug-in crashed.
+    std::string address{};             ///< empty if there is none
+    std::vector<std::string> frames{}; ///< innermost first
+    std::string core{};                ///< about the core file; empty if there is nothing to report
 };
 
 /// How many paths a step created, removed and changed.
@@ -57,9 +63,11 @@ public:
 
     /// A message of the hook.
     ///
-    /// @param text  null counts as "(null)"
-    /// @param late  the call that the message belongs to has returned
-    void message(RecordWriter::Turn& turn, Step step, char const* text, bool late);
+    /// @param text     null counts as "(null)"
+    /// @param late     the call that the message belongs to has returned
+    /// @param meaning  of the message; may be empty
+    void message(RecordWriter::Turn& turn, Step step, char const* text, bool late,
+                 std::string const& meaning);
 
     /// A line that the hook or one of its helper programs has printed.
     ///
@@ -76,6 +84,12 @@ public:
     /// A process that the hook has left running. In raw output on standard error.
     void stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid_t process,
                       std::string const& program);
+
+    /// Something that a step has left behind in the plug-in's process. In raw output on standard error.
+    void leftBehind(RecordWriter::Turn& turn, Step step, LeftBehind const& left);
+
+    /// What became of an expectation. In text without time and phase.
+    void expectation(RecordWriter::Turn& turn, Expectation const& expectation, Verdict const& verdict);
 
     /// What a step did to a path: what was there before and what is there after it, not both nothing.
     void change(RecordWriter::Turn& turn, Step step, pid_t worker, std::string const& path,
@@ -96,9 +110,9 @@ private:
 
     /// Writes one record for people: nothing in raw output or as JSON lines.
     void writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
-                   Colour colour = Colour::kNone);
+                   Colour colour = Colour::kNone, std::string const& meaning = "");
     void writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
-                         Colour colour);
+                         Colour colour, std::string const& meaning);
 
     /// Writes one JSON object: nothing in other formats.
     void writeJson(RecordWriter::Turn& turn, char const* type, Step step, pid_t process, Json const& fields);

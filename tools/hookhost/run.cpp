@@ -21,7 +21,8 @@
 namespace hookhost {
 
 Run::Run(Options const& chosenOptions, std::string const& modeName, std::vector<std::string> stepNames)
-    : options(chosenOptions), mode(modeName), steps(std::move(stepNames)), state(newRunState()),
+    : options(chosenOptions), mode(modeName), steps(std::move(stepNames)),
+      state(newRunState(steps.size(), options.expectations.size())),
       report(options.format, mode, steps, *state)
 {
 }

@@ -7,17 +7,21 @@ namespace hookhost {
 
 void UnmapRunState::operator()(RunState* state) const
 {
-    munmap(state, sizeof *state);
+    munmap(state, size);
 }
 
-SharedRunState newRunState()
+SharedRunState newRunState(std::size_t steps, std::size_t expectations)
 {
-    void* const memory =
-        mmap(nullptr, sizeof(RunState), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    std::size_t const size =
+        sizeof(RunState) + steps * sizeof(std::atomic<uint32_t>) + expectations * sizeof(std::atomic<bool>);
+    void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
         throw std::bad_alloc();
     }
-    return SharedRunState(new (memory) RunState);
+    auto* const state = new (memory) RunState;
+    state->statuses = reinterpret_cast<std::atomic<uint32_t>*>(state + 1); // zeros are what both begin with
+    state->logged = reinterpret_cast<std::atomic<bool>*>(state->statuses + steps);
+    return SharedRunState(state, UnmapRunState{size});
 }
 
 } // namespace hookhost

@@ -2,6 +2,7 @@
 #ifndef TOOLS_HOOKHOST_RUN_STATE_H
 #define TOOLS_HOOKHOST_RUN_STATE_H
 
+#include "tools/hookhost/crash_handler.h"
 #include "tools/hookhost/record_lock.h"
 
 #include <array>
@@ -45,7 +46,11 @@ struct RunState
     std::atomic<int> leavingWith{-1};     ///< the exit status with which the worker leaves; -1 before it does
     std::atomic<uint32_t> firstStatus{0}; ///< the first status other than 0 that the hook returned
     std::atomic<int> writeError{0};       ///< errno of a record that was lost
+    Crash crash;
     Clock::time_point const began = Clock::now();
+
+    std::atomic<uint32_t>* statuses = nullptr; ///< by step, of the steps that are over
+    std::atomic<bool>* logged = nullptr;       ///< by number, the expected messages that were logged
 
     RecordLock lock;                                 ///< held while records are written; guards what follows
     bool amidRecord = false;                         ///< a part of a record is written
@@ -62,12 +67,16 @@ struct RunState
 /// Unmaps the memory in this process; other processes keep theirs.
 struct UnmapRunState
 {
+    std::size_t size = 0;
+
     void operator()(RunState* state) const;
 };
 using SharedRunState = std::unique_ptr<RunState, UnmapRunState>;
 
+/// @param steps         number of the run's steps
+/// @param expectations  number of what the run is expected to do
 /// @throws std::bad_alloc
-SharedRunState newRunState();
+SharedRunState newRunState(std::size_t steps, std::size_t expectations);
 
 } // namespace hookhost
 

@@ -2,11 +2,15 @@
 
 #include "tools/common/alternate_root.h"
 #include "tools/hookhost/log_callbacks.h"
+#include "tools/hookhost/log_lines.h"
 #include "tools/hookhost/messages.h"
 #include "tools/hookhost/plugin.h"
+#include "tools/hookhost/process_state.h"
+#include "tools/hookhost/processes.h"
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fmt/format.h>
@@ -38,9 +42,56 @@ void waitForExamination(Run const& run)
     }
 }
 
+/// Records what each step leaves behind in this process.
+class ProcessWatch
+{
+public:
+    /// From here on: what a plug-in sets up when it is loaded does not count.
+    void begin() { state = reader.read(); }
+
+    void record(Run& run, Step step)
+    {
+        ProcessState now = reader.read();
+        for (LeftBehind const& each : compare(state, now)) {
+            RecordWriter::Turn turn = run.report.turn();
+            run.report.leftBehind(turn, step, each);
+        }
+        state = std::move(now);
+    }
+
+private:
+    ProcessStateReader const reader;
+    ProcessState state;
+};
+
+/// Waits until a debugger has attached to this process, or SIGCONT has come.
+void waitForDebugger()
+{
+    sigset_t resume;
+    sigset_t before;
+    sigset_t pending;
+    sigemptyset(&resume);
+    sigaddset(&resume, SIGCONT);
+    sigprocmask(SIG_BLOCK, &resume, &before);
+    notice(fmt::format(
+        "process {} has loaded the plug-in and waits: attach a debugger and continue, or kill -CONT {}",
+        getpid(), getpid()));
+    do {
+        usleep(20000);
+        sigpending(&pending);
+    } while (sigismember(&pending, SIGCONT) == 0 && !isTraced());
+    if (sigismember(&pending, SIGCONT) == 1) {
+        int signal = 0;
+        sigwait(&resume, &signal);
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
 /// Makes one call into the plug-in. An exception that leaves it ends the worker, as it would end an installer.
+///
+/// @param watch  the state of this process before the call; receives the one after it
 template<class Call>
-void makeCall(Run& run, Step step, Call call) noexcept
+void makeCall(Run& run, Step step, ProcessWatch& watch, Call call) noexcept
 {
     pid_t const self = getpid();
     run.state->current = CurrentCall{step, run.state->sinceBegin()};
@@ -51,6 +102,7 @@ void makeCall(Run& run, Step step, Call call) noexcept
         // A copy of the worker: the plug-in could not start a helper program in it and returned instead.
         _exit(0);
     }
+    run.state->statuses[step] = status;
     run.state->returned = step + 1;
     std::fflush(stdout);
     {
@@ -61,6 +113,7 @@ void makeCall(Run& run, Step step, Call call) noexcept
             run.report.returned(turn, step, status, taken.count());
         }
     }
+    watch.record(run, step);
     uint32_t none = 0;
     run.state->firstStatus.compare_exchange_strong(none, status);
     waitForExamination(run);
@@ -99,16 +152,25 @@ int callPlugin(Run& run)
     Options const& options = run.options;
     pid_t const self = getpid();
     receiveMessages([&run, self](Step step, char const* message) {
+        static LogExplainer& explainer = *new LogExplainer; // used in turns; outlives a late message
         try {
             RecordWriter::Turn turn = run.report.turn();
             if (run.output) { // first what was printed before
                 run.output->record(run.report, turn, run.state->current.load().step, self);
             }
-            run.report.message(turn, step, message, step < run.state->returned);
+            std::string const text = message == nullptr ? "(null)" : message;
+            for (std::size_t each = 0; each < run.options.expectations.size(); ++each) {
+                if (matches(run.options.expectations[each], run.steps[step], text)) {
+                    run.state->logged[each] = true;
+                }
+            }
+            run.report.message(turn, step, text.c_str(), step < run.state->returned,
+                               run.options.explain ? explainer.explain(text) : "");
         } catch (...) { // nothing may pass through the plug-in; except for memory, nothing is known to fail
             run.state->writeError = ENOMEM;
         }
     });
+    ProcessWatch watch;
     Plugin const plugin = loadPlugin(options.plugin);
     std::fflush(stdout);
     run.state->returned = 1;
@@ -117,6 +179,9 @@ int callPlugin(Run& run)
         recordOutput(run, turn);
     }
     waitForExamination(run);
+    if (options.debugWait) {
+        waitForDebugger();
+    }
     if (options.root) {
         setHomeFromUserDatabase();
     }
@@ -131,17 +196,18 @@ int callPlugin(Run& run)
     properties.push_back({nullptr, nullptr});
 
     Step step = 1;
-    makeCall(run, step, plugin.open);
+    watch.begin();
+    makeCall(run, step, watch, plugin.open);
     for (HookNumber const& phase : options.phases) {
         ++step;
         HookLogCallback const callback = options.logCallback ? callbackFor(step) : nullptr;
-        makeCall(run, step, [&] {
+        makeCall(run, step, watch, [&] {
             return plugin.proc(options.nullProperties ? nullptr : properties.data(), phase.value,
                                static_cast<int32_t>(options.mode.value), 0, callback);
         });
     }
-    makeCall(run, ++step, plugin.close);
-    makeCall(run, ++step, [&] {
+    makeCall(run, ++step, watch, plugin.close);
+    makeCall(run, ++step, watch, [&] {
         unloadPlugin(plugin);
         return 0;
     });

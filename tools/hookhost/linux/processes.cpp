@@ -81,6 +81,17 @@ std::vector<RunningProcess> runningDescendants()
     return running;
 }
 
+bool isTraced()
+{
+    std::ifstream file("/proc/self/status");
+    for (std::string name; file >> name;) {
+        if (pid_t tracer = 0; name == "TracerPid:" && file >> tracer) {
+            return tracer != 0;
+        }
+    }
+    return false;
+}
+
 void closeAllFrom(int first)
 {
     closefrom(first);

@@ -18,6 +18,11 @@ std::vector<RunningProcess> runningDescendants()
     return {};
 }
 
+bool isTraced()
+{
+    return false;
+}
+
 void closeAllFrom(int first)
 {
     for (int each = first; each < getdtablesize(); ++each) {

@@ -1,0 +1,108 @@
+#include "tools/hookhost/crash_handler.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <unistd.h>
+
+namespace hookhost {
+
+namespace {
+
+constexpr int crashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP, SIGSYS};
+
+Crash* crashOfThisProcess = nullptr;
+pid_t worker = 0;
+
+/// "bad.so+0x1a2b"; the address alone where no library is.
+template<class Text>
+void describeFrame(Text& text, void* address)
+{
+    Dl_info info = {};
+    auto const place = reinterpret_cast<std::uintptr_t>(address);
+    if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) {
+        std::snprintf(text.data(), text.size(), "0x%jx", static_cast<uintmax_t>(place));
+        return;
+    }
+    char const* const slash = std::strrchr(info.dli_fname, '/');
+    std::snprintf(text.data(), text.size(), "%s+0x%jx", slash != nullptr ? slash + 1 : info.dli_fname,
+                  static_cast<uintmax_t>(place - reinterpret_cast<std::uintptr_t>(info.dli_fbase)));
+}
+
+/// Whether the processor has reported the signal, for an instruction that fails again if it is run again.
+bool isFault(int signal, siginfo_t const& info)
+{
+    return info.si_code > 0 &&
+           (signal == SIGSEGV || signal == SIGBUS || signal == SIGILL || signal == SIGFPE);
+}
+
+/// Deliberate: not all of this may be called in a signal handler by the book. The process has crashed anyway; what
+/// matters most is noted first, and the host ends a worker that does not get on.
+__attribute__((noinline)) void note(int signal, siginfo_t const& info)
+{
+    Crash& crash = *crashOfThisProcess;
+    crash.hasAddress = isFault(signal, info);
+    crash.address = reinterpret_cast<std::uintptr_t>(info.si_addr);
+    rlimit limit = {};
+    getrlimit(RLIMIT_CORE, &limit);
+    crash.coreLimit = limit.rlim_cur;
+    crash.user = geteuid();
+    crash.signal = signal;
+    if (getcwd(crash.folder.data(), crash.folder.size()) == nullptr) {
+        crash.folder[0] = '\0';
+    }
+    constexpr int ownFrames = 3; // this function, the handler, and what the system calls the handler from
+    void* addresses[ownFrames + std::tuple_size<decltype(crash.frames)>::value];
+    int const count = backtrace(addresses, static_cast<int>(sizeof addresses / sizeof *addresses));
+    for (int each = ownFrames; each < count; ++each) {
+        describeFrame(crash.frames[static_cast<std::size_t>(each - ownFrames)], addresses[each]);
+        crash.frameCount = each - ownFrames + 1;
+    }
+    crash.complete = true;
+}
+
+void handleCrash(int signal, siginfo_t* info, void* /*context*/)
+{
+    std::signal(signal, SIG_DFL);
+    if (getpid() == worker && crashOfThisProcess->signal == 0) {
+        note(signal, *info);
+    }
+    // A fault comes again after this, so that a core file shows it. Any other signal has to be sent again.
+    if (!isFault(signal, *info)) {
+        raise(signal);
+    }
+}
+
+} // namespace
+
+void noteCrash(Crash& crash)
+{
+    crashOfThisProcess = &crash;
+    worker = getpid();
+    void* first = nullptr;
+    backtrace(&first, 1); // loads what it needs, which must not happen in a crash
+
+    static std::array<char, 65536> stack; // for a crash by endless recursion
+    stack_t handlerStack = {};
+    handlerStack.ss_sp = stack.data();
+    handlerStack.ss_size = stack.size();
+    sigaltstack(&handlerStack, nullptr);
+    for (int const each : crashSignals) {
+        struct sigaction action = {};
+        sigaction(each, nullptr, &action);
+        if ((action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_DFL) {
+            action.sa_sigaction = handleCrash;
+            action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+            sigaction(each, &action, nullptr);
+        }
+    }
+}
+
+bool isCrashHandler(void (*handler)(int))
+{
+    return reinterpret_cast<void*>(handler) == reinterpret_cast<void*>(handleCrash);
+}
+
+} // namespace hookhost

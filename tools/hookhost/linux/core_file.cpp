@@ -1,0 +1,97 @@
+#include "tools/hookhost/core_file.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <glob.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace hookhost {
+
+namespace {
+
+std::string settingOf(char const* name)
+{
+    std::ifstream file(std::string("/proc/sys/kernel/") + name);
+    std::string value;
+    std::getline(file, value);
+    return value;
+}
+
+/// The kernel's pattern with the process's id filled in, as a pattern for glob: what else it may hold matches anything.
+std::string globFor(std::string const& pattern, pid_t process)
+{
+    std::string result;
+    bool namesProcess = false;
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        if (pattern[at] != '%' || at + 1 == pattern.size()) {
+            result += pattern[at];
+            continue;
+        }
+        char const what = pattern[++at];
+        namesProcess |= what == 'p';
+        result += what == '%' ? "%" : what == 'p' || what == 'P' ? std::to_string(process) : "*";
+    }
+    return namesProcess || settingOf("core_uses_pid") == "0" ? result
+                                                             : result + '.' + std::to_string(process);
+}
+
+/// A path whose characters stand for themselves in a pattern for glob.
+std::string literal(std::string const& path)
+{
+    std::string result;
+    for (char const each : path) {
+        result += std::string(std::string("*?[\\").find(each) != std::string::npos ? "\\" : "") + each;
+    }
+    return result;
+}
+
+/// The newest file that matches.
+std::string newest(std::string const& pattern)
+{
+    glob_t found = {};
+    std::string result;
+    timespec latest = {};
+    if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+        for (std::size_t each = 0; each < found.gl_pathc; ++each) {
+            struct stat status = {};
+            if (stat(found.gl_pathv[each], &status) == 0 &&
+                (status.st_mtim.tv_sec > latest.tv_sec ||
+                 (status.st_mtim.tv_sec == latest.tv_sec && status.st_mtim.tv_nsec >= latest.tv_nsec))) {
+                latest = status.st_mtim;
+                result = found.gl_pathv[each];
+            }
+        }
+    }
+    globfree(&found);
+    return result;
+}
+
+} // namespace
+
+std::string describeCoreFile(bool dumped, pid_t process, Crash const& crash, std::string const& root)
+{
+    std::string const pattern = settingOf("core_pattern");
+    bool const toProgram = pattern.substr(0, 1) == "|";
+    std::string const folder = pattern.substr(0, 1) == "/" ? root : root + crash.folder.data() + '/';
+    if (dumped && toProgram) {
+        return fmt::format("core file: handed to {}", pattern.substr(1));
+    }
+    if (dumped) {
+        std::string const path = newest(literal(folder) + globFor(pattern, process));
+        return "core file: " + (path.empty() ? folder + pattern + " (the kernel's pattern)" : path);
+    }
+    if (crash.signal == 0) {
+        return "no core file: see core(5)";
+    }
+    if (crash.coreLimit == 0 && !toProgram) {
+        return "no core file: the limit on core files is 0; raise it with ulimit -c unlimited";
+    }
+    if (crash.user != geteuid()) {
+        return "no core file: the hook changed its user; see fs.suid_dumpable in core(5)";
+    }
+    return fmt::format("no core file: the kernel could not write {}; see core(5)",
+                       toProgram ? "to" + pattern.substr(1) : folder + pattern);
+}
+
+} // namespace hookhost
