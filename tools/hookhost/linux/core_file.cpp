@@ -73,7 +73,11 @@ std::string describeCoreFile(bool dumped, pid_t process, Crash const& crash, std
 {
     std::string const pattern = settingOf("core_pattern");
     bool const toProgram = pattern.substr(0, 1) == "|";
-    std::string const folder = pattern.substr(0, 1) == "/" ? root : root + crash.folder.data() + '/';
+    std::string folder = root;
+    if (pattern.substr(0, 1) != "/") {
+        folder += crash.folder.data();
+        folder += folder.substr(folder.size() - 1) == "/" ? "" : "/";
+    }
     if (dumped && toProgram) {
         return fmt::format("core file: handed to {}", pattern.substr(1));
     }
