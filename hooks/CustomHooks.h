@@ -46,7 +46,7 @@ struct HookProperty
     char const* value;
 };
 
-/// The installer's log sink: takes one message without a newline, which lives for the call only.
+/// The installer's log function: takes one message without a newline, valid during the call only.
 typedef void (*HookLogCallback)(char const* message);
 
 /// Opens a hook session. Does nothing, keeps nothing and ignores all arguments.

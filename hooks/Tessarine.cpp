@@ -84,7 +84,7 @@ void stopHelpers(CCustomHookSession const& session, VeskSession* payloads)
             installFolder = "";
         }
         log(session, installFolder);
-        // Deliberate: not rebuilt for each copy; a machine has one copy at most.
+        // Deliberate: not rebuilt, so that a second copy gets the folder of the first, too; a machine has one at most.
         agent.insert(0, installFolder);
         analyser.insert(0, installFolder);
         executeWithTimeout(session, analyser.c_str());

@@ -49,7 +49,7 @@ TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
     std::string const meta = "SELECT value FROM pcd_meta ORDER BY key DESC", of = "UPDATE pcd_meta SET value = ";
     std::string const leftOver = "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items";
     struct { char const* name; std::string before; SchemaFamily family; int32_t status; std::string query, after; } const cases[] = {
-        // SQL before, none: no file; a query and what it gives afterwards
+        // SQL to run before opening (empty: no file); a query to run afterwards and its result
         {"new", "", twoVersions, kVeskOK, meta, "2,1"},
         {"upgrade", one, twoVersions, kVeskOK, "SELECT count(*) - count(unit) FROM items", "0"},
         {"version 1 fails", "", brokenFirst, kVeskOK, "SELECT * FROM sqlite_master", ""},
@@ -73,7 +73,7 @@ TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
         EXPECT_EQ(store->status, each.status);
         EXPECT_EQ(store->db != nullptr, each.status == kVeskOK);
         EXPECT_EQ(rows(file, each.query), each.after);
-        EXPECT_EQ(rows(file, "BEGIN EXCLUSIVE"), ""); // no lock is left behind
+        EXPECT_EQ(rows(file, "BEGIN EXCLUSIVE"), ""); // no lock is left
     }
     for (auto const& [type, version] : {std::pair(kSchemaTypeStandard, 2),
                                         {kSchemaTypePayload, 1},
@@ -83,7 +83,7 @@ TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
     }
 }
 
-TEST_F(DataStore, WhatStandsAtThePathDecides)
+TEST_F(DataStore, OpeningDependsOnWhatThePathNames)
 {
     makeFolders(file);
     EXPECT_EQ(open()->status, kVeskFailed);
@@ -96,7 +96,7 @@ TEST_F(DataStore, WhatStandsAtThePathDecides)
     root.renew();
     writeFile(file, std::string(5000, '?'));
     auto const store = open();
-    EXPECT_EQ(store->status, kVeskOK); // SQLite looks at the file late, and version 1 may fail
+    EXPECT_EQ(store->status, kVeskOK); // SQLite reads the file only later, and version 1 may fail
     EXPECT_EQ(store->queryNR("SELECT 1 FROM items"), kVeskIOError);
     EXPECT_EQ(readFile(file), std::string(5000, '?'));
     if (canBecomeOrdinaryUser()) {
@@ -119,7 +119,7 @@ TEST_F(DataStore, SchemaVersionsAreLoadedOneByOne)
     EXPECT_EQ(store->loadSchema(1), kVeskFailed); // its tables exist
     EXPECT_NE(sqlite3_get_autocommit(store->db), 0);
 
-    // A reader in another process lets the statements pass and the COMMIT fail.
+    // With another connection reading, the statements succeed and the COMMIT fails.
     store->schemaLists = harmless;
     sqlite3_busy_timeout(store->db, 1);
     sqlite3* reader = nullptr;
@@ -203,7 +203,7 @@ TEST_F(DataStore, ARefusedRowLeavesTheTransactionOpen)
     EXPECT_EQ(rows(file, "SELECT name, amount FROM items"), "it's,1");
 }
 
-TEST_F(DataStore, ResultsAreWholeAndOutliveTheConnection)
+TEST_F(DataStore, ResultsAreCompleteAndOutliveTheConnection)
 {
     auto const store = open();
     ASSERT_EQ(store->queryNR("INSERT INTO items VALUES ('a', 1, NULL, 'kg'), ('b', NULL, '', 'm')"), kVeskOK);
@@ -253,7 +253,7 @@ TEST_F(DataStore, EmptyNullAndFailedResults)
 TEST_F(DataStore, ResultCodesBecomeStatuses)
 {
     int const statuses[] = {0, 12, 12, 11, 12, 14, 12, 3,  11, 12,
-                            4, 4,  8,  4,  11, 12, 8,  12, 12, 6}; // of codes 0 and on
+                            4, 4,  8,  4,  11, 12, 8,  12, 12, 6}; // of codes 0 to 19
     for (int code = 0; code < int(std::size(statuses)); ++code) {
         EXPECT_EQ(veskiSQLiteErrorMap(code), statuses[code]) << code;
     }

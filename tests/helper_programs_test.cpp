@@ -1,4 +1,4 @@
-// The shutdown of the helper programs before the system check, with programs that write down how they were started.
+// Stopping the helper programs in the pre-system-check, with programs that write their arguments to files.
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
 #include "tests/support/log_recorder.h"
@@ -25,7 +25,7 @@ std::string const opening = "* Opening PDB Session", closing = "* Closing PDB Se
 std::string const iterating = "* Iterate through Installed Payload IDs";
 std::string const found = "* Entry for Fendrial 12 Tessarine Found, looking up installdir";
 
-/// What one helper is to have been started with.
+/// The arguments that one helper must have been started with.
 std::string uninstalling(std::string const& path)
 {
     return path + "\n-uninstall\n-silent\n";
@@ -35,7 +35,7 @@ std::string executing(std::string const& path)
     return LogRecorder::shortened(("::FT::CUSTOM ACTION: Executing " + path).substr(0, 999));
 }
 
-/// The lines of a session on the payload database, with these between listing and closing.
+/// The log lines of a session on the payload database, with the given lines between listing and closing.
 Texts session(Texts const& lines)
 {
     Texts all{opening, "* Uninstall FendrialTessarinVorlaAgent | Supressing error messages",
@@ -72,7 +72,7 @@ protected:
         ASSERT_EQ(chmod(path.c_str(), 0755), 0);
     }
 
-    /// Puts the application's payload on record, once in each folder, the first as installed first; then changes that.
+    /// Records the application's payload once for each folder, in order of installation, then runs a statement.
     static void record(Texts const& folders, char const* change = "")
     {
         auto const database = opened(pdbOpenSession);
@@ -123,7 +123,7 @@ TEST_F(HelperPrograms, NothingIsStartedWithoutTheApplicationsPayload)
         {"UPDATE payloads SET productFamily = 'halvorick'", session({iterating})},
         {"UPDATE payloads SET productFamily = ''", session({iterating})},
         {"UPDATE payloads SET productName = 'Fendrial 12 Tessarine '", session({iterating})},
-        {"ALTER TABLE payloads RENAME COLUMN signature TO other", session({iterating})}, // passed over unread
+        {"ALTER TABLE payloads RENAME COLUMN signature TO other", session({iterating})}, // skipped: cannot be read
     };
     // clang-format on
     for (auto const& each : cases) {
@@ -138,7 +138,7 @@ TEST_F(HelperPrograms, BothAreAskedToUninstallInEveryMode)
     record({"/elsewhere", "/Apps"}, "UPDATE payloads SET productName = 'Another' WHERE PayloadID = '0'");
     install("/Apps" + agent);
     install("/Apps" + analyser);
-    for (auto const callback : {LogRecorder::callback(), HookLogCallback{}}) { // silence changes nothing else
+    for (auto const callback : {LogRecorder::callback(), HookLogCallback{}}) { // logs nothing, else the same
         for (int mode = kHookInstall; mode <= kHookUninstall; ++mode) {
             endingCopies([&] { QvInstallerCustomHookProc(nullptr, kHookPreSystemCheck, mode, 0, callback); });
             Texts lines = recorder.take();
@@ -149,7 +149,7 @@ TEST_F(HelperPrograms, BothAreAskedToUninstallInEveryMode)
     }
 }
 
-TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
+TEST_F(HelperPrograms, FoldersArePrependedUnchanged)
 {
     std::string deep;
     for (char name = 'a'; name < 'i'; ++name) {
@@ -160,8 +160,8 @@ TEST_F(HelperPrograms, FoldersArePutInFrontAsTheyAre)
         {{"/A/"}, "", false},
         {{"/100%s%n"}, "", false},
         {{deep}, "", false},           // the message is cut, the path is not
-        {{"/two", "/one"}, "", false}, // the second folder comes before the first
-        {{"/A"}, "UPDATE payload_data SET value = NULL", true}, // an empty text stands in for it
+        {{"/two", "/one"}, "", false}, // the second folder is prepended to the first
+        {{"/A"}, "UPDATE payload_data SET value = NULL", true}, // used like an empty text
         {{"/A"}, "UPDATE payload_data SET domain = 1", true},
     };
     // clang-format on
@@ -197,14 +197,14 @@ TEST_F(HelperPrograms, FailedStartReturnsInTheChildProcess)
     for (std::string process, line; log >> process && std::getline(log.ignore(), line);) {
         linesOf[process].push_back(line);
     }
-    // This process is as if both had been started; the copy, too, goes on and starts the agent.
+    // This process logs as if both had been started. The copy continues, too, and starts the agent.
     EXPECT_EQ(linesOf[std::to_string(getpid())], inApps);
     testing::Matcher<std::string> const any = testing::_;
     std::string const first = executing("/Apps" + analyser), second = executing("/Apps" + agent);
     EXPECT_THAT(linesOf, UnorderedElementsAre(Pair(any, inApps), Pair(any, Texts{first, second, closing}),
                                               Pair(any, Texts{second}), Pair(any, Texts{second})));
     EXPECT_EQ(started(), (Texts{uninstalling("/Apps" + agent), uninstalling("/Apps" + agent)}));
-    EXPECT_EQ(sql(payloadFile, "UPDATE payloads SET installState = 0"), Texts{}); // nobody holds a lock
+    EXPECT_EQ(sql(payloadFile, "UPDATE payloads SET installState = 0"), Texts{}); // no process holds a lock
 }
 
 TEST_F(HelperPrograms, EachFailedForkIsLogged)

@@ -1,4 +1,4 @@
-// The actions on files: the identifier and the events file, with the paths that they have on a machine.
+// The actions on files: the identifier and the events file, at their real paths.
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
 #include "tests/support/log_recorder.h"
@@ -71,7 +71,7 @@ TEST_F(HookActions, IdentifierIsWrittenOnceAndStays)
             written.push_back(readFile(uuidFile));
             EXPECT_TRUE(std::regex_match(written.back(), list)) << written.back();
             EXPECT_EQ(accessOf(uuidFile), "0644 0:0");
-            EXPECT_THAT(namesIn(uuidFolder), ElementsAre("UUID.plist")); // no temporary file is left behind
+            EXPECT_THAT(namesIn(uuidFolder), ElementsAre("UUID.plist")); // no temporary file is left
         }
     }
     EXPECT_EQ(written[1], written[0]);
@@ -115,7 +115,7 @@ TEST_F(HookActions, EventsCopyAndItsFoldersGetTheirAttributes)
     expectLines(copyEvents,
                 {copyStart, notFound, notFound, found, "* Creating Directoty for the file", "* File Copied"});
     writeFile(events("11.0"), "newer");
-    // The second run finds the version-12 file itself and leaves it alone, whatever the older ones hold now.
+    // The second run finds the version-12 file itself and does not change it, even if an older version's file is newer.
     expectLines(copyEvents, {copyStart, found, "* Directory already exists", "* File Copied"});
     EXPECT_EQ(readFile(events("12")), content);
     EXPECT_EQ(accessOf(events("12")), "0640 501:20");

@@ -33,7 +33,7 @@ TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhaseAndRefusesOthers)
             EXPECT_EQ(lines[0], known       ? "::FT::In " + procedures[mode][phase]
                                 : knownMode ? "::FT::Unsupported entry mode specified."
                                             : "::FT::Unsupported install mode specified.");
-            // Only the phases with custom actions say more.
+            // Only phases with custom actions log more lines.
             EXPECT_EQ(lines.size() > 1, known && (phase == kHookPreSystemCheck ||
                                                   (phase == kHookPostPayload && mode != kHookUninstall)));
             EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, nullptr), status);
@@ -63,7 +63,7 @@ TEST_F(HookDispatch, PropertiesAreLookedUp)
         char const* value = untouched;
         auto const session = LogRecorder::session(each.map);
         EXPECT_EQ(session.GetPropetyValue(each.name, each.wantsValue ? &value : nullptr), each.found);
-        EXPECT_EQ(value, each.value); // the very pointer
+        EXPECT_EQ(value, each.value); // the same pointer, not a copy
         EXPECT_EQ(recorder.take(), each.lines);
     }
 }

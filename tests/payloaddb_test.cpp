@@ -1,4 +1,4 @@
-// The payload database as its callers see it, with SQLite itself for a second look at the file.
+// The payload database's functions, and SQLite itself to check the file.
 #include "tests/support/faults.h"
 #include "tests/support/stores.h"
 
@@ -11,7 +11,7 @@ namespace {
 class PayloadDatabase : public ScratchRootTest
 {
 protected:
-    /// Goes on with a session on a new database in which these statements have been run.
+    /// Opens a session on a new database in which these statements have been run.
     void openWith(std::string const& statements)
     {
         session = nullptr;
@@ -22,7 +22,7 @@ protected:
         s = session.get();
     }
 
-    /// What the file holds after a commit.
+    /// Commits, and queries the file.
     std::string stored(std::string const& query) const
     {
         EXPECT_EQ(pdbSessionCommit(s), kVeskOK);
@@ -40,14 +40,14 @@ std::string const threePayloads = "INSERT INTO payloads (PayloadID) VALUES ('A')
 char const* const no = nullptr;
 
 // clang-format off
-/// Room for whatever a function gives back, or none; what a call is given, or all of it but one.
+/// A place for any result of a function, or null; and the arguments of a call, of which one may be missing.
 struct Output { void* room; template<class T> operator T*() const { return static_cast<T*>(room); } };
 struct Given { char const *a, *b, *c; Output out; };
 
 char const* const conflictsOfCall[] = {"X'", nullptr};
 char const* const upgradesOfCall[] = {"Y'", "Z'", nullptr};
 struct { int32_t closed; char const* required; int32_t (*call)(VeskSession*, Given const&); } const calls[] = {
-    // the status on a store that is not open any more; what must be given, by letter
+    // the status on a store that is no longer open; the required arguments, by letter
     {kVeskOK, "", [](auto* h, auto&) { return pdbSessionCommit(h); }},
     {kVeskOK, "", [](auto* h, auto&) { return pdbSessionRollback(h); }},
     {kVeskFailed, "abc", [](auto* h, auto& g) { return pdbAddPayload(h, g.a, g.b, g.c, "v", "s", conflictsOfCall, upgradesOfCall); }},
@@ -95,7 +95,7 @@ TEST_F(PayloadDatabase, EveryFunctionChecksItsArgumentsAndItsStore)
         "CREATE TABLE domain_data (domain TEXT, subdomain, key, value); "
         "INSERT INTO domain_data VALUES (1, 'A''', 'c''', 'v')");
     VeskSession handle{nullptr, kSessionKindPayload};
-    PdbPayloadInfo room; // the largest of all that is given back
+    PdbPayloadInfo room; // the largest of all results
     Given const all{"A'", "B'", "c'", {&room}};
     for (auto const& each : calls) {
         SCOPED_TRACE(&each - calls);
@@ -133,7 +133,7 @@ TEST_F(PayloadDatabase, MarkingInstalledChecksConflictsAndRecordsUpgrades)
 {
     // clang-format off
     struct { std::string relations; int32_t status; char const* upgrades; std::string damage; } const cases[] = {
-        // relations of A, B and C on record, and D that is not; the status; originals and upgraded, as recorded
+        // relations of A, B and C, which are on record, and D, which is not; the status; recorded upgrades as pairs
         {"('A', 'B', 7)", kVeskOK, "", ""},
         {"('B', 'A', 0)", kVeskConflict, "", ""}, // though B is not installed
         {"('A', 'B', 0)", kVeskConflict, "", ""},
@@ -167,13 +167,13 @@ TEST_F(PayloadDatabase, MarkingInstalledChecksConflictsAndRecordsUpgrades)
                   each.upgrades);
         if (each.status != kVeskError) {
             EXPECT_EQ(stored(changed), each.status == kVeskOK ? "A2" : "");
-            EXPECT_EQ(pdbSetInstallState(s, "A", kPdbNotInstalled), kVeskOK); // consults nothing
+            EXPECT_EQ(pdbSetInstallState(s, "A", kPdbNotInstalled), kVeskOK); // ignores relations
             EXPECT_EQ(stored(changed), "A0");
         }
     }
 }
 
-TEST_F(PayloadDatabase, AddingStartsAfreshAndKeepsWhatItDoesNotName)
+TEST_F(PayloadDatabase, AddingReplacesTheRecordAndKeepsRelationsAndData)
 {
     openWith("CREATE TRIGGER t BEFORE INSERT ON dependencies WHEN NEW.PayloadIDb = 'bad' BEGIN SELECT "
              "RAISE(ABORT, ''); END; CREATE TRIGGER u BEFORE UPDATE ON payloads WHEN NEW.PayloadID = 'U' "
@@ -190,7 +190,7 @@ TEST_F(PayloadDatabase, AddingStartsAfreshAndKeepsWhatItDoesNotName)
     EXPECT_EQ(stored("SELECT PayloadIDb || type FROM dependencies ORDER BY 1"), "B0,C1,D1");
     EXPECT_EQ(textOf(pdbGetPayloadData, session, "A", 0, "k"), "v");
 
-    // The first failure ends it and what is written stays; a refused time stamp alone does not matter.
+    // The first failure ends the call, and what it has written stays. Only a refused time stamp is ignored.
     EXPECT_TRUE(allGive(kVeskConstraint, {pdbAddPayload(s, "A", "", "", "", "", withBad, upgrades),
                                           pdbAddPayload(s, "N", "", "", "", "", nullptr, withBad)}));
     EXPECT_EQ(stored("SELECT PayloadID || PayloadIDb FROM dependencies WHERE PayloadIDb > 'D'"), "AE,NE");
@@ -198,7 +198,7 @@ TEST_F(PayloadDatabase, AddingStartsAfreshAndKeepsWhatItDoesNotName)
     EXPECT_EQ(stored("SELECT installTime FROM payloads WHERE PayloadID = 'U'"), "NULL");
 }
 
-TEST_F(PayloadDatabase, RemovingTakesTheUpgradedOriginalsAlong)
+TEST_F(PayloadDatabase, RemovingAlsoRemovesUpgradedOriginals)
 {
     // clang-format off
     struct { char const* removed; int32_t status; char const* left; std::string damage; } const cases[] = {
@@ -260,7 +260,7 @@ TEST_F(PayloadDatabase, RelationsAreOnePerPairAndReadByType)
     std::string kept;
     for (int32_t const type : {INT32_MIN, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 32, INT32_MAX}) {
         EXPECT_EQ(pdbAddPayloadDependency(s, "A", type, "B"), type <= 7 ? kVeskOK : kVeskInvalidArgument);
-        kept = type <= 7 ? "A,B," + std::to_string(type) : kept; // each replaces the one before
+        kept = type <= 7 ? "A,B," + std::to_string(type) : kept; // each replaces the previous one
         EXPECT_EQ(stored("SELECT * FROM dependencies"), kept);
         bool const readable = type >= 0 && type <= 7 && type != kPdbRequires;
         auto const key = static_cast<uint32_t>(type);
@@ -322,7 +322,7 @@ TEST_F(PayloadDatabase, DataAndActions)
     EXPECT_EQ(listed(pdbGetPayloadDataKeysAndValues, session, "A", 0).size(), 9U);
     EXPECT_EQ(listed(pdbGetPayloadDataKeysAndValues, session, "A", 5), "k,five,");
     EXPECT_EQ(listed(pdbGetPayloadDataKeysAndValues, session, "absent", 0), "status 8");
-    // An SQL NULL is no value, and ends a walk over the pairs that stops at the first null entry.
+    // A NULL reads as no value, and is a null entry in the list of pairs.
     EXPECT_EQ(s->store->queryNR("UPDATE payload_data SET value = NULL WHERE domain = '0'"), kVeskOK);
     EXPECT_EQ(textOf(pdbGetPayloadData, session, "A", 0, "k"), "status 8");
     char const** list = nullptr;

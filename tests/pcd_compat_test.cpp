@@ -1,4 +1,4 @@
-// The configuration stores: how the master and the cache store hang together, and their settings.
+// The configuration stores: how opening the master store involves the cache store, and the settings of both.
 #include "libdolmvesk/pcd_compat.h"
 #include "tests/support/stores.h"
 
@@ -12,17 +12,17 @@ class ConfigurationStores : public ScratchRootTest
 {
 };
 
-TEST_F(ConfigurationStores, TheMasterBringsTheCacheAlong)
+TEST_F(ConfigurationStores, OpeningTheMasterCreatesTheCache)
 {
     VeskSession* session = nullptr;
     opened(pcdOpenCacheSession);
-    EXPECT_EQ(pcdOpenSessionNoCreate(&session), kVeskNotFound); // and never the other way round
+    EXPECT_EQ(pcdOpenSessionNoCreate(&session), kVeskNotFound); // the cache does not create the master
     for (auto const open : {pcdOpenSession, pcdOpenSessionNoCreate}) {
         unlink(cacheFile.c_str());
         opened(open);
         EXPECT_EQ(rows(cacheFile, "SELECT count(*) FROM pcd_meta"), "2");
     }
-    // When the cache fails, its status comes with a live session on the master.
+    // If the cache fails, its status is returned with an open session on the master.
     unlink(cacheFile.c_str());
     makeFolders(cacheFile);
     EXPECT_EQ(pcdOpenSession(&session), kVeskFailed);
@@ -79,7 +79,7 @@ TEST_F(ConfigurationStores, SettingsAreListedAndRemoved)
     EXPECT_EQ(pcdGetDomainData(s, 3, "many", "1", &value), kVeskOK);
     EXPECT_EQ(listed(pcdGetDomainDataKeys, open, 3, "many").size(), 6U);
     EXPECT_EQ(listed(pcdGetDomainDataSubdomains, open, 3).size(), 9U); // each once
-    for (int round = 0; round < 2; ++round) {                          // what is not there is no error
+    for (int round = 0; round < 2; ++round) {                          // a missing setting is no error
         EXPECT_TRUE(allGive(kVeskOK, {pcdSetDomainData(s, 3, "many", "1", nullptr),
                                       pcdRemoveDomainData(s, 3, "many", "2"),
                                       pcdRemoveDomainData(s, -3, "other", "5")}));
@@ -89,7 +89,7 @@ TEST_F(ConfigurationStores, SettingsAreListedAndRemoved)
     EXPECT_EQ(listed(pcdGetDomainDataKeys, open, -3, "other"), "status 8");
     EXPECT_EQ(listed(pcdGetDomainDataSubdomains, open, -3), "status 8");
     EXPECT_EQ(pcdSessionRollback(s), kVeskOK);
-    EXPECT_EQ(keys[0] + std::string(value), "1v"); // what was read stays, to the end of the session
+    EXPECT_EQ(keys[0] + std::string(value), "1v"); // results stay until the session is closed
 }
 
 } // namespace

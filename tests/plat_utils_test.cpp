@@ -30,7 +30,7 @@ TEST_F(FileHelpers, PathsAreJoinedWithOneSlash)
     }
 }
 
-TEST_F(FileHelpers, FoldersAreMadeBySuperUserAlone)
+TEST_F(FileHelpers, OnlyTheSuperUserCreatesFolders)
 {
     writeFile("/a/file", "");
     // clang-format off
@@ -61,7 +61,7 @@ TEST_F(FileHelpers, FoldersAreMadeBySuperUserAlone)
     EXPECT_EQ(umask(022), 077U);
 }
 
-TEST_F(FileHelpers, CopiesAreWholeAtEverySize)
+TEST_F(FileHelpers, CopiesAreCompleteAtEverySize)
 {
     for (size_t size : {0U, 1U, 2U, 16383U, 16384U, 16385U, 100000U}) {
         SCOPED_TRACE(size);
@@ -81,7 +81,7 @@ TEST_F(FileHelpers, CopiesAreWholeAtEverySize)
         EXPECT_FALSE(veskiLoadFileContents("/missing", bytes) || veskiLoadFileContents("/", bytes));
     }
     EXPECT_FALSE(veskiCopyDatabaseFile("/missing", "/target"));
-    EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/missing/target")); // nothing is copied: intended
+    EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/missing/target")); // nothing is copied; not an error
     EXPECT_FALSE(exists("/missing"));
     makeFolders("/folder");
     EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/folder"));
@@ -94,9 +94,9 @@ TEST_F(FileHelpers, CopiesAreWholeAtEverySize)
     }
 }
 
-TEST_F(FileHelpers, CopyGivesSQLiteNothingToWarnOf)
+TEST_F(FileHelpers, CopyingCausesNoWarningsOfSQLite)
 {
-    // In a process of its own: what SQLite's log calls is set before SQLite is used.
+    // In its own process: SQLite's log function must be set before SQLite is used.
     inChildProcess([] {
         auto const warn = [](void*, int code, char const* message) {
             ADD_FAILURE() << code << ": " << message;

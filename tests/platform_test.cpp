@@ -1,4 +1,4 @@
-// The contract of the platform interface: what every system's set of sources must keep.
+// The contract of the platform interface, which every system's set of sources must fulfil.
 #include "platform/home_folder.h"
 #include "platform/platform.h"
 #include "tests/support/scratch_root.h"
@@ -16,7 +16,7 @@ namespace {
 
 using Platform = ScratchRootTest;
 
-TEST_F(Platform, HomeIsTheUserRecordsUnlessTheEnvironmentCounts)
+TEST_F(Platform, HomeComesFromTheEnvironmentOrTheUserRecord)
 {
     setHome("/var/root");
     for (char const* home : {"/Users/ann", ""}) {
@@ -39,9 +39,9 @@ TEST_F(Platform, PropertyListReplacesAFileAndEscapesItsText)
     EXPECT_THAT(namesIn("/"), ElementsAre("folder.plist", "list.plist"));
 }
 
-TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNothingHalfDone)
+TEST_F(Platform, CopyRefusesAnExistingTargetAndLeavesNoPartialCopy)
 {
-    setHome("/"); // GNUstep copies a folder only where the users' records name its owner
+    setHome("/"); // GNUstep copies a folder only if the users' records name its owner
     platform::HomeFolder const home("/");
     writeFile("/from", "bytes");
     chmod("/from", 0604);

@@ -1,5 +1,5 @@
-// The built plug-in as an installer's process meets it: found by symbol names, called with words. Nothing of the
-// plug-in's headers is used, so that a changed type or calling convention there cannot change both sides.
+// The built plug-in's binary interface: symbols are looked up by name and called with machine words. The plug-in's
+// headers are not used, so that a changed type or calling convention in them cannot change both sides.
 #include "tests/support/scratch_root.h"
 
 #include <array>
@@ -17,8 +17,7 @@ void recordLine(char const* message)
     firstLine = firstLine.empty() ? message : firstLine;
 }
 
-/// Calls a procedure with five words as cdecl code does: they lie on the stack, and stay there for the caller to
-/// remove.
+/// Calls a procedure with five words as cdecl code does: on the stack, from which the caller removes them.
 __attribute__((noinline)) std::uint32_t callWithWords(void* procedure, Words words)
 {
 #ifdef __i386__
@@ -41,7 +40,7 @@ __attribute__((noinline)) std::uint32_t callWithWords(void* procedure, Words wor
 
 TEST(PluginABI, EntryPointsTakeWordsAndPhaseProceduresARecordByReference)
 {
-    // Loaded before the scratch root is entered, with all that it links.
+    // Load the plug-in and its libraries before entering the scratch root.
     void* const plugin = dlopen(PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(plugin, nullptr) << dlerror();
     testing_support::ScratchRoot const root;

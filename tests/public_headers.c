@@ -1,4 +1,4 @@
-/* The public headers as a C99 program sees them: they compile, and what they declare links. */
+/* The public headers in a C99 program: they compile, and the functions that they declare link. */
 #include "hooks/CustomHooks.h"
 #include "libdolmvesk/pcd_compat.h"
 #include "libdolmvesk/session.h"

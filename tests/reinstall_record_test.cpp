@@ -1,4 +1,4 @@
-// The product code that a reinstall records: the phase's status, its log line by line, and the row.
+// Recording the product code in a reinstall: the phase's status, its log lines, and the row.
 #include "hooks/CustomHooks.h"
 #include "libdolmvesk/pcd_compat.h"
 #include "tests/support/log_recorder.h"
@@ -14,7 +14,7 @@ HookProperty const noCode[] = {{"zelkoCode", "FT-12"}, {nullptr, "ZelkoCode"}};
 HookProperty const productCode[] = {{"INSTALLDIR", "/"}, {"ZelkoCode", "{FT'12}"}, {nullptr, nullptr}};
 HookProperty const nullCode[] = {{"ZelkoCode", nullptr}, {nullptr, nullptr}};
 
-// The lines of the record.
+// The log lines of this action.
 // clang-format off
 std::string const begins = "* Begin Extracting Tessarine ZelkoCode", extracted = "* Extracted Tessarine ZelkoCode", closes = "* Closing Master PCD";
 Texts const refused{begins, "* Error Extracting Tessarine ZelkoCode"};
@@ -28,7 +28,7 @@ Texts const failedWithNull{begins, extracted, "", written[3], written[4], failed
 class ReinstallRecord : public ScratchRootTest
 {
 protected:
-    /// Runs the phase and expects a status, the lines of the record and the row in the store.
+    /// Runs the phase and expects a status, the action's log lines and the row in the store.
     void expectPhase(HookProperty const* properties, uint32_t status, Texts const& record,
                      char const* row = "")
     {
@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(QvInstallerCustomHookProc(properties, kHookPostPayload, 1, 0, LogRecorder::callback()),
                   status);
         Texts lines = recorder.take();
-        ASSERT_EQ(lines.size(), expected.size() + 5); // the events file's migration follows
+        ASSERT_EQ(lines.size(), expected.size() + 5); // the lines about the events file follow
         lines.resize(expected.size());
         EXPECT_EQ(lines, expected);
         EXPECT_EQ(exists(masterFile) ? rows(masterFile, "SELECT * FROM domain_data") : "", row);
@@ -58,29 +58,29 @@ TEST_F(ReinstallRecord, NothingIsCreatedWithoutProductCodeOrStore)
     opened(pcdOpenSession);
     unlink(cacheFile.c_str());
     expectPhase(noCode, kHookNoProductCode, refused);
-    EXPECT_FALSE(exists(cacheFile)); // opening the master would have brought it back
+    EXPECT_FALSE(exists(cacheFile)); // opening the master would have created it
 }
 
-TEST_F(ReinstallRecord, TheRowIsWrittenOnceAndFailuresAreSwallowed)
+TEST_F(ReinstallRecord, TheRowIsWrittenOnceAndFailuresAreIgnored)
 {
     opened(pcdOpenSession);
     for (int mode : {kHookInstall, kHookUninstall}) {
         QvInstallerCustomHookProc(productCode, kHookPostPayload, mode, 0, nullptr);
     }
     expectPhase(nullCode, kHookOK, failedWithNull);
-    setHome("/"); // Foundation wants a record of the user
+    setHome("/"); // Foundation requires a record of the user
     canBecomeOrdinaryUser() ? asOrdinaryUser([&] { expectPhase(productCode, kHookOK, failed); }) : void();
     sql(masterFile, "CREATE TRIGGER refuse BEFORE INSERT ON domain_data BEGIN SELECT RAISE(ABORT, ''); END");
     expectPhase(productCode, kHookOK, failed);
-    EXPECT_EQ(rows(masterFile, "BEGIN EXCLUSIVE; DROP TRIGGER refuse; COMMIT"), ""); // nothing is held
+    EXPECT_EQ(rows(masterFile, "BEGIN EXCLUSIVE; DROP TRIGGER refuse; COMMIT"), ""); // no lock is held
     for (int run = 0; run < 2; ++run) {
         expectPhase(productCode, kHookOK, written, "1,{FT'12},DefaultDriverPayload,{FT'12}");
     }
-    // The master store opens and the cache store does not: the log calls that no master either.
+    // The master store opens and the cache store does not: logged as a missing master store.
     sql(masterFile, "DELETE FROM domain_data");
     unlink(cacheFile.c_str());
     makeFolders(cacheFile);
-    expectPhase(productCode, kHookOK, noStore); // and the live handle is closed
+    expectPhase(productCode, kHookOK, noStore); // and the master's session is closed
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The tables and triggers that new files get, and the catalogue's way from version 1 to version 2.
+// The tables and triggers of new files, and the catalogue's upgrade from version 1 to version 2.
 #include "libdolmvesk/schemas.h"
 #include "tests/support/stores.h"
 
@@ -8,8 +8,7 @@ namespace {
 
 using StoreSchemas = ScratchRootTest;
 
-/// FNV-1a of the statements that have made a file's tables and triggers. They stay as they are for ever: a changed blank
-/// is a fault.
+/// FNV-1a of the statements that created a file's tables and triggers. They must never change, not even in white space.
 uint64_t digestOf(std::string const& file)
 {
     uint64_t digest = 0xCBF29CE484222325;
@@ -46,7 +45,7 @@ TEST_F(StoreSchemas, NewFilesHoldTheirTablesAndTriggers)
 
 TEST_F(StoreSchemas, ChainsOfUpgradesAreShortened)
 {
-    // As many links as ten rounds of doubling reach, and 76 more; and a chain whose rows lie in no order.
+    // A chain of the 1024 upgrades that ten runs resolve and 76 more, and a chain whose rows are unordered.
     StatementList const versionOne[] = {gVeskSchemas[0], nullptr};
     VeskiDataStore const old(databaseRoot + "vesk", "vesk.db", versionOne, false, false, kSchemaTypePayload);
     sql(catalogueFile, "WITH RECURSIVE n(i) AS (SELECT 1000 UNION ALL SELECT i + 1 FROM n WHERE i < 2099) "

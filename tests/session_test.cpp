@@ -1,4 +1,4 @@
-// What sessions on all four databases have in common, and the backup copies.
+// What the sessions on all four databases share, and the backup copies.
 #include "tests/support/faults.h"
 #include "tests/support/stores.h"
 
@@ -37,7 +37,7 @@ TEST_F(Sessions, AreOpenedWithAndWithoutCreating)
                                                 store.openNoCreate(nullptr)}));
             EXPECT_TRUE(session == untouched && time == 77 && namesIn("/").size() == folderInTheWay);
         }
-        EXPECT_EQ(store.open(&session), kVeskFailed); // and the master's failure leaves no cache behind
+        EXPECT_EQ(store.open(&session), kVeskFailed); // a master that fails creates no cache
         EXPECT_TRUE(session == nullptr && namesIn(store.folder).size() == 1);
         rmdir(store.file.c_str());
         EXPECT_EQ(opened(store.open)->kind, store.kind);
@@ -84,7 +84,7 @@ TEST_F(Sessions, CommitRollBackAndClose)
     forEachStore([](Store const& store) {
         opened(veskOpenSession);
         auto session = opened(store.open);
-        // What lost power and other processes leave is SQLite's concern under these settings.
+        // With these settings, SQLite itself handles power failures and other processes.
         for (auto const& [pragma, setting] :
              {std::pair("synchronous", "2"), {"journal_mode", "delete"}, {"busy_timeout", "2000"}}) {
             char const* value = nullptr;
@@ -101,7 +101,7 @@ TEST_F(Sessions, CommitRollBackAndClose)
         EXPECT_EQ(store.close(session.release()), kVeskOK);
         EXPECT_EQ(rows(store.file, store.keys), "closed,committed");
 
-        // The payload database's commits refresh the catalogue's backup, also without a store.
+        // The payload database's commits back up the catalogue, even without a store.
         bool const refreshes = store.kind == kSessionKindPayload;
         EXPECT_EQ(exists(backupFile) && readFile(backupFile) == readFile(catalogueFile), refreshes);
         auto* const storeless = new VeskSession{nullptr, store.kind};
@@ -129,7 +129,7 @@ TEST_F(Sessions, CloseFreesWhateverFails)
         sqlite3_close(reader);
         EXPECT_FALSE(exists(backupFile));
 
-        // A failed close is told, after the commit has been done; how the backup went is not.
+        // A failed close is reported, and the changes are committed; a failed backup is not reported.
         writeFile(backupPath, "in the way");
         session = opened(store.open);
         EXPECT_TRUE(allGive(kVeskOK, {store.write(session.get(), "committed"), store.commit(session.get()),
@@ -144,10 +144,10 @@ TEST_F(Sessions, CloseFreesWhateverFails)
     });
 }
 
-TEST_F(Sessions, KeepOutOfEachOthersWay)
+TEST_F(Sessions, LockEachOtherOut)
 {
     auto const refused = [] {
-        auto const other = opened(pcdOpenSessionNoCreate); // opens while somebody writes
+        auto const other = opened(pcdOpenSessionNoCreate); // opens during another session's transaction
         sqlite3_busy_timeout(other->store->db, 1);
         EXPECT_EQ(writeSetting(other.get(), "other"), kVeskBusy);
     };
@@ -176,13 +176,13 @@ TEST_F(Sessions, BackupsCopyTheFile)
         EXPECT_EQ(backup(), kVeskOK);
         EXPECT_EQ(accessOf(backupPath) + ' ' + accessOf(copy), "0775 0:0 0644 0:0");
         EXPECT_TRUE(allGive(kVeskOK, {store.write(session.get(), "new"), store.commit(session.get())}));
-        EXPECT_EQ(rows(copy, store.keys), ""); // nobody's commit refreshes its own
+        EXPECT_EQ(rows(copy, store.keys), ""); // no commit backs up its own database
         EXPECT_EQ(backup(), kVeskOK);
         EXPECT_EQ(readFile(copy), readFile(store.file));
         arm({" pread64 ", EIO}, 1, Strike::kFromThenOn);
         EXPECT_EQ(backup(), kVeskIOError);
         disarm();
-        // Intended: a target that does not open counts as copied, and the status is the folder's.
+        // A target that cannot be opened is not reported: the status is the folder's.
         unlink(copy.c_str());
         makeFolders(copy);
         EXPECT_EQ(backup(), kVeskOK);

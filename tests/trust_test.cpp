@@ -1,4 +1,4 @@
-// What the super-user's process does where other users may write: their homes, the shared store, folders left open.
+// The super-user's process where other users may write: their homes, the shared store, folders left writable.
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
 #include "libdolmvesk/pcd_compat.h"
@@ -41,7 +41,7 @@ Texts const created = {"customevents.dat file not found", "customevents.dat file
 Texts const existed = {"customevents.dat file not found", "customevents.dat file found",
                        "Directory already exists", "File Copied"};
 
-/// Gives all there is at and below a path to a user; links are not followed.
+/// Gives a file, or a folder and everything below it, to a user; links are not followed.
 void give(std::string const& path, uid_t user = ann, gid_t group = staff)
 {
     EXPECT_EQ(lchown(path.c_str(), user, group), 0) << path;
@@ -57,8 +57,8 @@ void plantLink(std::string const& to, std::string const& path)
     EXPECT_EQ(symlink(to.c_str(), path.c_str()) + lchown(path.c_str(), ann, staff), 0) << path;
 }
 
-/// Carries the events file over and returns what is logged, without the start line and the usual prefix. Each line is
-/// logged with the process's own rights.
+/// Copies the events file to version 12 and returns the log, without the start line and the usual prefix. Expects that
+/// the process has its own rights whenever it logs.
 Texts carryEventsOver()
 {
     static Texts lines;
@@ -87,7 +87,7 @@ protected:
     }
     void TearDown() override { setgroups(0, nullptr); }
 
-    /// A home of ann's with an events file of version 11.0, and files that are none of her business.
+    /// Makes a home of ann's with an events file of version 11.0, and files of root's outside it.
     void makeHome()
     {
         root.renew();
@@ -109,7 +109,7 @@ protected:
     }
 };
 
-TEST_F(Home, NothingIsReachedThatItsOwnerCouldNotReach)
+TEST_F(Home, NothingIsReachedThatItsOwnerCannotReach)
 {
     // clang-format off
     struct { char const* name; std::function<void()> plant; Texts lines; } const cases[] = {
@@ -134,7 +134,7 @@ TEST_F(Home, NothingIsReachedThatItsOwnerCouldNotReach)
         EXPECT_EQ(carryEventsOver(), each.lines);
         expectUntouchedVictims();
     }
-    EXPECT_THAT(namesIn(dataFolder), IsEmpty()); // of the last one: no part of a copy stays
+    EXPECT_THAT(namesIn(dataFolder), IsEmpty()); // after the last case: no partial copy is left
 }
 
 TEST_F(Home, ACopiedLinkIsItsOwnersAndLeadsNowhere)
@@ -196,7 +196,7 @@ TEST_F(Home, AFolderClosedToItsOwnerIsOpened)
 TEST_F(Home, RootsOwnFoldersAreServedByRoot)
 {
     if (!HOME_IN_ENVIRONMENT_COUNTS) {
-        GTEST_SKIP() << "the sources for macOS leave such folders alone";
+        GTEST_SKIP() << "the sources for macOS do not exempt such folders";
     }
     std::string const opened = "::FT::Giving Permission to Tessarine";
     // clang-format off
@@ -298,7 +298,7 @@ TEST_F(Home, NothingIsLookedAtWithoutTheRightsOfItsOwner)
     });
     makeHome();
     ASSERT_EQ(chown(home.c_str(), 0, 0) + chmod(home.c_str(), 01777), 0);
-    EXPECT_EQ(carryEventsOver(), Texts(4, created[0])); // root's own rights would follow anybody's links
+    EXPECT_EQ(carryEventsOver(), Texts(4, created[0])); // root's own rights would follow any user's links
 }
 
 // --- the machine's own folders
@@ -321,7 +321,7 @@ TEST_F(Machine, AnOpenMaskLeavesNothingOpen)
     umask(0);
     createUUIDFile(LogRecorder::session());
     EXPECT_EQ(access(), closed);
-    // What an earlier version has left open.
+    // As earlier versions left them.
     for (auto const& path : paths) {
         chmod(path.c_str(), statusOf(path).st_mode | 0022);
     }
@@ -330,7 +330,7 @@ TEST_F(Machine, AnOpenMaskLeavesNothingOpen)
     EXPECT_EQ(access()[0], "0775 0:0");
     createUUIDFile(LogRecorder::session());
     EXPECT_EQ(access(), (Texts{"0775 0:0", "0775 0:0", "0775 0:0", "0664 0:0"}));
-    // Not through a link that was planted while the folder was open.
+    // Not through a link that was planted while the folder was writable.
     makeFolders("/open");
     ASSERT_EQ(chmod("/open", 01777) + rename(paths[1].c_str(), "/moved") + symlink("/open", paths[1].c_str()),
               0);
@@ -350,7 +350,7 @@ TEST_F(Machine, RootsLinksToOtherVolumesAreFollowedByBackups)
         EXPECT_EQ(backUp(), kVeskOK);
         std::string const backup = backupPath + file.substr(file.rfind('/'));
         EXPECT_TRUE(exists(backup) && readFile(backup) == readFile(volume));
-        // A backup that is the database itself.
+        // A backup that is a hard link to the database itself.
         std::string const content = readFile(volume);
         ASSERT_EQ(unlink(backup.c_str()) + link(volume.c_str(), backup.c_str()), 0);
         EXPECT_EQ(backUp(), kVeskIOError);
@@ -368,7 +368,7 @@ protected:
     std::string const journal = cacheFile + "-journal";
 };
 
-TEST_F(SharedStore, AWorldWritableFileOfRootsMayHaveAnotherName)
+TEST_F(SharedStore, AWorldWritableFileOfRootsMayHaveSeveralHardLinks)
 {
     ASSERT_EQ(link(cacheFile.c_str(), "/elsewhere"), 0);
     HookProperty const properties[] = {{"ZelkoCode", "code"}, {nullptr, nullptr}};
@@ -408,7 +408,7 @@ TEST_F(SharedStore, LinksAndPipesInPlaceOfItsFilesAreRefused)
             VeskSession* session = nullptr;
             EXPECT_EQ(pcdOpenCacheSession(&session), expected);
             expected == kVeskOK ? pcdCloseSession(session) : 0;
-            EXPECT_EQ(pcdOpenSession(&session), expected); // the master store's opens it, too
+            EXPECT_EQ(pcdOpenSession(&session), expected); // the master store's also opens it
             pcdCloseSession(session);
             EXPECT_EQ(accessOf("/victims/file"), "4640 0:0");
             EXPECT_EQ(statusOf("/victims/file").st_size, 0);

@@ -21,13 +21,13 @@ std::string reasonFor(int error)
 {
     switch (error) {
     case ENOENT:
-        return "there is no such folder; make it first or give one that exists";
+        return "no such folder; create it first or give an existing one";
     case ENOTDIR:
-        return "this is not a folder; give the folder that holds the other root";
+        return "this is not a folder; give the folder that contains the other root";
     case EACCES:
         return "this user may not enter the folder; its path needs search permission (x) throughout";
     case EPERM:
-        return "entering another root takes the super-user; run this as root or under "
+        return "entering another root requires the super-user; run this as root or under "
                "'unshare --user --map-root-user'";
     default:
         return std::strerror(error);

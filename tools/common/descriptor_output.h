@@ -1,4 +1,4 @@
-/// Writing to a descriptor whose reader may be slow or gone.
+/// Writing to a descriptor whose reader may be slow or may have closed it.
 #ifndef TOOLS_COMMON_DESCRIPTOR_OUTPUT_H
 #define TOOLS_COMMON_DESCRIPTOR_OUTPUT_H
 
@@ -7,15 +7,14 @@
 
 namespace common {
 
-/// Writes all of a text, in one piece as far as the descriptor allows. Waits for room, even in a descriptor that
-/// does not block.
+/// Writes all of a text, in as few calls as the descriptor allows. Waits for room, even in a non-blocking descriptor.
 ///
-/// @return 0, or the errno for which the rest of the text was lost
+/// @return 0, or the errno of the failed write, after which the rest of the text is lost
 int writeAll(int descriptor, std::string_view text) noexcept;
 
 /// The message about lost output.
 ///
-/// @param error  the errno for which it was lost
+/// @param error  what writeAll returned
 std::string lossOf(int error);
 
 } // namespace common

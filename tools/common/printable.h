@@ -1,4 +1,4 @@
-/// Text of unknown origin, made fit for a line on a terminal.
+/// Makes text of unknown origin safe to print as one line on a terminal.
 #ifndef TOOLS_COMMON_PRINTABLE_H
 #define TOOLS_COMMON_PRINTABLE_H
 
@@ -7,17 +7,17 @@
 
 namespace common {
 
-/// Makes visible: control characters, those of U+0080 to U+009F too, as UTF-8 or as single bytes, except tabs; and
-/// characters that change the direction of writing. The text stays on its line and leaves the terminal alone. Other
-/// bytes stay, even those that are no UTF-8.
+/// Escapes control characters except tabs, and characters that change the direction of writing. U+0080 to U+009F count
+/// as control characters, as UTF-8 or as single bytes. So the text stays on one line and cannot control the terminal.
+/// Other bytes stay unchanged, even invalid UTF-8.
 ///
 /// @param text         any bytes
-/// @param alsoEscaped  ASCII characters to make visible besides, such as "\\\t" where escapes must be told from text
-///                     and tabs separate columns
-/// @return the text with such characters as \n, \r, \t, \\ or, byte by byte, \xNN
+/// @param alsoEscaped  ASCII characters to escape, too, such as "\\\t" if escapes must differ from text and tabs
+///                     separate columns
+/// @return the text with these characters escaped as \n, \r, \t, \\ or, byte by byte, \xNN
 std::string printable(std::string_view text, std::string_view alsoEscaped = "");
 
-/// The same, at the end of another text.
+/// Appends the same to another text.
 void appendPrintable(std::string& result, std::string_view text, std::string_view alsoEscaped = "");
 
 } // namespace common

@@ -26,7 +26,7 @@ std::size_t characterLength(std::string_view text, std::size_t at)
                                : isBetween(first, 0xE0, 0xEF) ? 3
                                : isBetween(first, 0xF0, 0xF4) ? 4
                                                               : 0;
-    // The second byte rules out longer forms of shorter characters, surrogates, and numbers beyond 10FFFF.
+    // The second byte excludes overlong encodings, surrogates, and numbers above 10FFFF.
     unsigned char const lowest = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
     unsigned char const highest = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
     if (length == 0 || !isBetween(byteAt(text, at + 1), lowest, highest)) {

@@ -4,7 +4,7 @@
 
 namespace common {
 
-/// The project's version as CMakeLists.txt has it, such as "12.0". Static.
+/// The project's version, as set in CMakeLists.txt, such as "12.0".
 extern char const* const version;
 
 } // namespace common
