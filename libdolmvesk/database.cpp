@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <sqlite3.h>
 
 namespace {
@@ -47,14 +48,15 @@ public:
     sqlite3_stmt* handle = nullptr;
 };
 
-/// While it lives, limits the time and memory that reading the versions of a file takes: a crafted file must not block
-/// opening.
+/// While it lives, limits the time and memory that reading the versions of a file takes, and the file's schema, which
+/// SQLite reads first: a crafted file must not block opening.
 class VersionReading
 {
 public:
-    /// @param shared  whether other users may have crafted the file. Only then are views, functions and long values
-    ///                restricted, too: an administrator's own views must not prevent a file's upgrade
-    VersionReading(sqlite3* database, bool shared) : db(database)
+    /// @param shared  whether other users may have crafted the file. Only then are views, functions, long values and
+    ///                large schemas restricted, too: an administrator's own views must not prevent a file's upgrade
+    VersionReading(sqlite3* database, bool shared)
+        : db(database), mostChecks(shared ? mostChecksOfShared : mostChecksOfOwn)
     {
         sqlite3_progress_handler(db, instructionsBetweenChecks, isOver, this);
         if (shared) {
@@ -86,14 +88,16 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    // Reading the versions of an intact file takes some hundred VDBE instructions.
+    // Reading the versions of an intact file takes some hundred VDBE instructions. Of a schema, a row takes about ten,
+    // but its text is parsed between two of them and can take fifty times its length in memory.
     static int const instructionsBetweenChecks = 1000;
-    static int const mostChecks = 1000;
+    static int const mostChecksOfOwn = 1000;
+    static int const mostChecksOfShared = 2;
 
     static int isOver(void* object)
     {
         auto& reading = *static_cast<VersionReading*>(object);
-        return ++reading.checks > mostChecks || Clock::now() > reading.end ? 1 : 0;
+        return ++reading.checks > reading.mostChecks || Clock::now() > reading.end ? 1 : 0;
     }
 
     struct Limit
@@ -108,11 +112,14 @@ private:
     };
 
     sqlite3* const db;
+    int const mostChecks;
     Clock::time_point const end = Clock::now() + std::chrono::seconds(2);
     int checks = 0;
     bool bounded = false;
-    std::array<Limit, 3> limits = {
-        {{SQLITE_LIMIT_LENGTH, 1'000'000}, {SQLITE_LIMIT_FUNCTION_ARG, 0}, {SQLITE_LIMIT_VDBE_OP, 10'000}}};
+    std::array<Limit, 4> limits = {{{SQLITE_LIMIT_LENGTH, 1'000'000},
+                                    {SQLITE_LIMIT_SQL_LENGTH, 2'000},
+                                    {SQLITE_LIMIT_FUNCTION_ARG, 0},
+                                    {SQLITE_LIMIT_VDBE_OP, 10'000}}};
     // SQLITE_DBCONFIG_ENABLE_VIEW and SQLITE_DBCONFIG_TRUSTED_SCHEMA of newer SQLite versions; older ones ignore them.
     std::array<Setting, 2> settings = {{{1015, 1}, {1017, 1}}};
 };
@@ -291,9 +298,12 @@ int32_t VeskiDataStore::applySchemas()
     int32_t current = 0;
     int32_t compatible = 0;
     int32_t result = kVeskOK;
-    {
-        VersionReading const bounds(db, restrictedVfs != nullptr);
-        result = readVersions(current, compatible);
+    bool const shared = restrictedVfs != nullptr;
+    std::optional<VersionReading> bounds(std::in_place, db, shared);
+    result = readVersions(current, compatible);
+    if (!shared) {
+        bounds
+            .reset(); // an upgrade of many rows takes its time; in the shared store, it reads the schema once more
     }
     if (compatible > newest) {
         return kVeskSchemaTooNew;

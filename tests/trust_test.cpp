@@ -564,7 +564,10 @@ TEST_F(SharedStore, CraftedVersionsCostLittle)
          "CREATE TABLE pcd_meta (key TEXT, value TEXT AS (hex(zeroblob(400000000)))); INSERT INTO pcd_meta VALUES "
          "('schema_version')",
          "CREATE TABLE pcd_meta (key TEXT, value BLOB); INSERT INTO pcd_meta VALUES ('schema_version', "
-         "zeroblob(100000000))"}) {
+         "zeroblob(100000000))",
+         "PRAGMA writable_schema = 1; WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 10) "
+         "INSERT INTO sqlite_master SELECT 'view', 'v' || i, 'v' || i, 0, 'CREATE VIEW v' || i || ' AS SELECT 1 WHERE "
+         "1 IN (' || replace(hex(zeroblob(200000)), '0', '1,') || '1)' FROM n"}) {
         SCOPED_TRACE(crafted);
         unlink(cacheFile.c_str());
         sql(cacheFile, crafted);
