@@ -123,6 +123,8 @@ TEST_F(Home, NothingIsReachedThatItsOwnerCannotReach)
         {"a hard link for the version folder", [] { link("/victims/file", versionFolder.c_str()); }, created},
         {"a hard link for the data folder", [] { makeFolders(versionFolder); give(versionFolder);
             link("/victims/file", dataFolder.c_str()); }, {existed[0], existed[1], existed[2], "::FT::Giving Permission to Tessarine", existed[3]}},
+        {"folders without end", [] { unlink(older.c_str()); std::string deep = older;
+            for (int level = 0; level < 150; ++level) { deep += "/d"; } makeFolders(deep); give(older); }, created},
         {"a folder with a file that its owner cannot read", [] { unlink(older.c_str()); makeFolders(older); give(older);
             link("/victims/file", (older + "/file").c_str()); }, created},
     };
@@ -132,6 +134,7 @@ TEST_F(Home, NothingIsReachedThatItsOwnerCannotReach)
         makeHome();
         each.plant();
         EXPECT_EQ(carryEventsOver(), each.lines);
+        EXPECT_FALSE(HOME_IN_ENVIRONMENT_COUNTS && exists(target + "/d"));
         expectUntouchedVictims();
     }
     EXPECT_THAT(namesIn(dataFolder), IsEmpty()); // after the last case: no partial copy is left

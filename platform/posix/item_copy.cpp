@@ -21,6 +21,9 @@ static_assert(
 
 namespace {
 
+/// Deeper folders are not copied: each level takes stack and two descriptors, and a user can nest folders without end.
+constexpr int deepestFolder = 100;
+
 /// Runs a system call with an account's rights, repeating it when a signal interrupts it.
 ///
 /// @return its result; -1, with errno EACCES, if the rights cannot be taken
@@ -183,14 +186,14 @@ bool namesIn(int folder, std::vector<std::string>& names)
     return errno == 0;
 }
 
-bool create(Place const& from, Place const& to, bool asSuperUser);
+bool create(Place const& from, Place const& to, bool asSuperUser, int depth);
 
-bool copyFolder(Place const& from, Place const& to, bool asSuperUser)
+bool copyFolder(Place const& from, Place const& to, bool asSuperUser, int depth)
 {
     Descriptor const source = openExisting(from, O_RDONLY | O_DIRECTORY);
     struct stat status = {};
     std::vector<std::string> names;
-    if (!source.isOpen() || fstat(source.get(), &status) != 0 ||
+    if (depth > deepestFolder || !source.isOpen() || fstat(source.get(), &status) != 0 ||
         (asSuperUser && from.account == nullptr && !isClosedRootFolder(source.get())) ||
         with(from.account, [&] { return namesIn(source.get(), names) ? 0 : -1; }) != 0 ||
         with(to.account, [&] { return mkdirat(to.folder, to.name.c_str(), 0700); }) != 0) {
@@ -201,7 +204,8 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser)
         return false;
     }
     for (auto& name : names) {
-        if (!create({source.get(), name, from.account}, {target.get(), name, to.account}, asSuperUser)) {
+        if (!create({source.get(), name, from.account}, {target.get(), name, to.account}, asSuperUser,
+                    depth + 1)) {
             return false;
         }
     }
@@ -213,7 +217,7 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser)
 }
 
 /// Copies to a place where nothing exists. A failure can leave a part of the copy.
-bool create(Place const& from, Place const& to, bool asSuperUser)
+bool create(Place const& from, Place const& to, bool asSuperUser, int depth)
 {
     struct stat status = {};
     if (!examine(from, status)) {
@@ -225,23 +229,24 @@ bool create(Place const& from, Place const& to, bool asSuperUser)
     case S_IFLNK:
         return copyLink(from, to, status);
     case S_IFDIR:
-        return copyFolder(from, to, asSuperUser);
+        return copyFolder(from, to, asSuperUser, depth);
     default:
         return false;
     }
 }
 
 /// Removes what exists at a place, if the place's rights allow it.
-void removeItem(Place const& place)
+void removeItem(Place const& place, int depth = 1)
 {
-    if (with(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), 0); }) == 0) {
+    if (depth > deepestFolder + 1 ||
+        with(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), 0); }) == 0) {
         return;
     }
     Descriptor const folder = openExisting(place, O_RDONLY | O_DIRECTORY);
     std::vector<std::string> names;
     if (folder.isOpen() && with(place.account, [&] { return namesIn(folder.get(), names) ? 0 : -1; }) == 0) {
         for (auto& name : names) {
-            removeItem({folder.get(), name, place.account});
+            removeItem({folder.get(), name, place.account}, depth + 1);
         }
         with(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), AT_REMOVEDIR); });
     }
@@ -267,7 +272,9 @@ bool publish(Place const& copy, Place const& target)
     if (renameat2(copy.folder, from, target.folder, to, RENAME_NOREPLACE) == 0) {
         return true;
     }
-    return errno != EEXIST && isAbsent(target) && renameat(copy.folder, from, target.folder, to) == 0;
+    struct stat status = {};
+    return errno != EEXIST && fstatat(target.folder, to, &status, AT_SYMLINK_NOFOLLOW) != 0 &&
+           errno == ENOENT && renameat(copy.folder, from, target.folder, to) == 0;
 }
 
 } // namespace
@@ -302,7 +309,7 @@ bool copyItem(Place const& from, Place const& to, bool asSuperUser)
         return false;
     }
     Place const copy = {to.folder, to.name + '.' + newUUIDString(), to.account};
-    bool const published = create(from, copy, asSuperUser) && publish(copy, to);
+    bool const published = create(from, copy, asSuperUser, 1) && publish(copy, to);
     if (!published) {
         removeItem(copy);
     }
