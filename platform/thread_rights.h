@@ -2,6 +2,8 @@
 #ifndef PLATFORM_THREAD_RIGHTS_H
 #define PLATFORM_THREAD_RIGHTS_H
 
+#include <array>
+#include <cstdint>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
@@ -21,7 +23,9 @@ bool modeLetsUse(struct stat const& status, Account const& account);
 /// While it lives, restricts the calling thread to the file-system rights of an account: its user, its group and no
 /// supplementary groups. Other threads keep theirs. The user database is not read.
 ///
-/// Only the super-user can take another user's rights. Objects may be nested; each restores the rights that it found.
+/// Only the super-user can take another user's rights, and not while the thread has those of an account. On POSIX
+/// systems, the process writes no core dump meanwhile, and a signal that it has requested for the death of its parent
+/// comes when the object goes.
 class ThreadRights
 {
 public:
@@ -39,6 +43,10 @@ private:
     bool complete = false;
     [[maybe_unused]] Account previous = {}; // for systems that do not restore it themselves
     std::vector<gid_t> previousGroups;
+    [[maybe_unused]] std::array<uint32_t, 2> previousCapabilities = {};
+    [[maybe_unused]] int previousDeathSignal = 0;
+    [[maybe_unused]] pid_t previousParent = 0;
+    [[maybe_unused]] int previousDumpable = 0;
 };
 
 } // namespace platform

@@ -8,6 +8,7 @@
 #include "tests/support/stores.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include <linux/capability.h>
 #include <sqlite3.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -57,21 +59,33 @@ void plantLink(std::string const& to, std::string const& path)
     EXPECT_EQ(symlink(to.c_str(), path.c_str()) + lchown(path.c_str(), ann, staff), 0) << path;
 }
 
+__user_cap_header_struct capabilityHeader = {_LINUX_CAPABILITY_VERSION_3, 0};
+
+uint32_t effectiveCapabilities()
+{
+    __user_cap_data_struct data[2] = {};
+    EXPECT_EQ(syscall(SYS_capget, &capabilityHeader, data), 0);
+    return data[0].effective | data[1].effective;
+}
+
 /// Copies the events file to version 12 and returns the log, without the start line and the usual prefix. Expects that
 /// the process has its own rights whenever it logs.
 Texts carryEventsOver()
 {
     static Texts lines;
     lines.clear();
-    copyCustomEventsDATfileFromPreviousInstall({nullptr, 0, 0, 0, [](char const* line) {
-                                                    EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
-                                                    EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
-                                                    EXPECT_EQ(getgroups(0, nullptr), 2);
-                                                    std::string const text = line;
-                                                    size_t const prefix =
-                                                        text.rfind("::FT::CUSTOM ACTION: ", 0) == 0 ? 21 : 0;
-                                                    lines.push_back(text.substr(prefix));
-                                                }});
+    copyCustomEventsDATfileFromPreviousInstall(
+        {nullptr, 0, 0, 0, [](char const* line) {
+             EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
+             EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
+             EXPECT_EQ(getgroups(0, nullptr), 2);
+             int deathSignal = 0;
+             prctl(PR_GET_PDEATHSIG, &deathSignal);
+             EXPECT_TRUE(deathSignal == SIGUSR1 || !HOME_IN_ENVIRONMENT_COUNTS);
+             std::string const text = line;
+             size_t const prefix = text.rfind("::FT::CUSTOM ACTION: ", 0) == 0 ? 21 : 0;
+             lines.push_back(text.substr(prefix));
+         }});
     lines.erase(lines.begin());
     return lines;
 }
@@ -83,9 +97,13 @@ protected:
     {
         SKIP_WITHOUT_OTHER_USERS();
         gid_t const groups[] = {7, 8};
-        ASSERT_EQ(setgroups(2, groups), 0);
+        ASSERT_EQ(setgroups(2, groups) + prctl(PR_SET_PDEATHSIG, SIGUSR1), 0);
     }
-    void TearDown() override { setgroups(0, nullptr); }
+    void TearDown() override
+    {
+        setgroups(0, nullptr);
+        prctl(PR_SET_PDEATHSIG, 0);
+    }
 
     /// Makes a home of ann's with an events file of version 11.0, and files of root's outside it.
     void makeHome()
@@ -280,7 +298,10 @@ TEST_F(Home, ACopyIsPublishedWhereTheFileSystemLacksCalls)
         EXPECT_THAT(namesIn(dataFolder), ElementsAre("customevents.dat"));
         // What has appeared meanwhile stays.
         makeHome();
-        intrude = [] { writeFile(target, "newer"), give(target); };
+        intrude = [] {
+            EXPECT_EQ(effectiveCapabilities(), 0U); // /proc/PID/cwd would be open to CAP_SYS_PTRACE
+            writeFile(target, "newer"), give(target);
+        };
         arm({" linkat ", EINVAL}, 1, Strike::kIntrusion);
         carryEventsOver();
         EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
@@ -292,11 +313,11 @@ TEST_F(Home, NothingIsLookedAtWithoutTheRightsOfItsOwner)
 {
     makeHome();
     inChildProcess([] {
-        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
         __user_cap_data_struct data[2] = {};
-        ASSERT_EQ(syscall(SYS_capget, &header, data), 0);
+        ASSERT_EQ(syscall(SYS_capget, &capabilityHeader, data), 0);
         data[0].effective &= ~(1U << CAP_SETUID);
-        ASSERT_EQ(syscall(SYS_capset, &header, data), 0);
+        ASSERT_EQ(syscall(SYS_capset, &capabilityHeader, data), 0);
+        prctl(PR_SET_PDEATHSIG, SIGUSR1);
         EXPECT_EQ(carryEventsOver(), Texts(4, created[0]));
     });
     makeHome();

@@ -1,6 +1,9 @@
 #include "platform/thread_rights.h"
 
+#include <csignal>
+#include <linux/capability.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,6 +22,16 @@ bool setThreadGroups(std::vector<gid_t> const& groups)
 {
     return syscall(setGroupsCall, groups.size(), groups.data()) == 0;
 }
+
+/// The thread's capability sets, in two parts of 32 bits. Deliberate: the system calls themselves, as above.
+struct Capabilities
+{
+    bool read() { return syscall(SYS_capget, &header, sets) == 0; }
+    bool write() { return syscall(SYS_capset, &header, sets) == 0; }
+
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct sets[2] = {};
+};
 
 uid_t threadUser()
 {
@@ -43,6 +56,14 @@ ThreadRights::ThreadRights(Account const* account)
     if (count < 0 || getgroups(count, previousGroups.data()) != count) {
         return;
     }
+    Capabilities capabilities;
+    if (!capabilities.read()) {
+        return;
+    }
+    previousCapabilities = {capabilities.sets[0].effective, capabilities.sets[1].effective};
+    prctl(PR_GET_PDEATHSIG, &previousDeathSignal);
+    previousParent = getppid();
+    previousDumpable = prctl(PR_GET_DUMPABLE);
     previous = {threadUser(), threadGroup()};
     changed = setThreadGroups({});
     if (!changed) {
@@ -51,7 +72,11 @@ ThreadRights::ThreadRights(Account const* account)
     // The user last: with it go the rights to change the others.
     setfsgid(account->group);
     setfsuid(account->user);
-    complete = threadUser() == account->user && threadGroup() == account->group;
+    // A change of user drops only the capabilities that concern files. CAP_SYS_PTRACE, too, opens ways:
+    // /proc/PID/cwd leads past folders that the user may not search.
+    capabilities.sets[0].effective = 0;
+    capabilities.sets[1].effective = 0;
+    complete = threadUser() == account->user && threadGroup() == account->group && capabilities.write();
 }
 
 ThreadRights::~ThreadRights()
@@ -59,7 +84,18 @@ ThreadRights::~ThreadRights()
     if (changed) {
         setfsuid(previous.user);
         setfsgid(previous.group);
+        if (Capabilities capabilities; capabilities.read()) {
+            capabilities.sets[0].effective = previousCapabilities[0];
+            capabilities.sets[1].effective = previousCapabilities[1];
+            capabilities.write();
+        }
         setThreadGroups(previousGroups);
+        // The system clears both at every change of user.
+        prctl(PR_SET_DUMPABLE, previousDumpable);
+        prctl(PR_SET_PDEATHSIG, previousDeathSignal);
+        if (previousDeathSignal != 0 && getppid() != previousParent) {
+            raise(previousDeathSignal);
+        }
     }
 }
 
