@@ -2,25 +2,35 @@
 _veskdb()
 {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}
-    local verbs='list show add set remove verify backup restore recover info' verb='' candidates='' each
+    local verbs='list show why find graph diff add set remove export import verify backup restore recover salvage info' verb='' candidates='' each
     for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         [[ " $verbs " != *" $each "* ]] || verb=$each
     done
     case $before in
     --root) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
     --to | --from | --file | --value-from) mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --format) candidates='dot mermaid svg' ;;
+    --depth) return ;;
     --state) candidates='installed not-installed all' ;;
     --family | --name | --version | --signature | --conflicts | --upgrades) return ;;
     --relation)
         [[ $verb != remove ]] || return
         candidates='conflicts upgrades requires required critical recommended load-patch load-lang-pack' ;;
-    list | remove | set) candidates='pdb pcd cache'; [[ $before != list ]] || candidates+=' vesk' ;;
+    list | remove | set | export | import)
+        candidates='pdb pcd cache'
+        [[ $before != list ]] || candidates+=' vesk actions'
+        ;;
     show) candidates='pdb vesk' ;;
-    add) candidates=pdb ;;
+    add | why | graph) candidates=pdb ;;
+    restore | recover | salvage | diff) candidates='pdb pcd cache vesk' ;;
     *)
         case $verb in
         '') candidates=$verbs ;;
-        verify | backup | restore | recover) candidates='pdb pcd cache vesk' ;;
+        verify | backup | find) candidates='pdb pcd cache vesk' ;;
+        import | diff)
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            return
+            ;;
         esac
         ;;
     esac
@@ -34,6 +44,9 @@ _veskdb()
         backup) candidates+=' --to' ;;
         restore) candidates+=' --from --yes' ;;
         recover) candidates+=' --file' ;;
+        salvage) candidates+=' --from --to' ;;
+        graph) candidates+=' --depth --format' ;;
+        import) candidates+=' --replace' ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")

@@ -174,8 +174,7 @@ public:
 class CommandLine
 {
 public:
-    CommandLine()
-        : app("Lists, shows, changes, verifies, backs up and restores the installer's records.", "veskdb")
+    CommandLine() : app("Looks after the installer's records.", "veskdb")
     {
         app.formatter(std::make_shared<HelpFormatter>());
         addCommonOptions(app);

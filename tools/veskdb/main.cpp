@@ -1,4 +1,4 @@
-// veskdb: lists, shows, changes, verifies, backs up and restores the installer's records.
+// veskdb: looks after the installer's records.
 #include "tools/common/alternate_root.h"
 #include "tools/common/standard_descriptors.h"
 #include "tools/veskdb/command_line.h"
