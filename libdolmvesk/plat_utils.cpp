@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <libgen.h>
 #include <memory>
@@ -205,8 +206,11 @@ uint32_t veskiGetFileModTime(std::string const& path)
 
 bool veskiPathParent(std::string const& path, std::string& parent)
 {
-    std::string copy = path; // dirname writes into its argument
-    if (char const* const folder = dirname(copy.data())) {
+    parent = path; // dirname writes into its argument
+    char const* const folder = dirname(parent.data());
+    if (folder == parent.data()) {
+        parent.resize(std::strlen(folder));
+    } else {
         parent = folder;
     }
     return true;

@@ -15,13 +15,25 @@ bool existingStore(StoreDescription const& store, std::string& path)
     return databasePath(store.folder, store.file, path) && veskiFileExists(path);
 }
 
-/// Earlier versions left the databases' root folder writable by everyone if they were installed with an open umask.
-void withdrawRootFromOthers()
+/// Forms the path of the databases' root folder. Earlier versions left that folder writable by everyone if they were
+/// installed with an open umask; this ends here.
+bool withdrawnRoot(std::string& root)
 {
-    std::string root;
-    if (veskiDbPath(root)) {
+    bool const formed = veskiDbPath(root);
+    if (formed) {
         veskiWithdrawFromOthers(root);
     }
+    return formed;
+}
+
+bool appendAll(char const* const* components, std::string& path)
+{
+    for (; *components != nullptr; ++components) {
+        if (!veskiPathAppend(path, *components, path)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -30,15 +42,7 @@ char const* const backupFolder[] = {dbBackupDir, nullptr};
 
 bool databasePath(char const* const* folder, char const* file, std::string& out)
 {
-    if (!veskiDbPath(out)) {
-        return false;
-    }
-    for (; *folder != nullptr; ++folder) {
-        if (!veskiPathAppend(out, *folder, out)) {
-            return false;
-        }
-    }
-    return file == nullptr || veskiPathAppend(out, file, out);
+    return veskiDbPath(out) && appendAll(folder, out) && (file == nullptr || veskiPathAppend(out, file, out));
 }
 
 int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
@@ -53,12 +57,11 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
     }
     int32_t const status = reportingNoMemory([&] {
         std::string folder;
-        if (!databasePath(store.folder, nullptr, folder)) {
+        if (!withdrawnRoot(folder) || !appendAll(store.folder, folder)) {
             // Deliberate: the handle stays in *out, without a store: see veskOpenSession.
             (void)session.release();
             return int32_t{kVeskFailed};
         }
-        withdrawRootFromOthers();
         session->store = std::make_unique<VeskiDataStore>(folder, store.file, store.schemas,
                                                           store.sharedAccess, false, store.type);
         return session->store->status;
@@ -102,15 +105,13 @@ int32_t backUp(StoreDescription const& store)
 {
     return reportingNoMemory([&] {
         std::string live;
-        std::string folder;
-        std::string copy;
-        if (!existingStore(store, live) || !databasePath(backupFolder, nullptr, folder) ||
-            !veskiPathAppend(folder, store.file, copy)) {
+        std::string copy; // first the path of its folder
+        if (!existingStore(store, live) || !withdrawnRoot(copy) || !appendAll(backupFolder, copy)) {
             return int32_t{kVeskNotFound};
         }
-        withdrawRootFromOthers();
-        int32_t const status = veskiDirectoryExists(folder) ? int32_t{kVeskOK} : veskiCreateDirectory(folder);
-        return veskiCopyDatabaseFile(live, copy) ? status : int32_t{kVeskIOError};
+        int32_t const status = veskiDirectoryExists(copy) ? int32_t{kVeskOK} : veskiCreateDirectory(copy);
+        bool const copied = veskiPathAppend(copy, store.file, copy) && veskiCopyDatabaseFile(live, copy);
+        return copied ? status : int32_t{kVeskIOError};
     });
 }
 
