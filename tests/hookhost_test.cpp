@@ -135,7 +135,7 @@ TEST_F(Hookhost, CallsAndReports)
         {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m"\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
-        {0, "{ $hookhost --mode 0 --phase 2 $run -D act=hang & sleep 2.5; kill -KILL $!; } | timeout 10 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"}, // and the pipe ends: no worker outlives its host
+        {0, "{ $hookhost --mode 0 --phase 2 $run -D act=hang & until grep -q running $root.err; do sleep 0.1; done; kill -KILL $!; } | timeout 20 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"}, // and the pipe ends: no worker outlives its host
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
         {125, "$hookhost --mode 0 $run >/dev/full", "", "^hookhost: output was lost: No space left"},
         {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
@@ -177,7 +177,7 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
         // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
-        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 --debug wait $run 2>$root.message & until grep -q CONT $root.message; do sleep 0.6; done;"
+        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 --debug wait $run 2>$root.message & until grep -qs CONT $root.message; do sleep 0.6; done;"
             " kill $(grep -o 'kill -CONT.*' $root.message | cut -c 6- | tr ' ' '\n'); rm $root.message; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
         // On a terminal.
         {0, "NO_COLOR=1 script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -3 | tr -d '\\r'",

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -135,9 +136,9 @@ void CapturedOutput::leaveReader()
         return;
     }
     setsid();
-    for (Pipe const& each : pipes) {
-        fcntl(each.readingEnd, F_SETFL, 0);
-    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     dup2(pipes[0].readingEnd, STDIN_FILENO);
     dup2(pipes[1].readingEnd, STDOUT_FILENO);
     closeAllFrom(STDERR_FILENO);
@@ -156,8 +157,10 @@ void CapturedOutput::leaveReader()
         select(2, &descriptors, nullptr, nullptr, nullptr);
         for (int each = 0; each < 2; ++each) {
             char discarded[4096];
-            if (FD_ISSET(each, &descriptors) && read(each, discarded, sizeof discarded) <= 0) {
-                open[each] = false;
+            if (FD_ISSET(each, &descriptors)) {
+                // Does not block: copies of the worker share this pipe and may have emptied it in the meantime.
+                ssize_t const length = read(each, discarded, sizeof discarded);
+                open[each] = length > 0 || (length < 0 && errno == EAGAIN);
             }
         }
     }

@@ -91,6 +91,13 @@ public:
                 run.state->examined = run.state->returned.load(); // the worker waits for that
             }
         }
+        // A terminal sends a signal to all: the worker may have ended by it before it has reached hookhost.
+        if (WIFSIGNALED(status) && signals.canInterrupt(WTERMSIG(status)) && signals.interruption() == 0) {
+            signals.wait(milliseconds{100});
+        }
+        if (WIFSIGNALED(status)) {
+            interruption = signals.interruption();
+        }
         recordOutput(true);
     }
 
@@ -184,6 +191,9 @@ private:
     {
         if (run.output) {
             RecordWriter::Turn turn = run.report.turn();
+            if (!turn.isHeld()) {
+                return; // the lost output is noted with the record that is lost next
+            }
             Step const step = run.state->current.load().step;
             all ? run.output->recordAll(run.report, turn, step, worker)
                 : run.output->record(run.report, turn, step, worker);
@@ -390,7 +400,12 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
     if (run.output) {
         run.output->leaveReader();
     }
-    finish();
+    try {
+        finish();
+    } catch (Refusal const& refusal) {
+        complain(refusal);
+        exitStatus = exitStatus == 0 ? static_cast<int>(refusal.exitStatus) : exitStatus;
+    }
     if (ending.interruption != 0) {
         signals.endBy(ending.interruption);
     }

@@ -11,7 +11,8 @@ namespace hookhost {
 /// Runs work in a worker process. Does not return if a signal interrupts hookhost.
 ///
 /// @param work    returns the worker's exit status, as far as the hook's statuses do not decide it; may throw Refusal
-/// @param finish  called after the last record, also after an interruption; may throw Refusal
+/// @param finish  called after the last record, also after an interruption; may throw Refusal,
+///                which stands for status 0
 /// @return hookhost's exit status
 /// @throws Refusal if there can be no worker
 int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<void()> const& finish);

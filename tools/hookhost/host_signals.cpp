@@ -82,6 +82,11 @@ int HostSignals::interruption() const
     return interruptedBy;
 }
 
+bool HostSignals::canInterrupt(int signal) const
+{
+    return signal != SIGCHLD && sigismember(&handled, signal) == 1;
+}
+
 void HostSignals::endBy(int signal) const
 {
     rlimit const none = {0, 0};

@@ -28,6 +28,9 @@ public:
     /// The number of the signal that interrupts hookhost; 0 as long as none has come.
     int interruption() const;
 
+    /// Whether a signal would interrupt hookhost.
+    bool canInterrupt(int signal) const;
+
     /// Ends this process by a signal, without a core file.
     [[noreturn]] void endBy(int signal) const;
 

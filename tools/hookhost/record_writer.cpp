@@ -66,12 +66,12 @@ void RecordWriter::Turn::write(std::string_view lines) noexcept
         return;
     }
     int error = 0;
-    if (writer.state.amidRecord) { // its writer was killed
+    if (writer.state.amidRecord) { // its writer was killed, or had no room
         error = common::writeAll(descriptor, "\n");
     }
     writer.state.amidRecord = true;
     error = error != 0 ? error : common::writeAll(descriptor, lines);
-    writer.state.amidRecord = false;
+    writer.state.amidRecord = error != 0;
     if (error != 0) {
         writer.state.writeError = error;
     }

@@ -33,6 +33,9 @@ public:
         Turn& operator=(Turn const&) = delete;
         ~Turn();
 
+        /// Whether this thread has its turn; if not, because it waits no longer, what it writes is lost.
+        bool isHeld() const { return held; }
+
         /// Writes lines, each ending in a newline. A loss is noted in the run's state.
         void write(std::string_view lines) noexcept;
 

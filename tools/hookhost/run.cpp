@@ -29,24 +29,42 @@ Run::Run(Options const& chosenOptions, std::string const& modeName, std::vector<
 
 namespace {
 
-/// Makes a folder unless there is one, which must be empty.
-///
-/// @return its absolute path
-std::string requireEmptyFolder(std::string const& path)
+/// The folder of --keep: new, or there and empty. One that was made is removed again if the run does not take place.
+class KeptFolder
 {
-    mkdir(path.c_str(), 0700);
-    auto const names = namesIn(AT_FDCWD, path);
-    char resolved[PATH_MAX];
-    if (!names || realpath(path.c_str(), resolved) == nullptr) {
-        throw Refusal(kExitHostError,
-                      fmt::format("--keep '{}': {}; give a new or empty folder", path, std::strerror(errno)));
+public:
+    /// @throws Refusal
+    explicit KeptFolder(std::string const& folder) : made(mkdir(folder.c_str(), 0700) == 0)
+    {
+        auto const names = namesIn(AT_FDCWD, folder);
+        char resolved[PATH_MAX];
+        if (!names || realpath(folder.c_str(), resolved) == nullptr) {
+            throw Refusal(kExitHostError, fmt::format("--keep '{}': {}; give a new or empty folder", folder,
+                                                      std::strerror(errno)));
+        }
+        if (!names->empty()) {
+            throw Refusal(kExitHostError,
+                          fmt::format("--keep '{}' is not empty; give a new or empty folder", folder));
+        }
+        absolutePath = resolved;
     }
-    if (!names->empty()) {
-        throw Refusal(kExitHostError,
-                      fmt::format("--keep '{}' is not empty; give a new or empty folder", path));
+    KeptFolder(KeptFolder const&) = delete;
+    KeptFolder& operator=(KeptFolder const&) = delete;
+    ~KeptFolder()
+    {
+        if (made) {
+            rmdir(absolutePath.c_str());
+        }
     }
-    return resolved;
-}
+
+    std::string const& path() const { return absolutePath; }
+
+    void leave() { made = false; }
+
+private:
+    bool made;
+    std::string absolutePath;
+};
 
 /// Refuses to compare the whole machine: it never stands still.
 void requireOtherRoot(std::string const& root)
@@ -73,7 +91,10 @@ int runPhases(Options const& options)
         steps.push_back(phase.name);
     }
     steps.insert(steps.end(), {"close-entry", "unload"});
-    std::string const kept = options.keep ? requireEmptyFolder(*options.keep) : "";
+    std::optional<KeptFolder> kept;
+    if (options.keep) {
+        kept.emplace(*options.keep);
+    }
     Run run(options, options.mode.name, std::move(steps));
     if (options.overlay) {
         run.overlay = makeOverlay(options.root.value_or("/"));
@@ -88,8 +109,9 @@ int runPhases(Options const& options)
         run.output.emplace(*run.state);
     }
     return runInWorker(run, callPlugin, [&] {
-        if (options.keep) {
-            run.overlay->copyChangesTo(kept);
+        if (kept) {
+            kept->leave();
+            run.overlay->copyChangesTo(kept->path());
             notice(fmt::format("what the run changed is left in '{}'", *options.keep));
         }
     });
