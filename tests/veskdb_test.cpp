@@ -627,6 +627,9 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
     chmod("/copies.db", 0640);
     mustDo("backup pcd --to /copies.db");
     EXPECT_EQ(accessOf("/copies.db").substr(0, 4), "0640");
+    sql(pdb, "UPDATE payloads SET installState = 1 WHERE PayloadID = 'OLD'");
+    EXPECT_THAT(veskdb("backup pdb").err, AllOf(HasSubstr("warning: "), HasSubstr("is in place")));
+    sql(pdb, "UPDATE payloads SET installState = 0 WHERE PayloadID = 'OLD'");
     EXPECT_EQ(accessOf("/" + namesIn("/")[2]).substr(0, 4), "0644");
     EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
     writeFile("/text", "text");
@@ -644,7 +647,7 @@ TEST_F(Veskdb, BackupKeepsTheCopyBeforeAndTakesOnlySoundDatabases)
     EXPECT_EQ(next.status, 0) << next.err;
     EXPECT_FALSE(exists(pdbBackup + ".veskdb-killed"));
     EXPECT_TRUE(exists(pdbBackup + ".veskdb-runs__"));
-    EXPECT_THAT(veskdb("verify pdb").out, HasSubstr("dated copies: 1, "));
+    EXPECT_THAT(veskdb("verify pdb").out, HasSubstr("dated copies: 2, "));
     std::filesystem::remove_all(zelko + "backup");
     mustDo("backup");
 

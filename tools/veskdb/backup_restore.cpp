@@ -48,8 +48,8 @@ void requireNoJournal(std::string const& path, Database const& database)
                 "'{0}' has a journal, '{0}{1}': a change is under way or was interrupted; wait for its "
                 "end, or roll it back: {2}",
                 path, suffix,
-                ownCommand(fmt::format("recover {}{}", database.name,
-                                       live ? "" : fmt::format(" --file '{}'", path)))));
+                ownCommand(
+                    fmt::format("recover {}{}", database.name, live ? "" : " --file " + quotedWord(path)))));
         }
     }
 }
@@ -57,7 +57,7 @@ void requireNoJournal(std::string const& path, Database const& database)
 /// Refuses a file that is not this database or is damaged.
 Findings requireSound(std::string const& path, Database const& database, char const* what)
 {
-    Findings const found = examine(path, database);
+    Findings found = examine(path, database);
     if (!found.faults.empty()) {
         throw Refusal(kExitNotFound, fmt::format("{} '{}' is not usable; nothing was replaced: {}", what,
                                                  path, escaped(found.faults.front().what)));

@@ -19,7 +19,7 @@ namespace {
 std::string fileAt(std::string const& path, Database const& database)
 {
     auto const status = statusOf(path);
-    std::string const file = status && S_ISDIR(status->st_mode) ? path + pathOf(database) : path;
+    std::string file = status && S_ISDIR(status->st_mode) ? path + pathOf(database) : path;
     if (!statusOf(file)) {
         throw Refusal(kExitError, fmt::format("'{}': {}", file, describeStatus(kVeskNotFound)));
     }

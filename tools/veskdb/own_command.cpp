@@ -12,4 +12,13 @@ std::string ownCommand(std::string const& words)
            words;
 }
 
+std::string quotedWord(std::string const& word)
+{
+    std::string quoted = "'";
+    for (char const each : word) {
+        quoted += each == '\'' ? "'\\''" : std::string(1, each);
+    }
+    return quoted + "'";
+}
+
 } // namespace veskdb

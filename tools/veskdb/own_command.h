@@ -11,6 +11,9 @@ namespace veskdb {
 /// @param words  verb and what follows
 std::string ownCommand(std::string const& words);
 
+/// A word of such a command, between single quotes: a path as it is inside the root.
+std::string quotedWord(std::string const& word);
+
 } // namespace veskdb
 
 #endif

@@ -52,7 +52,7 @@ std::string recovery(std::string const& path)
             return ownCommand(fmt::format("recover {}", database.name));
         }
     }
-    return ownCommand(fmt::format("recover DB --file {}", quotedFromOutside(path)));
+    return ownCommand(fmt::format("recover DB --file {}", quotedWord(path)));
 }
 
 } // namespace
@@ -92,7 +92,7 @@ void RecordReader::Closer::operator()(sqlite3* connection) const
     sqlite3_close(connection);
 }
 
-RecordReader::RecordReader(std::string const& file) : path(file)
+RecordReader::RecordReader(std::string const& file, int64_t heapPerByte) : path(file)
 {
     requireSafe(path);
     auto const status = statusOf(path);
@@ -115,13 +115,13 @@ RecordReader::RecordReader(std::string const& file) : path(file)
     }
     sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
     fileSize = status->st_size;
-    limit();
+    limit(heapPerByte);
     requireNoLeftoverJournal();
     rows("BEGIN");
     rows("SELECT count(*) FROM sqlite_master"); // takes the lock
     auto const locked = statusOf(path);
     fileSize = locked ? int64_t{locked->st_size} : fileSize;
-    limit();
+    limit(heapPerByte);
 }
 
 RecordReader::~RecordReader()
@@ -130,7 +130,7 @@ RecordReader::~RecordReader()
 }
 
 /// Bounds what the file can make SQLite do. A clock alone does not: SQLite looks at it only between instructions.
-void RecordReader::limit()
+void RecordReader::limit(int64_t heapPerByte)
 {
     sqlite3* const connection = database.get();
     sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
@@ -139,7 +139,7 @@ void RecordReader::limit()
     sqlite3_limit(connection, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 0);
     sqlite3_limit(connection, SQLITE_LIMIT_LENGTH,
                   static_cast<int>(std::clamp<int64_t>(fileSize, mebibyte, 1000 * mebibyte)));
-    limitHeap(heapLimit);
+    limitHeap(heapLimit + heapPerByte * fileSize);
     allowedTime = std::chrono::seconds(10 + fileSize / (10 * mebibyte));
     allowedBytes = 32 * mebibyte + 8 * fileSize;
     end = std::chrono::steady_clock::now() + allowedTime;
@@ -257,7 +257,8 @@ void RecordReader::refuse(int code) const
             "");
     case SQLITE_NOMEM:
     case SQLITE_TOOBIG:
-        throw Unreadable(fmt::format("'{}': it takes more memory to read than its size explains", path), "");
+        throw Unreadable(fmt::format("'{}': it takes more memory to read than is allowed for its size", path),
+                         "");
     case SQLITE_CANTOPEN:
     case SQLITE_PERM:
         throw Unreadable(message, "run this as a user who may read the file");

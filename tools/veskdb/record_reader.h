@@ -71,8 +71,8 @@ private:
 /// One read transaction: all rows are of the same moment, and no process changes the file while this lives.
 ///
 /// What is read is bounded, because anything may have written the file: a query ends after ten seconds and a second
-/// for each 10 MiB of the file, SQLite takes at most 192 MiB, and rows take at most 32 MiB and eight times the
-/// file's size. No view is read, and nothing in a schema can call a function that takes arguments.
+/// for each 10 MiB of the file, SQLite takes at most 192 MiB and some times the file's size, and rows take at most
+/// 32 MiB and eight times the file's size. No view is read, and nothing in a schema can call a function that takes arguments.
 class RecordReader
 {
 public:
@@ -81,8 +81,10 @@ public:
     /// Refuses a file in write-ahead mode, or with such a log next to it, because SQLite creates files to read
     /// one, and a file next to which a change has left its journal.
     ///
+    /// @param heapPerByte  how many bytes SQLite may take for each byte of the file, besides 192 MiB: a value that is
+    ///                     as large as the file takes some copies
     /// @throws Unreadable
-    explicit RecordReader(std::string const& path);
+    explicit RecordReader(std::string const& path, int64_t heapPerByte = 4);
     RecordReader(RecordReader const&) = delete;
     RecordReader& operator=(RecordReader const&) = delete;
     ~RecordReader();
@@ -110,7 +112,7 @@ public:
 private:
     friend class Cursor;
     void requireNoLeftoverJournal() const;
-    void limit();
+    void limit(int64_t heapPerByte);
     [[noreturn]] void refuse(int code) const;
 
     struct Closer

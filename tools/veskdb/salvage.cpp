@@ -163,9 +163,10 @@ int salvage(Options const& options)
                       fmt::format("'{}' is not sound: {}", target, escaped(found.faults.front().what)));
     }
     presenter.print();
-    printMessage({"'", target.c_str(), "' holds what could be read",
-                  complete && lost.empty() ? ", which is all" : "", "; to put it in the database's place: ",
-                  ownCommand(fmt::format("restore {} --from '{}'", database.name, target)).c_str()});
+    printMessage(
+        {"'", target.c_str(), "' holds what could be read", complete && lost.empty() ? ", which is all" : "",
+         "; to put it in the database's place: ",
+         ownCommand(fmt::format("restore {} --from {}", database.name, quotedWord(target))).c_str()});
     return complete && lost.empty() ? kExitDone : kExitNotFound;
 }
 

@@ -240,7 +240,7 @@ Findings examine(std::string const& path, Database const& database)
 {
     Findings findings;
     try {
-        RecordReader const reader(path);
+        RecordReader const reader(path, 0);
         Examination(reader, database, findings).run();
     } catch (Unreadable const& unreadable) {
         findings.faults.push_back({unreadable.what(), unreadable.nextStep});

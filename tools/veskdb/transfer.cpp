@@ -301,16 +301,32 @@ std::vector<Line> readLines(std::string const& path, std::string const& name)
     return lines;
 }
 
+struct ImportedRelation
+{
+    int32_t type;
+    std::string other;
+};
+
+struct ImportedData
+{
+    int32_t domain;
+    std::string key;
+    std::string value;
+};
+
 struct Payload
 {
     Line const* line;
+    std::string what; ///< for messages
     std::string id;
     std::string family;
     std::string name;
     std::string version;
     std::string signature;
     int32_t state;
-    std::string what; ///< for messages
+    std::vector<ImportedRelation> relations;
+    std::vector<ImportedData> data;
+    std::vector<std::string> originals; ///< that it has upgraded
 };
 
 Payload payloadOf(Line const& line)
@@ -319,18 +335,58 @@ Payload payloadOf(Line const& line)
     line.requireOnly(record, {"PayloadID", "productFamily", "productName", "version", "signature",
                               "installState", "dependencies", "payload_data", "upgraded_payloads"});
     Payload payload = {&line,
+                       "",
                        line.textIn(record, "PayloadID"),
                        line.textIn(record, "productFamily"),
                        line.textIn(record, "productName"),
                        line.textIn(record, "version"),
                        line.textIn(record, "signature"),
                        line.numberIn(record, "installState"),
-                       ""};
+                       {},
+                       {},
+                       {}};
     if (payload.id.empty()) {
         line.refuse("a payload's identifier cannot be empty");
     }
     payload.what = fmt::format("payload '{}'", escaped(payload.id));
+    for (Json const& relation : line.listIn("dependencies")) {
+        line.requireOnly(relation, {"PayloadIDb", "type"});
+        payload.relations.push_back({line.numberIn(relation, "type"), line.textIn(relation, "PayloadIDb")});
+    }
+    for (Json const& value : line.listIn("payload_data")) {
+        line.requireOnly(value, {"domain", "key", "value"});
+        payload.data.push_back(
+            {line.numberIn(value, "domain"), line.textIn(value, "key"), line.textIn(value, "value")});
+    }
+    for (Json const& original : line.listIn("upgraded_payloads")) {
+        payload.originals.push_back(line.text(original, "upgraded_payloads"));
+    }
     return payload;
+}
+
+struct Setting
+{
+    Line const* line;
+    std::string what; ///< for messages
+    int32_t domain;
+    std::string subdomain;
+    std::string key;
+    std::string value;
+};
+
+Setting settingOf(Line const& line)
+{
+    Json const& record = line.record();
+    line.requireOnly(record, {"domain", "subDomain", "key", "value"});
+    Setting setting = {&line,
+                       "",
+                       line.numberIn(record, "domain"),
+                       line.textIn(record, "subDomain"),
+                       line.textIn(record, "key"),
+                       line.textIn(record, "value")};
+    setting.what =
+        fmt::format("setting {} '{}' '{}'", setting.domain, escaped(setting.subdomain), escaped(setting.key));
+    return setting;
 }
 
 /// Removes what a payload on record has declared and stored.
@@ -355,24 +411,17 @@ void clear(Change& change, Payload const& payload)
 void addRelationsAndData(Change& change, Payload const& payload)
 {
     char const* const id = payload.id.c_str();
-    Line const& line = *payload.line;
-    for (Json const& relation : line.listIn("dependencies")) {
-        line.requireOnly(relation, {"PayloadIDb", "type"});
-        change.require(pdbAddPayloadDependency(change.get(), id, line.numberIn(relation, "type"),
-                                               line.textIn(relation, "PayloadIDb").c_str()),
+    for (ImportedRelation const& relation : payload.relations) {
+        change.require(pdbAddPayloadDependency(change.get(), id, relation.type, relation.other.c_str()),
                        payload.what + ", dependencies");
     }
-    for (Json const& value : line.listIn("payload_data")) {
-        line.requireOnly(value, {"domain", "key", "value"});
-        change.require(pdbSetPayloadData(change.get(), id, line.numberIn(value, "domain"),
-                                         line.textIn(value, "key").c_str(),
-                                         line.textIn(value, "value").c_str()),
+    for (ImportedData const& data : payload.data) {
+        change.require(pdbSetPayloadData(change.get(), id, data.domain, data.key.c_str(), data.value.c_str()),
                        payload.what + ", payload_data");
     }
-    for (Json const& original : line.listIn("upgraded_payloads")) {
-        change.require(
-            pdbAddUpgradedPayloads(change.get(), line.text(original, "upgraded_payloads").c_str(), id),
-            payload.what + ", upgraded_payloads");
+    for (std::string const& original : payload.originals) {
+        change.require(pdbAddUpgradedPayloads(change.get(), original.c_str(), id),
+                       payload.what + ", upgraded_payloads");
     }
 }
 
@@ -465,26 +514,24 @@ int importSettings(Options const& options)
     std::string const input = options.file.value_or("-");
     std::string const name = nameOfInput(input);
     std::vector<Line> const lines = readLines(input, name);
-    Change change(options.database(), Change::WhenMissing::kCreate);
+    std::vector<Setting> settings;
     for (Line const& line : lines) {
-        Json const& record = line.record();
-        line.requireOnly(record, {"domain", "subDomain", "key", "value"});
-        int32_t const domain = line.numberIn(record, "domain");
-        std::string const subdomain = line.textIn(record, "subDomain");
-        std::string const key = line.textIn(record, "key");
-        std::string const value = line.textIn(record, "value");
-        std::string const what =
-            fmt::format("setting {} '{}' '{}'", domain, escaped(subdomain), escaped(key));
+        settings.push_back(settingOf(line));
+    }
+    Change change(options.database(), Change::WhenMissing::kCreate);
+    for (Setting const& each : settings) {
         char const* before = nullptr;
-        int32_t const found = pcdGetDomainData(change.get(), domain, subdomain.c_str(), key.c_str(), &before);
+        int32_t const found =
+            pcdGetDomainData(change.get(), each.domain, each.subdomain.c_str(), each.key.c_str(), &before);
         if (found == kVeskOK && !options.replace) {
-            line.refuse(what + " is on record already; give --replace to replace it");
+            each.line->refuse(each.what + " is on record already; give --replace to replace it");
         }
         if (found != kVeskNotFound) {
-            change.require(found, what);
+            change.require(found, each.what);
         }
-        change.require(pcdSetDomainData(change.get(), domain, subdomain.c_str(), key.c_str(), value.c_str()),
-                       what);
+        change.require(pcdSetDomainData(change.get(), each.domain, each.subdomain.c_str(), each.key.c_str(),
+                                        each.value.c_str()),
+                       each.what);
     }
     change.commit();
     return kExitDone;
