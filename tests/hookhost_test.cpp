@@ -2,6 +2,7 @@
 #include "tests/support/shell.h"
 #include "tools/hookhost/log_lines.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -363,11 +364,12 @@ TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
         for (std::string const format : {"text", "raw", "jsonl"}) {
             SCOPED_TRACE(act + format);
             std::string command =
-                "$hookhost --mode 0 --phase 1 --phase 2 $run --format " + format + " -D act=" + act;
+                fmt::format("$hookhost --mode 0 --phase 1 --phase 2 $run --format {} -D act={}", format, act);
             if (!interruption.empty()) {
-                command += "& until grep -q '" + std::string(act[0] == '\'' ? "user" : "0/1") +
-                           "' $root.out; do sleep 0.05; done; kill -" + interruption +
-                           " $!; wait $!; status=$?; pgrep -f -- \"--root $root\"; exit $status";
+                command +=
+                    fmt::format("& until grep -q '{}' $root.out; do sleep 0.05; done; kill -{} $!; wait $!;"
+                                " status=$?; pgrep -f -- \"--root $root\"; exit $status",
+                                act[0] == '\'' ? "user" : "0/1", interruption);
             }
             EXPECT_EQ(shell(command), status);
             EXPECT_THAT(err, ContainsRegex("install/pre-payload: .*" + reason + ".*calls not made: 2"));

@@ -178,7 +178,7 @@ public:
         }
     }
 
-    std::string rootFolder() const override { return layers.front().merged.path(); }
+    std::string rootFolder() const override { return mergedRoot(); }
 
     Tree read(Tree const& before, std::function<void()> const& each) const override
     {
@@ -241,10 +241,13 @@ private:
         return inside == 0 && outside == 0 && count == 4294967295;
     }
 
+    std::string mergedRoot() const { return layers.front().merged.path(); }
+
     /// Runs a program in a folder.
     static bool run(std::vector<std::string> command, int folder)
     {
         std::vector<char*> arguments;
+        arguments.reserve(command.size() + 1);
         for (std::string& each : command) {
             arguments.push_back(each.data());
         }
@@ -325,7 +328,7 @@ private:
     void addMount(MountPoint const& point, std::string const& path)
     {
         Descriptor original(open(point.path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-        std::string const target = rootFolder() + path;
+        std::string const target = mergedRoot() + path;
         bool const underSystem = isSystemFolder(path.substr(0, path.find('/', 1)));
         bool const isHidden = mountOf(original.get()) != point.id; // another one was mounted over it
         if (isHidden || (underSystem && path.substr(0, 4) != "/dev" && !isSystemFolder(path))) {
