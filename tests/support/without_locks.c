@@ -16,11 +16,15 @@ int fcntl64(int file, int command, ...)
     va_start(arguments, command);
     argument = va_arg(arguments, long);
     va_end(arguments);
-    if (command == F_SETLK || command == F_SETLKW) {
+    if (command == F_SETLK || command == F_SETLKW || command == F_SETLK64 || command == F_SETLKW64) {
         errno = ENOLCK;
         return -1;
     }
+#ifdef SYS_fcntl64
+    return (int)syscall(SYS_fcntl64, file, command, argument);
+#else
     return (int)syscall(SYS_fcntl, file, command, argument);
+#endif
 }
 
 int fcntl(int file, int command, ...) __attribute__((alias("fcntl64")));
