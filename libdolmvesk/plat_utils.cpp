@@ -69,9 +69,9 @@ public:
         }
         if (cannotBeOpened()) {
             // The file layer opens no link: like SQLite, pass it the resolved path.
-            std::string resolved(static_cast<size_t>(vfs->mxPathname) + 1, '\0');
+            std::vector<char> resolved(static_cast<size_t>(vfs->mxPathname) + 1);
             int const found = vfs->xFullPathname(vfs, source.c_str(), vfs->mxPathname + 1, resolved.data());
-            code = (found & 0xFF) == SQLITE_OK ? open(resolved.c_str()) : code;
+            code = (found & 0xFF) == SQLITE_OK ? open(resolved.data()) : code;
         }
         if (code == SQLITE_NOMEM) {
             throw std::bad_alloc();

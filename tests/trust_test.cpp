@@ -49,7 +49,7 @@ void give(std::string const& path, uid_t user = ann, gid_t group = staff)
     EXPECT_EQ(lchown(path.c_str(), user, group), 0) << path;
     if (!std::filesystem::is_symlink(path) && std::filesystem::is_directory(path)) {
         for (auto const& name : namesIn(path)) {
-            give(path + '/' + name, user, group);
+            give(std::string(path).append("/").append(name), user, group);
         }
     }
 }
