@@ -563,7 +563,7 @@ TEST_F(SharedStore, ItsOwnJournalIsRolledBack)
     });
     EXPECT_FALSE(readFile(cacheFile) == before);
     opened(pcdOpenCacheSession);
-    EXPECT_EQ(rows(cacheFile, "SELECT count(*) FROM domain_data"), "0");
+    EXPECT_TRUE(readFile(cacheFile) == before);
     EXPECT_FALSE(exists(journal));
 }
 
