@@ -38,10 +38,10 @@ std::string const versionFolder = product + "12";
 std::string const dataFolder = versionFolder + "/Tessarine";
 std::string const target = dataFolder + "/customevents.dat";
 std::string const older = product + "11.0/Tessarine/customevents.dat";
-Texts const created = {"customevents.dat file not found", "customevents.dat file found",
-                       "Creating Directoty for the file", "File Copied"};
-Texts const existed = {"customevents.dat file not found", "customevents.dat file found",
-                       "Directory already exists", "File Copied"};
+Texts const created = {"* customevents.dat file not found", "* customevents.dat file found",
+                       "* Creating Directoty for the file", "* File Copied"};
+Texts const existed = {"* customevents.dat file not found", "* customevents.dat file found",
+                       "* Directory already exists", "* File Copied"};
 
 /// Gives a file, or a folder and everything below it, to a user; links are not followed.
 void give(std::string const& path, uid_t user = ann, gid_t group = staff)
@@ -68,24 +68,22 @@ uint32_t effectiveCapabilities()
     return data[0].effective | data[1].effective;
 }
 
-/// Copies the events file to version 12 and returns the log, without the start line and the usual prefix. Expects that
-/// the process has its own rights whenever it logs.
+/// Copies the events file to version 12 and returns the log, without the start line. Expects that the process has its
+/// own rights whenever it logs.
 Texts carryEventsOver()
 {
     static Texts lines;
     lines.clear();
-    copyCustomEventsDATfileFromPreviousInstall(
-        {nullptr, 0, 0, 0, [](char const* line) {
-             EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
-             EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
-             EXPECT_EQ(getgroups(0, nullptr), 2);
-             int deathSignal = 0;
-             prctl(PR_GET_PDEATHSIG, &deathSignal);
-             EXPECT_TRUE(deathSignal == SIGUSR1 || !HOME_IN_ENVIRONMENT_COUNTS);
-             std::string const text = line;
-             size_t const prefix = text.rfind("::FT::CUSTOM ACTION: ", 0) == 0 ? 21 : 0;
-             lines.push_back(text.substr(prefix));
-         }});
+    copyCustomEventsDATfileFromPreviousInstall({nullptr, 0, 0, 0, [](char const* line) {
+                                                    EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
+                                                    EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
+                                                    EXPECT_EQ(getgroups(0, nullptr), 2);
+                                                    int deathSignal = 0;
+                                                    prctl(PR_GET_PDEATHSIG, &deathSignal);
+                                                    EXPECT_TRUE(deathSignal == SIGUSR1 ||
+                                                                !HOME_IN_ENVIRONMENT_COUNTS);
+                                                    lines.push_back(LogRecorder::shortened(line));
+                                                }});
     lines.erase(lines.begin());
     return lines;
 }
