@@ -515,6 +515,7 @@ int importSettings(Options const& options)
     std::string const name = nameOfInput(input);
     std::vector<Line> const lines = readLines(input, name);
     std::vector<Setting> settings;
+    settings.reserve(lines.size());
     for (Line const& line : lines) {
         settings.push_back(settingOf(line));
     }
