@@ -28,3 +28,5 @@ int fcntl64(int file, int command, ...)
 }
 
 int fcntl(int file, int command, ...) __attribute__((alias("fcntl64")));
+/* The name in 32-bit programs whose time has 64 bits. */
+int __fcntl_time64(int file, int command, ...) __attribute__((alias("fcntl64")));
