@@ -52,7 +52,9 @@ void addIds(ProcessState& state)
     state["effective group id"] = std::to_string(getegid());
     int const count = getgroups(0, nullptr);
     std::vector<gid_t> groups(static_cast<std::size_t>(std::max(count, 0)));
-    getgroups(count, groups.data());
+    if (getgroups(count, groups.data()) != count) {
+        groups.clear();
+    }
     state["groups"] = groups.empty() ? "none" : fmt::format("{}", fmt::join(groups, ","));
 }
 
