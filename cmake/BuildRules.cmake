@@ -16,5 +16,6 @@ endif()
 if(TESSARINE_SANITIZE)
     # For all targets, not only those with build_rules: GoogleTest, which is built here, must be instrumented, too.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS) # an index past a vector's end often lies in memory that it owns
     add_link_options(-fsanitize=address,undefined)
 endif()

@@ -26,12 +26,17 @@ if(TESSARINE_PLATFORM STREQUAL "gnustep")
     target_link_libraries(gnustep INTERFACE ${GNUSTEP_BASE_LIBRARY} objc)
 endif()
 
+# The libraries of the command-line tools. CLI11 and nlohmann/json consist of headers.
 find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
 find_path(NLOHMANN_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
-find_path(FMT_INCLUDE_DIR fmt/format.h REQUIRED)
-
-# The libraries of the command-line tools; all three are used as headers only.
 add_library(tool_libraries INTERFACE)
-target_include_directories(tool_libraries SYSTEM INTERFACE
-    ${CLI11_INCLUDE_DIR} ${NLOHMANN_JSON_INCLUDE_DIR} ${FMT_INCLUDE_DIR})
-target_compile_definitions(tool_libraries INTERFACE FMT_HEADER_ONLY)
+target_include_directories(tool_libraries SYSTEM INTERFACE ${CLI11_INCLUDE_DIR} ${NLOHMANN_JSON_INCLUDE_DIR})
+if(TESSARINE_PLATFORM STREQUAL "mac")
+    # Its headers alone: a packaged library is seldom built for 32-bit x86.
+    find_path(FMT_INCLUDE_DIR fmt/format.h REQUIRED)
+    target_include_directories(tool_libraries SYSTEM INTERFACE ${FMT_INCLUDE_DIR})
+    target_compile_definitions(tool_libraries INTERFACE FMT_HEADER_ONLY)
+else()
+    pkg_check_modules(fmt REQUIRED IMPORTED_TARGET fmt)
+    target_link_libraries(tool_libraries INTERFACE PkgConfig::fmt)
+endif()

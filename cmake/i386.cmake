@@ -9,7 +9,7 @@ if(NOT probingTheCompiler)
     set(packages ${CMAKE_BINARY_DIR}/packages)
     execute_process(
         COMMAND ${CMAKE_CURRENT_LIST_DIR}/fetch_i386_packages ${packages}
-            libplist-dev libplist3 libsqlite3-0 libsqlite3-dev libssl-dev libssl3 libuuid1 uuid-dev
+            libfmt-dev libfmt9 libplist-dev libplist3 libsqlite3-0 libsqlite3-dev libssl-dev libssl3 libuuid1 uuid-dev
         COMMAND_ERROR_IS_FATAL ANY)
     # Headers that differ between machines lie in a folder that the compiler only searches for its own machine.
     set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES ${packages}/usr/include/i386-linux-gnu)
