@@ -19,7 +19,7 @@ using testing_support::ScratchRoot;
 int const measurements = 15;
 int const mostCountedCalls = 50; // few: a count of instructions hardly varies
 
-/// What callgrind counts, by this name: nothing before and nothing after.
+/// The part that callgrind counts; it finds it by this name.
 extern "C" [[gnu::noinline]] void countedPart(Run& run, int calls)
 {
     for (int call = 0; call < calls; ++call) {
@@ -53,8 +53,8 @@ long peakKiB()
     return used.ru_maxrss;
 }
 
-/// The statement of a list is the same whatever the number of payloads, so it is recorded with one; all the others are
-/// put on record by another process. Neither must raise the peak of this one.
+/// A list's statement does not depend on the number of payloads, so it is recorded with one payload; another process adds
+/// the others. Neither raises the peak of this process.
 void printMemory(ScratchRoot& root, Operation const& operation, bool floor)
 {
     prepareStores(1);
@@ -88,7 +88,7 @@ struct Times
     double ours = floor;
 };
 
-/// The least of several measurements, the sides in turns: other work on the machine can only make one longer.
+/// The minimum of several measurements, the sides alternating: other work on the machine can only make one longer.
 Times measure(Operation const& operation)
 {
     Recording const recording = record(operation);
@@ -102,10 +102,10 @@ Times measure(Operation const& operation)
 
 void printTimes(ScratchRoot& root, std::FILE* columns)
 {
-    // Memory once had is kept: else it is chance on which side the system hands out fresh pages.
+    // Freed memory is kept: otherwise it is chance which side pays for fresh pages.
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
     mallopt(M_MMAP_THRESHOLD, INT_MAX);
-    std::printf("Microseconds of the processor for one call, the least of %d measurements in turns:\n\n"
+    std::printf("Microseconds of the processor for one call, the minimum of %d alternating measurements:\n\n"
                 "| %-40s | %9s | %9s | ratio |\n|---|---:|---:|---:|\n",
                 measurements, "operation", "floor", "ours");
     for (auto const& operation : operations()) {
@@ -117,7 +117,7 @@ void printTimes(ScratchRoot& root, std::FILE* columns)
         std::fflush(stdout);
     }
     std::printf(
-        "\nHow it grows with the payloads on record, each with one relation: ours, and its ratio to the "
+        "\nHow times grow with the payloads on record, each with one relation: ours, and its ratio to the "
         "floor:\n\n| payloads | read | list, per row | mark installed | remove |\n"
         "|---:|---:|---:|---:|---:|\n");
     for (int const payloads : growthSteps) {

@@ -22,7 +22,7 @@ char const signature[] = "3f0c7be2b6a14b0d9d6e";
 /// Identifiers from here on are those of payloads that are not on record.
 int const absent = 500000;
 
-/// An identifier as long as those in the field; good until the next one is asked for.
+/// An identifier of the usual length; valid until the next call.
 char const* identifier(int number)
 {
     static char text[] = "{4F9C27D1-63AB-4E0B-9A77-000000000000}";
@@ -32,7 +32,7 @@ char const* identifier(int number)
     return text;
 }
 
-/// Identifiers from `begin` up to and without `end` as a table of two columns, the number first.
+/// A table of two columns, number and identifier, from `begin` up to but not including `end`.
 std::string identifiers(int begin, int end)
 {
     return "(WITH RECURSIVE numbers(n) AS (SELECT " + std::to_string(begin) +
@@ -42,7 +42,7 @@ std::string identifiers(int begin, int end)
 
 char volatile firstOfMessage;
 
-/// The installer's log: looks at the message, so that no call of it can be left out.
+/// The installer's log callback: reads the message, so that the compiler cannot remove the call.
 void takeMessage(char const* message)
 {
     firstOfMessage = *message;

@@ -1,4 +1,4 @@
-/// What is measured: each operation of the product next to its floor, both on the same files.
+/// The operations that are measured, each next to its floor, both on the same files.
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 
@@ -15,8 +15,8 @@ struct Operation
 {
     std::string name;
     int payloads;                             ///< on record beforehand
-    int calls;                                ///< how often it is called for one figure
-    int rows;                                 ///< that one call reads; figures are given for one
+    int calls;                                ///< number of calls for one figure
+    int rows;                                 ///< rows that one call reads; figures are given per row
     int32_t (*open)(VeskSession**);           ///< null: the operation opens its own session
     int32_t (*run)(VeskSession*, int number); ///< one call, numbers count up from 0; 0 for success
     bool backsUp = false;                     ///< whether a call also copies the catalogue to its backup
@@ -32,7 +32,7 @@ std::vector<Operation> growthOperations(int payloads);
 /// The list of all of 100,000 payloads.
 Operation const& largestList();
 
-/// Fills the stores of an empty root folder: payloads that each declare a conflict with one that is not there, the
+/// Fills the stores of an empty root folder: payloads that each declare a conflict with one that is not on record, the
 /// first of them 100 relations, and ten entries of data of the first payload and of one subdomain.
 void prepareStores(int payloads);
 
@@ -40,11 +40,11 @@ void prepareStores(int payloads);
 struct Recording
 {
     std::vector<std::vector<Step>> calls; ///< first the opening of the session, then each call
-    std::deque<std::string> texts;        ///< whose addresses the steps hold
+    std::deque<std::string> texts;        ///< the steps point to these
 };
 
-/// Runs an operation once more often than it is counted, rolls back what it wrote, and records every database that it
-/// opens and closes and every statement that it runs. One at a time.
+/// Runs an operation once more than it is counted, rolls back what it wrote, and records every database that it opens
+/// and closes and every statement that it runs. Not from two threads at once.
 Recording record(Operation const& operation);
 
 /// One side of one operation: opens its session, and at its end rolls back what the calls wrote. A call that fails ends
@@ -58,7 +58,7 @@ public:
     Run& operator=(Run const&) = delete;
     ~Run();
 
-    /// The next call. The first is not like the others: it begins the transaction and fills caches.
+    /// Makes the next call. The first differs from the others: it begins the transaction and fills caches.
     void call();
 
 private:

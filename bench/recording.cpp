@@ -65,7 +65,7 @@ int recordEvent(unsigned event, void* /*context*/, void* subject, void* text)
 {
     auto const* const statement = static_cast<char const*>(text);
     if (running == nullptr) {
-        return 0; // a connection that the recording has left open
+        return 0; // a connection that is still open after the recording
     }
     if (event == SQLITE_TRACE_CLOSE) {
         addStep(kStepClose, static_cast<sqlite3*>(subject), nullptr);

@@ -87,9 +87,8 @@ class VeskiDataStore
 public:
     /// 0: open. 1: not open. Else: the status with which opening failed.
     int32_t status = 1;
-    sqlite3* db = nullptr; ///< null when not open
-    bool noAutoBegin =
-        false; ///< true: queries do not open transactions by themselves; nothing in the library sets it
+    sqlite3* db = nullptr;    ///< null when not open
+    bool noAutoBegin = false; ///< true: queries open no transactions; nothing in the library sets it
     VeskiPool pool;
     std::string directory;
     std::string fileName;
@@ -198,9 +197,8 @@ public:
     char const* copyText(char const* text, unsigned long size);
 
 private:
-    std::unique_ptr<class RestrictedVfs>
-        restrictedVfs;                     ///< the connection's, in a folder that others may write
-    std::shared_ptr<void> keptDescriptors; ///< see veskiKeepDescriptors
+    std::unique_ptr<class RestrictedVfs> restrictedVfs; ///< in a folder that others may write; else null
+    std::shared_ptr<void> keptDescriptors;              ///< see veskiKeepDescriptors
 
     int32_t readVersions(int32_t& current, int32_t& compatible);
     int32_t applySchemas();

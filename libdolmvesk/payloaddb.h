@@ -55,9 +55,8 @@ struct PdbPayloadInfo
     char const* version;
     char const* signature;
     int32_t installState; ///< a PdbInstallState
-    int32_t
-        installTime; ///< of the last state change, in seconds since 1970-01-01 UTC; 2147483647 (in January 2038)
-                     ///< for any later time
+    /// Time of the last state change, in seconds since 1970-01-01 UTC; 2147483647 (in January 2038) for any later time.
+    int32_t installTime;
 };
 
 // Sessions

@@ -76,7 +76,7 @@ void giveMode(Descriptor const& opened, std::string const& path, struct stat con
     if (chmod(("/proc/self/fd/" + std::to_string(opened.get())).c_str(), mode) == 0) {
         return;
     }
-    // No /proc. Root's own file in a sticky folder keeps its name: what the name leads to now, it leads to below.
+    // No /proc. In a sticky folder, root's own file keeps its name, so that the name can be used below.
     struct stat now = {};
     if (lstat(path.c_str(), &now) == 0 && isSameFile(now, status) && now.st_uid == 0) {
         (void)chmod(path.c_str(), mode);
@@ -109,7 +109,7 @@ Found look(char const* path, struct stat& status)
     return isAcceptable(status) ? Found::kAcceptable : Found::kRefused;
 }
 
-/// Looks at a file and makes it root's: in a sticky folder nobody else can exchange it then.
+/// Examines a file and makes it root's: no other user can then exchange it in a sticky folder.
 Found bind(char const* path, struct stat& status)
 {
     Found const found = look(path, status);
@@ -125,15 +125,15 @@ Found bind(char const* path, struct stat& status)
     return bound ? Found::kAcceptable : Found::kRefused;
 }
 
-/// Creates a file where none exists: root's from the start.
+/// Creates a file that is root's from the start. Fails if the path exists.
 bool createEmpty(char const* path, mode_t mode)
 {
     Descriptor const file(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode));
     return file.isOpen() && fchmod(file.get(), mode) == 0;
 }
 
-/// Makes a folder that others may write root's, and its files exchangeable by their owners alone.
-bool closeToExchange(std::string const& folder)
+/// Makes a folder root's and sticky if others may write it: then only a file's owner can exchange it.
+bool preventExchange(std::string const& folder)
 {
     std::string parent;
     veskiPathParent(folder, parent);
@@ -204,12 +204,12 @@ void veskiGiveAccessInSharedFolder(std::string const& path, DatabaseAccess const
     keepOpen(std::move(file));
 }
 
-/// What SQLite calls in place of its own file layer.
+/// The functions that SQLite calls in place of its own file layer's.
 struct RestrictedVfs::Calls
 {
     static RestrictedVfs& layerOf(sqlite3_vfs* vfs) { return *static_cast<RestrictedVfs*>(vfs); }
 
-    /// Where a file's methods are kept: behind the record of SQLite's own layer.
+    /// Offset of a file's methods: after the record of SQLite's own layer.
     static size_t methodsOffset(sqlite3_vfs const& base)
     {
         size_t const alignment = alignof(sqlite3_io_methods);
@@ -230,9 +230,8 @@ struct RestrictedVfs::Calls
         if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && name == layer.database) {
             found = layer.mayChange ? bind(name, status) : look(name, status);
         } else if ((flags & SQLITE_OPEN_MAIN_JOURNAL) != 0 && name == layer.journal && layer.mayChange) {
-            if (create) {
-                unlink(
-                    name); // SQLite holds a writer's lock: what exists is of no use, and it is not written to
+            if (create) { // SQLite holds a writer's lock, so an existing journal is of no use
+                unlink(name);
             }
             mode = lstat(layer.database.c_str(), &status) == 0 ? status.st_mode & 0666 : mode;
             found = bind(name, status);
@@ -271,7 +270,7 @@ struct RestrictedVfs::Calls
         return SQLITE_OK;
     }
 
-    /// Deliberate: the path as it is. SQLite would follow a link at the file's name.
+    /// Deliberate: returns the path unchanged. SQLite's own would follow a link at the file's name.
     static int fullPathname(sqlite3_vfs* /*vfs*/, char const* name, int size, char* result)
     {
         return std::snprintf(result, static_cast<size_t>(size), "%s", name) < size ? SQLITE_OK
@@ -299,7 +298,7 @@ RestrictedVfs::RestrictedVfs(std::string path, bool becomesRoots)
 
 int RestrictedVfs::open(int flags, sqlite3** connection)
 {
-    // On SQLite's list for the length of the call only: nobody else can use it, and nothing is left at an unload.
+    // Registered during the call only: no other code can use it, and nothing is left when the plug-in is unloaded.
     sqlite3_vfs_register(this, 0);
     int const opened = sqlite3_open_v2(database.c_str(), connection, flags, zName);
     sqlite3_vfs_unregister(this);
@@ -322,7 +321,7 @@ int veskiOpenConnection(std::string const& folder, std::string const& path, int 
     }
     bool const mayChange = (flags & SQLITE_OPEN_READWRITE) != 0;
     *database = nullptr;
-    if (!veskiMayOpenDatabase(folder, path) || (mayChange && !closeToExchange(folder))) {
+    if (!veskiMayOpenDatabase(folder, path) || (mayChange && !preventExchange(folder))) {
         return SQLITE_CANTOPEN;
     }
     vfs = std::make_unique<RestrictedVfs>(path, mayChange);

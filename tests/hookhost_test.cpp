@@ -321,7 +321,7 @@ install/pre-payload                      5         4         7
     writeFile("/mounted/file", "");
     auto const stateOfTree = [this] {
         shell(
-            "cat /proc/self/mounts; cd $root; find . -printf '%p %y %m %U:%G %s %T@ %C@ %l\n'; find . -type f -exec cat {} +");
+            "grep $root /proc/self/mounts; cd $root; find . -printf '%p %y %m %U:%G %s %T@ %C@ %l\n'; find . -type f -exec cat {} +");
         return out;
     };
     std::string const before = stateOfTree();

@@ -878,7 +878,8 @@ TEST_F(VeskdbQuestions, SalvageReadsWhatDamageLeaves)
         return pages;
     };
     auto const rootOf = [&](std::string const& table) {
-        std::string const number = sql(pdb, "SELECT rootpage FROM sqlite_master WHERE name = '" + table + "'")[0];
+        std::string const number =
+            sql(pdb, "SELECT rootpage FROM sqlite_master WHERE name = '" + table + "'")[0];
         return (std::stoul(number) - 1) * page;
     };
     auto const leaves = pagesOf('\x0D', "00000000");

@@ -10,22 +10,22 @@ using namespace testing_support;
 
 namespace {
 
-// Every place; fewer where everything is slower, and where the same places have been swept in the other word size.
+// Every place; fewer under sanitizers, which are slow, and in 32-bit builds, where the places are the same.
 int const stride = UNDER_SANITIZERS || sizeof(void*) == 4 ? 5 : 1;
 
 class Faults : public ScratchRootTest
 {
 protected:
-    /// Lets each fault strike at each place that there is, or each so many, in a run of its own.
+    /// Makes each fault strike at every `step`th place, each time in a run of its own.
     ///
-    /// @param check  takes the result of `use`; a killed one's is that of doing nothing
+    /// @param check  takes the result of `use`, a default one if the process was killed, and whether it was killed
     template<class Prepare, class Use, class Check>
     void sweep(int step, Prepare prepare, Use use, Check check)
     {
         for (auto const& fault : allFaults) {
             for (auto const strike : {Strike::kOnce, Strike::kFromThenOn, Strike::kDeath}) {
-                bool struck =
-                    &fault != allFaults || strike != Strike::kDeath; // where memory is had, nothing changes
+                // Allocations change nothing on the disk: being killed there proves nothing.
+                bool struck = &fault != allFaults || strike != Strike::kDeath;
                 for (int nth = 1; struck && !HasFailure(); nth += &fault == allFaults ? 3 * step : step) {
                     SCOPED_TRACE(testing::Message() << fault.calls << nth << ", " << int(strike));
                     prepare();
@@ -76,8 +76,8 @@ TEST_F(Faults, LoseNothingOfStoresInUse)
 TEST_F(Faults, LeaveNewStoresUsable)
 {
     for (auto const& store : stores) {
-        useStore(store); // whatever SQLite allocates once
-        // Creating its tables is most of the work, one like the other.
+        useStore(store); // SQLite allocates some memory once
+        // Most of the work is creating tables, all alike.
         sweep(
             5 * stride, [&] { root.renew(); }, [&] { return useStore(store); },
             [&](Outcome const& outcome, bool) { expectWholeAndUsable(store, outcome, false); });

@@ -33,7 +33,7 @@ Outcome useStore(Store const& store)
     VeskSession* session = nullptr;
     outcome.opened = outcome.note(store.open(&session));
     if (outcome.opened != kVeskOK) {
-        session != nullptr ? store.close(session) : 0; // the master store's, when it is the cache that failed
+        session != nullptr ? store.close(session) : 0; // the master store's, if the cache failed
         return outcome;
     }
     session->store->queryNR("PRAGMA cache_size = 5");
@@ -49,7 +49,7 @@ Outcome useStore(Store const& store)
             ++outcome.listed;
         }
     } else {
-        fine = false; // SQLite itself may have rolled back, for a failed list, too
+        fine = false; // SQLite may roll back even after a failed list
         outcome.documented = outcome.documented && keys == empty_list;
     }
     outcome.kept = outcome.note(store.commit(session)) == kVeskOK && fine;

@@ -8,11 +8,11 @@
 
 namespace testing_support {
 
-/// What came of using a store. Nothing here allocates: memory may be what is short.
+/// The result of using a store. Nothing here allocates memory, which may be what fails.
 struct Outcome
 {
     bool documented = true; ///< whether every status is one that the library documents
-    bool kept = false;      ///< whether all calls up to the commit, and it, gave kVeskOK
+    bool kept = false;      ///< whether all calls up to and including the commit returned kVeskOK
     int listed = -1;        ///< keys listed before the commit; -1: the list was refused
     int32_t opened = -1;    ///< the status of opening
 
@@ -38,13 +38,13 @@ Machine makeMachine();
 /// Makes the files those of the machine again and removes what the phases make.
 void restoreMachine(Machine const& machine);
 
-extern std::string const identifierFolder; // where the phases put the identifier file
-extern std::string const newEventsFolder;  // and the events file, in a folder "Tessarine"
+extern std::string const identifierFolder; // folder of the identifier file
+extern std::string const newEventsFolder;  // folder of "Tessarine", which gets the events file
 
-/// Expects a database to be whole and to work.
+/// Expects a database to be intact and to work.
 ///
-/// @param outcome     of the use before: rows that it reports as kept must be there
-/// @param hasOldRows  whether it is a machine's of makeMachine; its rows must be there then
+/// @param outcome     of its last use: rows that it reports as kept must exist
+/// @param hasOldRows  whether makeMachine created it; its rows must exist then
 void expectWholeAndUsable(Store const& store, Outcome const& outcome, bool hasOldRows = true);
 
 } // namespace testing_support

@@ -1,4 +1,4 @@
-/// A second, independent look at a database file: SQLite itself, with nothing of the product between.
+/// Reads a database file with SQLite itself, without the product.
 #ifndef TESTS_SUPPORT_DATABASE_FILE_H
 #define TESTS_SUPPORT_DATABASE_FILE_H
 
@@ -7,9 +7,10 @@
 
 namespace testing_support {
 
-/// Runs statements on a file, which is created when missing, on a connection of its own that does not wait for
-/// locks. All values of all rows come back, an SQL NULL as "NULL"; a failure as one text, "error: " and
-/// SQLite's message.
+/// Runs statements on a file, which is created if it is missing, on a connection of its own that does not wait for
+/// locks.
+///
+/// @return all values of all rows, an SQL NULL as "NULL"; after a failure one text, "error: " and SQLite's message
 std::vector<std::string> sql(std::string const& path, std::string const& statements);
 
 } // namespace testing_support

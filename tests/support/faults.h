@@ -1,5 +1,5 @@
 /// Calls of the C library that fail on purpose, one fault at a time. A program that is linked with faults.cpp defines
-/// them itself, and so for the product and for SQLite alike.
+/// these calls itself, for the product and for SQLite.
 #ifndef TESTS_SUPPORT_FAULTS_H
 #define TESTS_SUPPORT_FAULTS_H
 
@@ -28,7 +28,7 @@ enum class Strike
 /// What another user does at a strike of kIntrusion.
 extern std::function<void()> intrude;
 
-/// Makes the Nth of the fault's calls from now on fail, counted from 1.
+/// Makes the Nth of the fault's calls fail, counting from 1.
 void arm(Fault const& fault, int nth, Strike strike);
 
 /// @return whether the armed fault has struck

@@ -1,4 +1,4 @@
-/* A plug-in that does what its session properties say: what hookhost must cope with. */
+/* A plug-in that misbehaves as its session properties request: hookhost must cope with it. */
 #include "hooks/CustomHooks.h"
 
 #include <fcntl.h>
@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-static HookLogCallback latest; /* the log of the call before */
+static HookLogCallback latest; /* the log of the previous call */
 static char const* atUnload = "";
 
 __attribute__((constructor)) static void loaded(void)
@@ -125,8 +125,8 @@ static void act(char const* what, HookLogCallback log)
         raise(SIGTRAP); /* none that a sanitizer catches */
     } else if (strcmp(what, "exit") == 0) {
         exit(5);
-    } else if (strcmp(what, "twice") ==
-               0) { /* as after a program that could not be started: a copy returns first */
+    } else if (strcmp(what, "twice") == 0) {
+        /* As after a program that could not be started: a copy returns first. */
         int status = 0;
         log(fork() == 0 ? "copy" : wait(&status) > 0 && status == 0 ? "original" : "failed copy");
     } else if (strcmp(what, "print") == 0) {
@@ -179,7 +179,7 @@ uint32_t QvInstallerCustomHookCloseSession(void)
 }
 #endif
 
-/* Leaves a trace in the home folder and logs "mode/phase say"; then acts. */
+/* Creates a file in the home folder, logs "mode/phase say", then acts. */
 uint32_t QvInstallerCustomHookProc(struct HookProperty const* properties, uint32_t entryMode,
                                    int32_t installMode, int32_t reserved, HookLogCallback logCallback)
 {

@@ -1,5 +1,5 @@
 /* Stands in for a helper of the installed application: writes its arguments, one per line, to a file of its own in
- * "/started" and ends. Linked statically, for the scratch roots hold no libraries. */
+ * "/started" and ends. Linked statically, because scratch roots contain no libraries. */
 #include <stdio.h>
 #include <unistd.h>
 

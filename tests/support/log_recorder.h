@@ -1,4 +1,4 @@
-/// Collects what the plug-in logs: a log callback takes no context, so there is one recorder at a time.
+/// Collects what the plug-in logs. A log callback takes no context, so there is one recorder at a time.
 #ifndef TESTS_SUPPORT_LOG_RECORDER_H
 #define TESTS_SUPPORT_LOG_RECORDER_H
 
@@ -17,7 +17,7 @@ public:
 
     static HookLogCallback callback() { return record; }
 
-    /// A line with "* " for the prefix that the actions' lines have in common.
+    /// A line with "* " in place of the actions' common prefix.
     static std::string shortened(std::string const& line)
     {
         std::string const prefix = "::FT::CUSTOM ACTION: ";
@@ -30,7 +30,7 @@ public:
         return {properties, 0, 0, 0, record};
     }
 
-    /// The lines so far, shortened; the next call starts anew.
+    /// The lines since the last call, shortened.
     std::vector<std::string> take() { return std::exchange(lines, {}); }
 
 private:

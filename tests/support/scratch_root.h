@@ -15,7 +15,7 @@ namespace testing_support {
 constexpr uid_t ordinaryUser = 1234;
 constexpr gid_t ordinaryGroup = 2345;
 
-/// Enters a new, empty root folder and comes back, removing it.
+/// Enters a new, empty root folder; leaves and removes it at the end.
 class ScratchRoot
 {
 public:
@@ -23,13 +23,13 @@ public:
     ScratchRoot(ScratchRoot const&) = delete;
     ~ScratchRoot();
 
-    /// Exchanges the folder for a new, empty one: for the next row of a table.
+    /// Replaces the folder by a new, empty one: for the next row of a table.
     void renew();
 
     /// The folder as a path of the machine, for programs that are started outside it.
     std::string const& outsidePath() const { return folder; }
 
-    /// Runs a body in the machine's own root and comes back, for programs that need its libraries.
+    /// Runs a body in the machine's own root, for programs that need its libraries.
     void outside(std::function<void()> const& body) const;
 
 private:
@@ -39,17 +39,16 @@ private:
     std::string folder;
 };
 
-/// Whether users and groups other than root's can be had here: not where only root is mapped.
+/// Whether a process can become another user here: not where only root is mapped.
 bool canBecomeOrdinaryUser();
 
-/// Leaves a test visibly where it would need them.
+/// Skips a test that needs them.
 #define SKIP_WITHOUT_OTHER_USERS()                                                                           \
     if (!testing_support::canBecomeOrdinaryUser())                                                           \
     GTEST_SKIP() << "needs users other than root: run as the machine's root"
 
-/// A process forked off at once that runs its body when it is told to. SQLite keeps book of its process's
-/// locks in memory, which a fork copies: the process that plays somebody else is forked before the test opens
-/// anything.
+/// A process that is forked at once and runs its body later. SQLite tracks its process's locks in memory, which fork()
+/// copies: fork before the test opens anything.
 class OtherProcess
 {
 public:
@@ -57,7 +56,7 @@ public:
     OtherProcess(OtherProcess const&) = delete;
     ~OtherProcess();
 
-    /// Starts the body; waits for its end, when its failed expectations become this test's; or both.
+    /// Starts the body; waits for its end and takes over its failed expectations; or both.
     void start() const;
     void wait() const;
     void run() const;
@@ -72,11 +71,11 @@ void inChildProcess(std::function<void()> const& body);
 void asOrdinaryUser(std::function<void()> const& body);
 
 /// Makes a folder the home of root and of the ordinary user, in HOME and in the records of this scratch root:
-/// systems differ in which of them they go by.
+/// systems differ in which of them they use.
 void setHome(std::string const& path);
 
-/// Runs a body that may come back a second time, in a copy of this process: the copy is ended. Comes back itself when
-/// all processes that the body has started have ended.
+/// Runs a body that may return a second time, in a copy of this process: ends the copy. Returns when all processes that
+/// the body has started have ended.
 void endingCopies(std::function<void()> const& body);
 
 void writeFile(std::string const& path, std::string const& content); // and the folders above it
@@ -84,10 +83,10 @@ std::string readFile(std::string const& path);
 void makeFolders(std::string const& path);
 std::vector<std::string> namesIn(std::string const& folder); // sorted; "." and ".." left out
 
-bool exists(std::string const& path);          // also as a dangling link
-struct stat statusOf(std::string const& path); // of the thing itself, no link followed
+bool exists(std::string const& path);          // even as a dangling link
+struct stat statusOf(std::string const& path); // follows no link
 
-/// "rwx" bits and owners in one value, for messages that can be read: "0644 0:80".
+/// Permission bits, owner and group in one readable value: "0644 0:80".
 std::string accessOf(std::string const& path);
 
 /// Number of open descriptors of this process.

@@ -1,4 +1,4 @@
-/// Runs the built programs as a user of the machine would: from a shell, outside the scratch root.
+/// Runs the built programs as their users do: from a shell, outside the scratch root.
 #ifndef TESTS_SUPPORT_SHELL_H
 #define TESTS_SUPPORT_SHELL_H
 

@@ -1,4 +1,4 @@
-/// Where the databases lie, sessions that close themselves, and what is read through them.
+/// Paths of the databases, sessions that close themselves, and functions that read through them.
 #ifndef TESTS_SUPPORT_STORES_H
 #define TESTS_SUPPORT_STORES_H
 
@@ -20,7 +20,7 @@ inline std::string const cacheFile = databaseRoot + "Zelko PCD/cache/cache.db";
 inline std::string const backupPath = databaseRoot + "backup";
 inline std::string const backupFile = backupPath + "/vesk.db";
 
-/// Texts of rows that do not fit into one page together.
+/// A value so long that two of them do not fit into one page.
 inline std::string const filler(3000, 'x');
 
 inline int32_t writeSetting(VeskSession* session, char const* key)
@@ -71,7 +71,7 @@ struct SessionCloser
 };
 using OpenSession = std::unique_ptr<VeskSession, SessionCloser>;
 
-/// Opens a session that has to open.
+/// Opens a session; a failure fails the test.
 inline OpenSession opened(int32_t (*open)(VeskSession**))
 {
     VeskSession* session = nullptr;
@@ -79,7 +79,7 @@ inline OpenSession opened(int32_t (*open)(VeskSession**))
     return OpenSession(session);
 }
 
-/// Whether every one of these calls, made in this order, gives this status.
+/// Whether each of these calls, in this order, returns this status.
 inline testing::AssertionResult allGive(int32_t expected, std::initializer_list<int32_t> statuses)
 {
     for (auto const* status = statuses.begin(); status != statuses.end(); ++status) {
@@ -90,7 +90,7 @@ inline testing::AssertionResult allGive(int32_t expected, std::initializer_list<
     return testing::AssertionSuccess();
 }
 
-/// What a query gives, value after value with commas between.
+/// All values that a query returns, separated by commas.
 inline std::string rows(std::string const& file, std::string const& query)
 {
     std::string all;
@@ -100,7 +100,7 @@ inline std::string rows(std::string const& file, std::string const& query)
     return all;
 }
 
-/// What a function reads: a list's entries with a comma after each, up to the first null; "status N" when it fails.
+/// What a function reads: a list's entries with a comma after each, up to the first null; "status N" if it fails.
 template<class Read, class... Arguments>
 std::string listed(Read read, OpenSession const& session, Arguments... arguments)
 {

@@ -28,7 +28,8 @@ struct Listed
 Listed readProcess(pid_t id)
 {
     std::ifstream file(fmt::format("/proc/{}/stat", id));
-    std::string const text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string text;
+    std::getline(file, text, '\0'); // not by iterators, which throw for a process that has just ended
     std::size_t const begin = text.find('(');
     std::size_t const end = text.rfind(')');
     if (begin == std::string::npos || end == std::string::npos || end + 4 >= text.size()) {
