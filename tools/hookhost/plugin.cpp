@@ -60,8 +60,10 @@ std::string describePlugin(std::string const& path, bool& allEntries)
         describe("entry point", entry, exported);
         allEntries &= exported;
     }
-    for (std::size_t mode = 0; mode < modeNames.size(); ++mode) {
-        for (std::size_t phase = 0; phase < phaseNames.size(); ++phase) {
+    constexpr std::size_t modes = modeNames.size();
+    constexpr std::size_t phases = phaseNames.size();
+    for (std::size_t mode = 0; mode < modes; ++mode) {
+        for (std::size_t phase = 0; phase < phases; ++phase) {
             char const* const name = phaseProcedures[mode][phase];
             std::string const symbol = fmt::format("_Z{}{}RK18CCustomHookSession", std::strlen(name), name);
             if (dlsym(library, symbol.c_str()) != nullptr) { // no plug-in needs them

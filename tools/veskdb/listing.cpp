@@ -170,7 +170,7 @@ int listSettings(Options const& options)
         filter = " WHERE domain = ?1";
         parameters.push_back(std::to_string(*options.domain));
     }
-    char const* const columns[] = {"subDomain", "key"};
+    std::vector<std::string> const columns = {"subDomain", "key"};
     for (std::size_t each = 0; each < options.address.size(); ++each) {
         filter += fmt::format(" AND {} = ?{}", columns[each], each + 2);
         parameters.push_back(options.address[each]);
