@@ -301,9 +301,8 @@ int32_t VeskiDataStore::applySchemas()
     bool const shared = restrictedVfs != nullptr;
     std::optional<VersionReading> bounds(std::in_place, db, shared);
     result = readVersions(current, compatible);
-    if (!shared) {
-        bounds
-            .reset(); // an upgrade of many rows takes its time; in the shared store, it reads the schema once more
+    if (!shared) { // an upgrade of many rows may take long; in the shared store, it reads the schema once more
+        bounds.reset();
     }
     if (compatible > newest) {
         return kVeskSchemaTooNew;

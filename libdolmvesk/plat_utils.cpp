@@ -3,7 +3,6 @@
 #include "libdolmvesk/shared_folder.h"
 #include "libdolmvesk/vesk_status.h"
 #include "platform/descriptor.h"
-
 #include "platform/platform.h"
 
 #include <algorithm>

@@ -42,9 +42,7 @@ public:
     bool createFolders(std::string const& below) const;
 
     /// Gives a folder the home's own owner, group, permission bits and dates, each if the rights allow it.
-    ///
-    /// @return whether all were set; those that can be set are
-    bool giveOwnAttributes(std::string const& below) const;
+    void giveOwnAttributes(std::string const& below) const;
 
     /// Copies a file, or a folder with all its contents, with owner, group, permission bits and dates, each if the
     /// rights allow it. A link is copied as a link. No copied file keeps a set-user, set-group or sticky bit: its owner
@@ -76,8 +74,8 @@ private:
     Account const* account() const { return foreign ? &owner : nullptr; }
 
     std::string const path;
-    std::unique_ptr<struct FileAttributes const> const
-        attributes; ///< the home's; null if it cannot be examined
+    /// The home's; null if it cannot be examined.
+    std::unique_ptr<struct FileAttributes const> const attributes;
     Account owner = {};
     bool foreign = false;    ///< another user's home, entered by the super-user
     bool accessible = false; ///< whether anything below the home may be looked at

@@ -73,7 +73,7 @@ uid_t accountNumber(NSNumber* number)
 }
 
 /// Sets owner, group and permission bits, through the descriptor if it is open, else by path.
-bool giveRights(NSDictionary* attributes, int descriptor, std::string const& path, bool isFolder)
+void giveRights(NSDictionary* attributes, int descriptor, std::string const& path, bool isFolder)
 {
     uid_t const owner = accountNumber([attributes fileOwnerAccountID]);
     gid_t const group = accountNumber([attributes fileGroupOwnerAccountID]);
@@ -81,9 +81,8 @@ bool giveRights(NSDictionary* attributes, int descriptor, std::string const& pat
     mode_t const permissions =
         static_cast<mode_t>([attributes filePosixPermissions]) & (isFolder ? 07777 : 0777);
     bool const opened = descriptor >= 0;
-    bool const owned = (opened ? fchown(descriptor, owner, group) : chown(path.c_str(), owner, group)) == 0;
-    bool const permitted = (opened ? fchmod(descriptor, permissions) : chmod(path.c_str(), permissions)) == 0;
-    return owned && permitted;
+    (void)!(opened ? fchown(descriptor, owner, group) : chown(path.c_str(), owner, group));
+    (void)(opened ? fchmod(descriptor, permissions) : chmod(path.c_str(), permissions));
 }
 
 /// Reads the attributes of what a path leads to; null if nothing is there.
@@ -99,27 +98,27 @@ std::unique_ptr<FileAttributes const> attributesOf(std::string const& path)
 }
 
 /// Gives what a path leads to the attributes of another file or folder, each if the thread's rights allow it.
-bool giveAttributes(FileAttributes const* attributes, std::string const& path)
+void giveAttributes(FileAttributes const* attributes, std::string const& path)
 {
     char resolved[PATH_MAX]; // given a link, the file manager would change the link itself
     if (attributes == nullptr || realpath(path.c_str(), resolved) == nullptr) {
-        return false;
+        return;
     }
     NSString* const item = pathString(resolved);
     // O_NONBLOCK: do not block on a FIFO. A folder that its owner may not read is changed by its path.
     Descriptor const opened(open(resolved, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status = {};
     if (item == nil || (opened.isOpen() ? fstat(opened.get(), &status) : stat(resolved, &status)) != 0) {
-        return false;
+        return;
     }
-    bool const given = giveRights(attributes->dictionary, opened.get(), resolved, S_ISDIR(status.st_mode));
+    giveRights(attributes->dictionary, opened.get(), resolved, S_ISDIR(status.st_mode));
     // The rest, dates and Finder's flags.
     NSMutableDictionary* const rest = [[attributes->dictionary mutableCopy] autorelease];
     [rest
         removeObjectsForKeys:[NSArray arrayWithObjects:NSFileOwnerAccountID, NSFileOwnerAccountName,
                                                        NSFileGroupOwnerAccountID, NSFileGroupOwnerAccountName,
                                                        NSFilePosixPermissions, nil]];
-    return [fileManager() setAttributes:rest ofItemAtPath:item error:NULL] && given;
+    [fileManager() setAttributes:rest ofItemAtPath:item error:NULL];
 }
 
 bool copyItem(std::string const& from, std::string const& to)
@@ -216,10 +215,13 @@ bool HomeFolder::createFolders(std::string const& below) const
     return asOwner([&] { return createDirectoryTree(path + below, 0777); });
 }
 
-bool HomeFolder::giveOwnAttributes(std::string const& below) const
+void HomeFolder::giveOwnAttributes(std::string const& below) const
 {
     AutoreleasePool const pool;
-    return asOwner([&] { return giveAttributes(attributes.get(), path + below); });
+    asOwner([&] {
+        giveAttributes(attributes.get(), path + below);
+        return true;
+    });
 }
 
 bool HomeFolder::copy(std::string const& from, std::string const& to) const

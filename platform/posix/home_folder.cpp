@@ -92,13 +92,12 @@ bool mayUse(int folder, char const* name)
 }
 
 /// Gives attributes to a folder that the thread may not open.
-bool giveAttributesByPath(std::string const& path, struct stat const& source)
+void giveAttributesByPath(std::string const& path, struct stat const& source)
 {
-    bool const owned = chown(path.c_str(), source.st_uid, source.st_gid) == 0;
-    bool const permitted = chmod(path.c_str(), source.st_mode & 07777) == 0;
+    (void)!chown(path.c_str(), source.st_uid, source.st_gid);
+    chmod(path.c_str(), source.st_mode & 07777);
     timespec const dates[] = {source.st_atim, source.st_mtim};
-    bool const dated = utimensat(AT_FDCWD, path.c_str(), dates, 0) == 0;
-    return owned && permitted && dated;
+    utimensat(AT_FDCWD, path.c_str(), dates, 0);
 }
 
 } // namespace
@@ -153,20 +152,24 @@ bool HomeFolder::createFolders(std::string const& below) const
            asOwner([&] { return createDirectoryTree(path + below, 0777); });
 }
 
-bool HomeFolder::giveOwnAttributes(std::string const& below) const
+void HomeFolder::giveOwnAttributes(std::string const& below) const
 {
     if (!attributes) {
-        return false;
+        return;
     }
     if (Descriptor const folder = rootsFolderOf(below); folder.isOpen()) {
         if (Descriptor const item = openFolderIn(folder.get(), nameOf(below)); item.isOpen()) {
-            return giveAttributes(item.get(), attributes->status);
+            giveAttributes(item.get(), attributes->status);
+            return;
         }
     }
-    return asOwner([&] {
-        Descriptor const item(open((path + below).c_str(), readFolder));
-        return item.isOpen() ? giveAttributes(item.get(), attributes->status)
-                             : errno == EACCES && giveAttributesByPath(path + below, attributes->status);
+    asOwner([&] {
+        if (Descriptor const item(open((path + below).c_str(), readFolder)); item.isOpen()) {
+            giveAttributes(item.get(), attributes->status);
+        } else if (errno == EACCES) {
+            giveAttributesByPath(path + below, attributes->status);
+        }
+        return true;
     });
 }
 

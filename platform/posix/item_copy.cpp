@@ -286,20 +286,19 @@ bool isClosedRootFolder(int folder)
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-bool giveAttributes(int descriptor, struct stat const& source)
+void giveAttributes(int descriptor, struct stat const& source)
 {
     struct stat status = {};
     if (fstat(descriptor, &status) != 0) {
-        return false;
+        return;
     }
-    bool const owned =
-        fchown(descriptor, source.st_uid, source.st_gid) == 0 ||
-        (fchown(descriptor, static_cast<uid_t>(-1), source.st_gid) == 0 && status.st_uid == source.st_uid);
+    if (fchown(descriptor, source.st_uid, source.st_gid) != 0) {
+        (void)!fchown(descriptor, static_cast<uid_t>(-1), source.st_gid);
+    }
     mode_t const kept = S_ISDIR(status.st_mode) ? 07777 : 0777;
-    bool const permitted = fchmod(descriptor, source.st_mode & kept) == 0;
+    fchmod(descriptor, source.st_mode & kept);
     timespec const dates[] = {source.st_atim, source.st_mtim};
-    bool const dated = futimens(descriptor, dates) == 0;
-    return owned && permitted && dated;
+    futimens(descriptor, dates);
 }
 
 bool copyItem(Place const& from, Place const& to, bool asSuperUser)

@@ -24,9 +24,7 @@ bool isClosedRootFolder(int folder);
 
 /// Gives a file or folder the owner, group, permission bits and dates of another, each if the thread's rights allow
 /// it. A file gets no set-user, set-group or sticky bit.
-///
-/// @return whether all were set
-bool giveAttributes(int descriptor, struct stat const& source);
+void giveAttributes(int descriptor, struct stat const& source);
 
 /// Copies a file, link or folder: see HomeFolder::copy.
 ///
