@@ -32,7 +32,7 @@ find_path(NLOHMANN_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
 add_library(tool_libraries INTERFACE)
 target_include_directories(tool_libraries SYSTEM INTERFACE ${CLI11_INCLUDE_DIR} ${NLOHMANN_JSON_INCLUDE_DIR})
 if(TESSARINE_PLATFORM STREQUAL "mac")
-    # Its headers alone: a packaged library is seldom built for 32-bit x86.
+    # As headers, too: then the programs need no library that the system lacks.
     find_path(FMT_INCLUDE_DIR fmt/format.h REQUIRED)
     target_include_directories(tool_libraries SYSTEM INTERFACE ${FMT_INCLUDE_DIR})
     target_compile_definitions(tool_libraries INTERFACE FMT_HEADER_ONLY)
