@@ -38,6 +38,7 @@ char const* const eventsFiles[] = {
     "/Library/Application Support/Zelko/Fendrial Tessarine/11.0/Tessarine/customevents.dat",
     "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine/customevents.dat",
 };
+char const* const eventsTarget = *std::rbegin(eventsFiles);
 char const eventsVersionFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12";
 char const eventsDataFolder[] = "/Library/Application Support/Zelko/Fendrial Tessarine/12/Tessarine";
 
@@ -194,7 +195,6 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
         log(session,
             "::FT::CUSTOM ACTION: Function start, to copy customevents.dat file from previous install");
         platform::HomeFolder const home(platform::homeDirectory());
-        char const* const target = *std::rbegin(eventsFiles);
         char const* const source = newestEventsFile(session, home);
         if (source == nullptr) {
             return;
@@ -212,11 +212,9 @@ void copyCustomEventsDATfileFromPreviousInstall(CCustomHookSession const& sessio
             giveAccessIfLacking(session, home, eventsVersionFolder, "::FT::Giving Permission to 12");
             giveAccessIfLacking(session, home, eventsDataFolder, "::FT::Giving Permission to Tessarine");
         }
-        // An existing file of version 12 stays as it is. Deliberate: "File Copied" is logged even then; it marks the
-        // end of the action (see docs/hook-phases.md).
-        if (source != target) {
-            home.copy(source, target);
-        }
+        // Replaces nothing: an existing file of version 12 stays as it is. Deliberate: "File Copied" is logged even
+        // then; it marks the end of the action (see docs/hook-phases.md).
+        home.copy(source, eventsTarget);
         log(session, "::FT::CUSTOM ACTION: File Copied");
     });
 }

@@ -126,10 +126,11 @@ Found bind(char const* path, struct stat& status)
 }
 
 /// Creates a file that is root's from the start. Fails if the path exists.
+///
+/// @param mode  permission bits, less the process's umask
 bool createEmpty(char const* path, mode_t mode)
 {
-    Descriptor const file(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode));
-    return file.isOpen() && fchmod(file.get(), mode) == 0;
+    return Descriptor(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode)).isOpen();
 }
 
 /// Makes a folder root's and sticky if others may write it: then only a file's owner can exchange it.

@@ -25,12 +25,4 @@ bool createDirectoryTree(std::string const& path, mode_t mode)
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool modeLetsUse(struct stat const& status, Account const& account)
-{
-    mode_t const bits = account.user == status.st_uid    ? status.st_mode >> 6
-                        : account.group == status.st_gid ? status.st_mode >> 3
-                                                         : status.st_mode;
-    return account.user == 0 || (bits & S_IRWXO) == S_IRWXO;
-}
-
 } // namespace platform

@@ -17,9 +17,6 @@ struct Account
     gid_t group;
 };
 
-/// Whether permission bits let an account read, write and execute (for a folder: search). The super-user always may.
-bool modeLetsUse(struct stat const& status, Account const& account);
-
 /// While it lives, restricts the calling thread to the file-system rights of an account: its user, its group and no
 /// supplementary groups. Other threads keep theirs. The user database is not read.
 ///

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -222,6 +223,8 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
     struct { char const* name; std::function<void()> arrange; Texts lines; std::string access, copied; } const cases[] = {
         {"all of it is root's", [] {}, created, "0751 501:20", "0600 0:0"},
         {"a data folder of root's alone", [] { makeFolders(dataFolder); chmod(dataFolder.c_str(), 0700); }, existed, "0700 0:0", "0600 0:0"},
+        {"a file for the data folder", [] { makeFolders(versionFolder); writeFile(dataFolder, ""); chmod(dataFolder.c_str(), 0600); },
+         {existed[0], existed[1], existed[2], opened, existed[3]}, "0600 0:0", ""},
         {"a version folder of the user's", [] { makeFolders(versionFolder); give(versionFolder); }, created, "0751 501:20", "0600 0:0"},
         {"below a folder of the user's", [] { makeFolders(dataFolder); give(product.substr(0, product.size() - 1)); give(dataFolder, 0, 0); chmod(older.c_str(), 0644); },
          {existed[0], existed[1], existed[2], opened, existed[3]}, "0755 0:0", ""},
@@ -281,6 +284,47 @@ TEST_F(Home, NothingIsReachedByAnExchangeAtAnyMoment)
                       "0755 0:00700 0:0");
             EXPECT_FALSE(folder.rfind(versionFolder, 0) != 0 && exists(target + "/secret"));
         }
+    }
+}
+
+TEST_F(Home, ALinkThatIsExchangedWhileItIsCopiedIsNotCutShort)
+{
+    for (int nth = 1, struck = 1; struck != 0; ++nth) {
+        makeHome();
+        ASSERT_EQ(rename(older.c_str(), (older + "1").c_str()), 0);
+        plantLink("customevents.dat1", older);
+        intrude = [] { unlink(older.c_str()), plantLink("./customevents.dat1", older); };
+        arm({" setfsuid ", 0}, nth, Strike::kIntrusion);
+        carryEventsOver();
+        struck = disarm() ? 1 : 0;
+        if (exists(target)) {
+            EXPECT_THAT(std::filesystem::read_symlink(target),
+                        testing::AnyOf("customevents.dat1", "./customevents.dat1"))
+                << nth;
+        }
+    }
+}
+
+TEST_F(Home, AUserWhoOpensTheCopyReadsNothingThatOnlyRootMayRead)
+{
+    for (int nth = 1, struck = 1; struck != 0; ++nth) {
+        makeHome();
+        give(library, 0, 0);
+        makeFolders(versionFolder);
+        give(versionFolder);
+        ASSERT_EQ(chmod(older.c_str(), 0600), 0);
+        int opened = -1;
+        intrude = [&] {
+            Texts const names = exists(dataFolder) ? namesIn(dataFolder) : Texts();
+            std::string const copy = dataFolder + '/' + (names.empty() ? "" : names[0]);
+            opened = !names.empty() && statusOf(copy).st_uid == ann ? open(copy.c_str(), O_RDONLY) : -1;
+        };
+        arm({" fchown pwrite64 fchmod fsync linkat ", 0}, nth, Strike::kIntrusion);
+        carryEventsOver();
+        struck = disarm() ? 1 : 0;
+        char byte = 0;
+        EXPECT_FALSE(read(opened, &byte, 1) == 1) << nth;
+        close(opened);
     }
 }
 
@@ -557,7 +601,7 @@ TEST_F(SharedStore, ItsOwnJournalIsRolledBack)
         for (char const* key : {"a", "b", "c", "d"}) {
             pcdSetDomainData(session, 1, "s", key, std::string(20000, 'x').c_str());
         }
-        EXPECT_TRUE(exists(cacheFile + "-journal"));
+        EXPECT_EQ(accessOf(cacheFile + "-journal"), "0666 0:80"); // every user can roll it back
     });
     EXPECT_FALSE(readFile(cacheFile) == before);
     opened(pcdOpenCacheSession);

@@ -85,6 +85,15 @@ void giveRights(NSDictionary* attributes, int descriptor, std::string const& pat
     (void)(opened ? fchmod(descriptor, permissions) : chmod(path.c_str(), permissions));
 }
 
+/// Whether permission bits let an ordinary user read, write and search a folder.
+bool modeLetsUse(struct stat const& status, Account const& account)
+{
+    mode_t const bits = account.user == status.st_uid    ? status.st_mode >> 6
+                        : account.group == status.st_gid ? status.st_mode >> 3
+                                                         : status.st_mode;
+    return (bits & S_IRWXO) == S_IRWXO;
+}
+
 /// Reads the attributes of what a path leads to; null if nothing is there.
 std::unique_ptr<FileAttributes const> attributesOf(std::string const& path)
 {
@@ -181,11 +190,11 @@ HomeFolder::HomeFolder(std::string homePath)
       }())
 {
     struct stat status = {};
-    accessible = geteuid() != 0;
-    if (!accessible && stat(path.c_str(), &status) == 0) {
+    if (stat(path.c_str(), &status) == 0) {
+        bool const superUser = geteuid() == 0;
         owner = {status.st_uid, status.st_gid};
-        foreign = owner.user != 0;
-        accessible = foreign || (status.st_mode & S_IWOTH) == 0;
+        foreign = superUser && owner.user != 0;
+        accessible = !superUser || foreign || (status.st_mode & S_IWOTH) == 0;
     }
 }
 

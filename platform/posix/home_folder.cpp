@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <string_view>
-#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -70,25 +69,10 @@ Descriptor openClosedFolder(std::string const& home, std::string_view below, boo
 }
 
 /// Whether the thread may read, write and execute what a name leads to. Deliberate: not access(2), which checks the
-/// rights of the process's real user.
+/// rights of the process's real user, nor faccessat(3), which may check those of its effective user.
 bool mayUse(int folder, char const* name)
 {
-    long const asked = syscall(SYS_faccessat2, folder, name, R_OK | W_OK | X_OK, AT_EACCESS);
-    if (asked == 0 || errno != ENOSYS) {
-        return asked == 0;
-    }
-    // Linux before 5.8 does not have the call: check the permission bits.
-    struct stat status = {};
-    if (fstatat(folder, name, &status, 0) != 0) {
-        return false;
-    }
-    Account account = {
-        static_cast<uid_t>(setfsuid(static_cast<uid_t>(-1))), // an invalid number changes nothing
-        static_cast<gid_t>(setfsgid(static_cast<gid_t>(-1)))};
-    if (group_member(status.st_gid) != 0) {
-        account.group = status.st_gid;
-    }
-    return modeLetsUse(status, account);
+    return syscall(SYS_faccessat2, folder, name, R_OK | W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 /// Gives attributes to a folder that the thread may not open.
@@ -108,12 +92,12 @@ HomeFolder::HomeFolder(std::string homePath)
           return stat(path.c_str(), &read->status) == 0 ? std::move(read) : nullptr;
       }())
 {
-    accessible = geteuid() != 0;
-    if (attributes && !accessible) {
+    if (attributes) {
         struct stat const& status = attributes->status;
+        bool const superUser = geteuid() == 0;
         owner = {status.st_uid, status.st_gid};
-        foreign = owner.user != 0;
-        accessible = foreign || (status.st_mode & S_IWOTH) == 0;
+        foreign = superUser && owner.user != 0;
+        accessible = !superUser || foreign || (status.st_mode & S_IWOTH) == 0;
     }
 }
 
@@ -154,9 +138,6 @@ bool HomeFolder::createFolders(std::string const& below) const
 
 void HomeFolder::giveOwnAttributes(std::string const& below) const
 {
-    if (!attributes) {
-        return;
-    }
     if (Descriptor const folder = rootsFolderOf(below); folder.isOpen()) {
         if (Descriptor const item = openFolderIn(folder.get(), nameOf(below)); item.isOpen()) {
             giveAttributes(item.get(), attributes->status);

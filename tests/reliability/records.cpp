@@ -83,6 +83,11 @@ Machine makeMachine()
     }
     EXPECT_EQ(veskBackup(), kVeskOK);
     writeFile(eventsFile, "events");
+    // Another user's home, if possible.
+    for (auto const& item : std::filesystem::recursive_directory_iterator("/home")) {
+        lchown(item.path().c_str(), ordinaryUser, ordinaryGroup);
+    }
+    chown("/home", ordinaryUser, ordinaryGroup);
     for (auto const& file : {payloadFile, masterFile, cacheFile, catalogueFile, backupFile, eventsFile}) {
         machine[file] = readFile(file);
     }
