@@ -2,6 +2,7 @@
 #include "hooks/CustomHooks.h"
 #include "hooks/Tessarine.h"
 #include "libdolmvesk/pcd_compat.h"
+#include "libdolmvesk/shared_folder.h"
 #include "platform/thread_rights.h"
 #include "tests/support/faults.h"
 #include "tests/support/log_recorder.h"
@@ -593,6 +594,7 @@ TEST_F(SharedStore, AJournalDeletesAndOpensNoOtherFile)
 
 TEST_F(SharedStore, ItsOwnJournalIsRolledBack)
 {
+    SKIP_WITHOUT_OTHER_USERS();
     std::string const before = readFile(cacheFile);
     inChildProcess([] {
         VeskSession* session = nullptr;
@@ -604,6 +606,16 @@ TEST_F(SharedStore, ItsOwnJournalIsRolledBack)
         EXPECT_EQ(accessOf(cacheFile + "-journal"), "0666 0:80"); // every user can roll it back
     });
     EXPECT_FALSE(readFile(cacheFile) == before);
+    // A reader, which may change nothing, cannot read either.
+    ASSERT_EQ(chown(journal.c_str(), ann, staff) + chmod(journal.c_str(), 0600), 0);
+    std::unique_ptr<RestrictedVfs> vfs;
+    sqlite3* reader = nullptr;
+    EXPECT_EQ(veskiOpenConnection(cacheFile.substr(0, cacheFile.rfind('/')), cacheFile, SQLITE_OPEN_READONLY,
+                                  vfs, &reader),
+              SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(reader, "SELECT * FROM domain_data", nullptr, nullptr, nullptr), SQLITE_READONLY);
+    sqlite3_close(reader);
+    EXPECT_EQ(accessOf(journal), "0600 501:20");
     opened(pcdOpenCacheSession);
     EXPECT_TRUE(readFile(cacheFile) == before);
     EXPECT_FALSE(exists(journal));
