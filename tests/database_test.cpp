@@ -47,11 +47,14 @@ TEST_F(DataStore, SchemaIsBroughtUpToDateOrRefused)
     // clang-format off
     std::string const one = std::string(createMeta) + ";" + versionRow + ";" + compatibleRow + ";" + createItems + ";";
     std::string const meta = "SELECT value FROM pcd_meta ORDER BY key DESC", of = "UPDATE pcd_meta SET value = ";
+    std::string manyTables = one;
+    for (int number = 0; number < 500; ++number) { manyTables += "CREATE TABLE another" + std::to_string(number) + " (x);"; }
     std::string const leftOver = "SELECT value FROM pcd_meta UNION ALL SELECT name FROM items";
     struct { char const* name; std::string before; SchemaFamily family; int32_t status; std::string query, after; } const cases[] = {
         // SQL to run before opening (empty: no file); a query to run afterwards and its result
         {"new", "", twoVersions, kVeskOK, meta, "2,1"},
         {"upgrade", one, twoVersions, kVeskOK, "SELECT count(*) - count(unit) FROM items", "0"},
+        {"upgrade among many tables", manyTables, twoVersions, kVeskOK, meta, "2,1"},
         {"version 1 fails", "", brokenFirst, kVeskOK, "SELECT * FROM sqlite_master", ""},
         {"version 2 of a new file fails", "", brokenSecond, kVeskFailed, leftOver, "1,1"},
         {"version 2 of an old file fails", one, brokenSecond, kVeskOK, leftOver, "1,1"},

@@ -224,6 +224,7 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
     struct { char const* name; std::function<void()> arrange; Texts lines; std::string access, copied; } const cases[] = {
         {"all of it is root's", [] {}, created, "0751 501:20", "0600 0:0"},
         {"a data folder of root's alone", [] { makeFolders(dataFolder); chmod(dataFolder.c_str(), 0700); }, existed, "0700 0:0", "0600 0:0"},
+        {"a dangling link for the events file", [] { unlink(older.c_str()); symlink("nowhere", older.c_str()); }, Texts(4, created[0]), "", ""},
         {"a file for the data folder", [] { makeFolders(versionFolder); writeFile(dataFolder, ""); chmod(dataFolder.c_str(), 0600); },
          {existed[0], existed[1], existed[2], opened, existed[3]}, "0600 0:0", ""},
         {"a version folder of the user's", [] { makeFolders(versionFolder); give(versionFolder); }, created, "0751 501:20", "0600 0:0"},

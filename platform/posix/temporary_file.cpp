@@ -2,7 +2,6 @@
 
 #include "platform/platform.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,9 +29,6 @@ bool TemporaryFile::write(char const* bytes, size_t size)
     while (size > 0) {
         ssize_t const written = ::write(descriptor, bytes, size);
         if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
             return false;
         }
         bytes += written;
