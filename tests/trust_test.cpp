@@ -70,6 +70,24 @@ uint32_t effectiveCapabilities()
     return data[0].effective | data[1].effective;
 }
 
+std::vector<int> descriptorsForPrograms()
+{
+    std::vector<int> descriptors;
+    for (int descriptor = 0; descriptor < 100; ++descriptor) {
+        if (int const flags = fcntl(descriptor, F_GETFD); flags >= 0 && (flags & FD_CLOEXEC) == 0) {
+            descriptors.push_back(descriptor);
+        }
+    }
+    return descriptors;
+}
+std::vector<int> const inherited = descriptorsForPrograms();
+
+/// Expects that a program which another thread starts now inherits no descriptor from this one.
+void expectNothingForPrograms()
+{
+    EXPECT_EQ(descriptorsForPrograms(), inherited);
+}
+
 /// Copies the events file to version 12 and returns the log, without the start line. Expects that the process has its
 /// own rights whenever it logs.
 Texts carryEventsOver()
@@ -272,6 +290,7 @@ TEST_F(Home, NothingIsReachedByAnExchangeAtAnyMoment)
             writeFile("/victims/folder/customevents.dat/secret", "secret");
             chmod("/victims/folder/customevents.dat", 0700);
             intrude = [&] { // as the user could
+                expectNothingForPrograms();
                 if (rename(folder.c_str(), aside.c_str()) == 0) {
                     plantLink("/victims/folder", folder);
                 }
@@ -503,6 +522,7 @@ TEST_F(SharedStore, NothingIsReachedByAnExchangeAtAnyMoment)
                 writeFile("/victims/file", "");
                 ASSERT_EQ(chmod("/victims/file", 04640), 0);
                 intrude = [&] {
+                    expectNothingForPrograms();
                     {
                         platform::ThreadRights const rights(&account); // may ann still do this?
                         unlink(path.c_str());

@@ -95,15 +95,17 @@ TEST_F(Faults, LeaveNoHalfFileOfAPhase)
         stride, [&] { restoreMachine(machine); }, [] { return runEveryPhase() ? 1 : -1; },
         [&](int fine, bool uncleaned) {
             EXPECT_GE(fine, 0);
-            auto const hasIn = [&](std::string const& folder, std::string const& file, char const* end) {
+            auto const hasIn = [&](std::string const& folder, std::string const& name,
+                                   std::string const& file, char const* end) {
                 Texts const names = exists(folder) ? namesIn(folder) : Texts();
-                bool const has = std::count(names.begin(), names.end(), file) == 1;
+                bool const has = std::count(names.begin(), names.end(), name) == 1;
                 EXPECT_LE(names.size(), (has ? 1U : 0U) + (uncleaned ? 1U : 0U)) << names.front();
-                EXPECT_TRUE(!has || readFile(folder + '/' + file).find(end) != std::string::npos) << file;
+                EXPECT_TRUE(!has || readFile(folder + file).find(end) != std::string::npos) << file;
                 return has;
             };
-            hasIn(newEventsFolder + "/Tessarine", "customevents.dat", "events");
-            identifiers += hasIn(identifierFolder, "UUID.plist", "</plist>") ? 1 : 0;
+            hasIn(newEventsFolder + "/Tessarine", "customevents.dat", "/customevents.dat/folder/file",
+                  "events");
+            identifiers += hasIn(identifierFolder, "UUID.plist", "/UUID.plist", "</plist>") ? 1 : 0;
             EXPECT_EQ(readFile(payloadFile), machine.at(payloadFile));
             EXPECT_EQ(rows(masterFile, "PRAGMA integrity_check"), "ok");
         });

@@ -11,7 +11,9 @@ namespace testing_support {
 namespace {
 
 int const rowsAtOnce = 8;
-std::string const eventsFile = "/home" + databaseRoot + "Fendrial Tessarine/11.0/Tessarine/customevents.dat";
+// A folder, whose copy takes more steps than a file's.
+std::string const eventsFile =
+    "/home" + databaseRoot + "Fendrial Tessarine/11.0/Tessarine/customevents.dat/folder/file";
 
 } // namespace
 
