@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,13 +25,13 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds firstNotice{2000};     // a call that takes longer is mentioned ...
-constexpr milliseconds longestSilence{30000}; // ... ever more rarely, up to this
+constexpr milliseconds firstNotice{2000};     // a call that takes longer is reported, ...
+constexpr milliseconds longestSilence{30000}; // ... then more and more rarely, up to this interval
 
-// A worker that has crashed has so long to note where.
+// How long a crashed worker may take to note where it crashed.
 constexpr milliseconds longestNote{5000};
 
-// An interrupted hookhost waits so long for the reader of its last records.
+// How long an interrupted hookhost waits for the reader of its last records.
 constexpr milliseconds longestFarewell{2000};
 
 [[noreturn]] void beWorker(Run& run, HostSignals const& signals, pid_t host,
@@ -71,7 +72,10 @@ public:
     {
         run.report.setWhileWaiting([this] {
             enforceLimits();
-            return interruption == 0 || Clock::now() - killed < longestFarewell;
+            if (signals.interruption() != 0 && !farewellBegan) {
+                farewellBegan = Clock::now();
+            }
+            return !farewellBegan || Clock::now() - *farewellBegan < longestFarewell;
         });
     }
 
@@ -101,7 +105,8 @@ public:
         recordOutput(true);
     }
 
-    /// Records what has changed since the last time, as the current step's. Nothing after an interruption.
+    /// Records what has changed since the last call of this function, as changes of the current step. Does nothing
+    /// after an interruption.
     void recordChanges()
     {
         if (run.changes && signals.interruption() == 0) {
@@ -110,12 +115,12 @@ public:
         }
     }
 
-    int status = 0;        ///< as waitpid gives it
-    bool timedOut = false; ///< the worker was killed for that
-    int interruption = 0;  ///< the signal to hookhost for which it was killed
+    int status = 0;        ///< as waitpid returns it
+    bool timedOut = false; ///< the worker was killed because of a time-out
+    int interruption = 0;  ///< the signal to hookhost because of which the worker was killed; 0 for none
 
 private:
-    /// How long the call has taken that the worker is in; 0 between two calls.
+    /// How long the worker has been in its current call; 0 between two calls.
     milliseconds elapsed() const
     {
         CurrentCall const call = run.state->current;
@@ -126,25 +131,26 @@ private:
     {
         int childStatus = 0;
         pid_t child = 0;
-        do { // orphans that hookhost has adopted end too
+        do { // hookhost also waits for the orphans that it has adopted
             child = waitpid(-1, &childStatus, WNOHANG);
         } while (child > 0 && child != worker);
         if (child == worker) {
             status = childStatus;
+            ended = true;
         }
-        return child == worker;
+        return ended;
     }
 
-    /// Kills the worker after a time-out or an interruption.
+    /// Kills the worker after a time-out or an interruption. Does nothing once the worker has been waited for: its
+    /// process id may be another process's.
     void enforceLimits()
     {
-        if (timedOut || interruption != 0) {
+        if (ended || timedOut || interruption != 0) {
             return;
         }
         interruption = signals.interruption();
         timedOut = interruption == 0 && run.options.timeout && elapsed() >= *run.options.timeout;
         if (timedOut || interruption != 0 || isStuckInCrash()) {
-            killed = Clock::now();
             kill(worker, SIGKILL);
         }
     }
@@ -186,7 +192,7 @@ private:
 
     /// Records what the hook has printed.
     ///
-    /// @param all  also lines whose end is missing
+    /// @param all  also lines without a newline
     void recordOutput(bool all)
     {
         if (run.output) {
@@ -203,15 +209,16 @@ private:
     Run& run;
     HostSignals const& signals;
     pid_t const worker;
-    Clock::time_point killed;
+    bool ended = false; ///< the worker has been waited for
+    std::optional<Clock::time_point> farewellBegan;
     Clock::time_point crashed = Clock::now();
     Step noticedStep = 0;
     milliseconds nextNotice = firstNotice;
 };
 
-/// What the record of a failed step has to contain.
+/// Describes, for its record, how a step failed to return.
 ///
-/// @param exitStatus  receives hookhost's
+/// @param exitStatus  receives hookhost's exit status
 Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
 {
     if (ending.interruption != 0) {
@@ -243,7 +250,7 @@ Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
                 : fmt::format("the plug-in ended the process by exit({}); it must return instead", code)};
 }
 
-/// Where the core file is, as it is named outside the root or, for an overlay, where it will be found.
+/// Where the core file is: its path outside the root or, for an overlay, in the folder of --keep.
 std::string describeCore(Run const& run, pid_t worker, bool dumped)
 {
     std::string root = run.overlay ? run.overlay->rootFolder() : run.options.root.value_or("");
@@ -259,7 +266,7 @@ std::string describeCore(Run const& run, pid_t worker, bool dumped)
     return text;
 }
 
-/// Adds where the plug-in crashed.
+/// Adds where the plug-in crashed to what its record has to contain.
 void addCrash(Run const& run, pid_t worker, bool dumped, Failure& failure)
 {
     Crash const& crash = run.state->crash;
@@ -274,7 +281,7 @@ void addCrash(Run const& run, pid_t worker, bool dumped, Failure& failure)
     }
 }
 
-/// Records the step that the worker did not come back from.
+/// Records the step that did not return.
 ///
 /// @return hookhost's exit status
 int reportFailure(Run& run, pid_t worker, Watch const& ending)
@@ -294,7 +301,7 @@ int reportFailure(Run& run, pid_t worker, Watch const& ending)
     return exitStatus;
 }
 
-/// The exit status for a worker that came to its own end.
+/// hookhost's exit status after a run in which every step returned.
 int exitStatusOf(Run const& run)
 {
     uint32_t const status = run.state->firstStatus;
@@ -330,7 +337,7 @@ std::vector<Outcome> outcomesOf(Run const& run, Watch const& ending, bool failed
     return outcomes;
 }
 
-/// Records what became of the expectations.
+/// Records whether each expectation holds.
 ///
 /// @param exitStatus  hookhost's exit status without expectations
 /// @return its exit status with them
@@ -372,6 +379,8 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
     adoptOrphans();
     HostSignals const signals;
     pid_t const host = getpid();
+    run.state->current =
+        CurrentCall{0, run.state->sinceBegin()}; // the first step; making an overlay does not count
     pid_t const worker = fork();
     if (worker < 0) {
         throw Refusal(kExitHostError, fmt::format("cannot start a worker process: {}", std::strerror(errno)));
@@ -384,15 +393,15 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
     }
     Watch ending(run, signals, worker);
     ending.untilItEnds();
-    bool const cameToItsEnd =
+    bool const everyStepReturned =
         WIFEXITED(ending.status) && run.state->leavingWith == WEXITSTATUS(ending.status);
-    int exitStatus = cameToItsEnd ? exitStatusOf(run) : reportFailure(run, worker, ending);
+    int exitStatus = everyStepReturned ? exitStatusOf(run) : reportFailure(run, worker, ending);
     ending.recordChanges();
     reportRunningProcesses(run, worker);
     if (run.changes) {
         run.changes->recordTotals(run.report);
     }
-    exitStatus = judgeExpectations(run, ending, !cameToItsEnd, exitStatus);
+    exitStatus = judgeExpectations(run, ending, !everyStepReturned, exitStatus);
     if (run.state->writeError != 0) {
         complain(common::lossOf(run.state->writeError));
         exitStatus = exitStatus == 0 ? kExitHostError : exitStatus;
@@ -406,8 +415,8 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
         complain(refusal);
         exitStatus = exitStatus == 0 ? static_cast<int>(refusal.exitStatus) : exitStatus;
     }
-    if (ending.interruption != 0) {
-        signals.endBy(ending.interruption);
+    if (signals.interruption() != 0) {
+        signals.endBy(signals.interruption());
     }
     return exitStatus;
 }

@@ -10,11 +10,11 @@ namespace hookhost {
 
 /// Runs work in a worker process. Does not return if a signal interrupts hookhost.
 ///
-/// @param work    returns the worker's exit status, as far as the hook's statuses do not decide it; may throw Refusal
-/// @param finish  called after the last record, also after an interruption; may throw Refusal,
-///                which stands for status 0
+/// @param work    returns the worker's exit status, 0 if the hook's statuses decide; may throw Refusal
+/// @param finish  called after the last record, even after an interruption; may throw Refusal, whose exit status
+///                replaces status 0
 /// @return hookhost's exit status
-/// @throws Refusal if there can be no worker
+/// @throws Refusal if no worker can be started
 int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<void()> const& finish);
 
 } // namespace hookhost
