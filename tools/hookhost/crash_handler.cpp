@@ -1,10 +1,13 @@
 #include "tools/hookhost/crash_handler.h"
 
+#include "tools/hookhost/undone_call.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <optional>
 #include <unistd.h>
 
 namespace hookhost {
@@ -16,7 +19,7 @@ constexpr int crashSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRA
 Crash* crashOfThisProcess = nullptr;
 pid_t worker = 0;
 
-/// "bad.so+0x1a2b"; the address alone where no library is.
+/// "bad.so+0x1a2b"; the address alone if it is in no library.
 template<class Text>
 void describeFrame(Text& text, void* address)
 {
@@ -31,16 +34,16 @@ void describeFrame(Text& text, void* address)
                   static_cast<uintmax_t>(place - reinterpret_cast<std::uintptr_t>(info.dli_fbase)));
 }
 
-/// Whether the processor has reported the signal, for an instruction that fails again if it is run again.
+/// Whether the processor has raised the signal, for an instruction that fails again if it is run again.
 bool isFault(int signal, siginfo_t const& info)
 {
     return info.si_code > 0 &&
            (signal == SIGSEGV || signal == SIGBUS || signal == SIGILL || signal == SIGFPE);
 }
 
-/// Deliberate: not all of this may be called in a signal handler by the book. The process has crashed anyway; what
-/// matters most is noted first, and the host ends a worker that does not get on.
-__attribute__((noinline)) void note(int signal, siginfo_t const& info)
+/// Deliberate: calls functions that are not safe in a signal handler. The process has crashed anyway; the most
+/// important facts are noted first, and the host kills a worker that does not finish.
+__attribute__((noinline)) void note(int signal, siginfo_t const& info, void* context)
 {
     Crash& crash = *crashOfThisProcess;
     crash.hasAddress = isFault(signal, info);
@@ -53,23 +56,33 @@ __attribute__((noinline)) void note(int signal, siginfo_t const& info)
     if (getcwd(crash.folder.data(), crash.folder.size()) == nullptr) {
         crash.folder[0] = '\0';
     }
-    constexpr int ownFrames = 3; // this function, the handler, and what the system calls the handler from
+    std::optional<UndoneCall> undoneCall;
+    if (crash.hasAddress && (signal == SIGSEGV || signal == SIGBUS)) {
+        undoneCall.emplace(context, crash.address);
+    }
+    if (undoneCall && undoneCall->isUndone()) {
+        describeFrame(crash.frames[0], info.si_addr);
+        crash.frameCount = 1;
+    }
+    int const room = static_cast<int>(crash.frames.size()) - crash.frameCount;
+    constexpr int ownFrames =
+        3; // this function, the handler, and the system's function that calls the handler
     void* addresses[ownFrames + std::tuple_size<decltype(crash.frames)>::value];
-    int const count = backtrace(addresses, static_cast<int>(sizeof addresses / sizeof *addresses));
+    int const count = backtrace(addresses, ownFrames + room);
     for (int each = ownFrames; each < count; ++each) {
-        describeFrame(crash.frames[static_cast<std::size_t>(each - ownFrames)], addresses[each]);
-        crash.frameCount = each - ownFrames + 1;
+        describeFrame(crash.frames[static_cast<std::size_t>(crash.frameCount)], addresses[each]);
+        ++crash.frameCount;
     }
     crash.complete = true;
 }
 
-void handleCrash(int signal, siginfo_t* info, void* /*context*/)
+void handleCrash(int signal, siginfo_t* info, void* context)
 {
     std::signal(signal, SIG_DFL);
     if (getpid() == worker && crashOfThisProcess->signal == 0) {
-        note(signal, *info);
+        note(signal, *info, context);
     }
-    // A fault comes again after this, so that a core file shows it. Any other signal has to be sent again.
+    // A fault occurs again after this, so that a core file shows it. Any other signal has to be sent again.
     if (!isFault(signal, *info)) {
         raise(signal);
     }
@@ -82,7 +95,7 @@ void noteCrash(Crash& crash)
     crashOfThisProcess = &crash;
     worker = getpid();
     void* first = nullptr;
-    backtrace(&first, 1); // loads what it needs, which must not happen in a crash
+    backtrace(&first, 1); // loads the library that it needs, which must not happen in a crash
 
     static std::array<char, 65536> stack; // for a crash by endless recursion
     stack_t handlerStack = {};

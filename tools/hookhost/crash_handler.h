@@ -15,10 +15,10 @@ struct Crash
 {
     using Text = std::array<char, 1024>; ///< ends with a null character
 
-    std::atomic<int> signal{0};        ///< 0 as long as there was no crash
-    std::atomic<bool> complete{false}; ///< what follows is there, too
-    bool hasAddress = false;           ///< the processor reported the signal, at
-    std::uintptr_t address = 0;
+    std::atomic<int> signal{0};        ///< 0 if there was no crash
+    std::atomic<bool> complete{false}; ///< everything below is noted
+    bool hasAddress = false;           ///< the processor raised the signal
+    std::uintptr_t address = 0;        ///< that could not be used
     int frameCount = 0;
     std::array<std::array<char, 96>, 24> frames{}; ///< innermost first, such as "bad.so+0x1a2b"
     Text folder{};                                 ///< the current folder, as the process saw it
@@ -26,10 +26,10 @@ struct Crash
     uid_t user = 0;                                ///< the effective user
 };
 
-/// In the worker, before the plug-in is loaded: notes a crash of this process, then lets the signal end it. Signals that
-/// have a handler already keep it, and the plug-in may set handlers of its own.
+/// Sets signal handlers that note a crash of this process, then let the signal end it. Call it in the worker, before
+/// the plug-in is loaded. Signals that have a handler keep it, and the plug-in may set handlers of its own.
 ///
-/// @param crash  outlives the process's work
+/// @param crash  receives the facts of the crash; must exist until the process ends
 void noteCrash(Crash& crash);
 
 /// Whether a signal's handler is the one that noteCrash has set.

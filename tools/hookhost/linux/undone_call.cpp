@@ -1,0 +1,66 @@
+#include "tools/hookhost/undone_call.h"
+
+#include <type_traits>
+#include <ucontext.h>
+
+namespace hookhost {
+
+namespace {
+
+/// The registers of an interrupted thread that a call changes.
+struct Registers
+{
+    explicit Registers(void* context) : machine(static_cast<ucontext_t*>(context)->uc_mcontext) {}
+
+    mcontext_t& machine;
+#if defined(__aarch64__)
+    unsigned long long& programCounter = machine.pc;
+    unsigned long long& stackPointer = machine.sp;
+
+    void returnFromCall() const
+    {
+        programCounter = machine.regs[30];
+    }
+#else
+#if defined(__x86_64__)
+    greg_t& programCounter = machine.gregs[REG_RIP];
+    greg_t& stackPointer = machine.gregs[REG_RSP];
+#else
+    greg_t& programCounter = machine.gregs[REG_EIP];
+    greg_t& stackPointer = machine.gregs[REG_ESP];
+#endif
+
+    void returnFromCall() const
+    {
+        programCounter =
+            *reinterpret_cast<greg_t const*>(stackPointer); // where a call has put the return address
+        stackPointer += static_cast<greg_t>(sizeof(greg_t));
+    }
+#endif
+};
+
+} // namespace
+
+UndoneCall::UndoneCall(void* context, std::uintptr_t address) noexcept
+{
+    Registers const now(context);
+    programCounter = static_cast<std::uintptr_t>(now.programCounter);
+    stackPointer = static_cast<std::uintptr_t>(now.stackPointer);
+    if (programCounter == address) {
+        registers = context;
+        now.returnFromCall();
+    }
+}
+
+UndoneCall::~UndoneCall()
+{
+    if (registers != nullptr) {
+        Registers const changed(registers);
+        changed.programCounter =
+            static_cast<std::remove_reference_t<decltype(changed.programCounter)>>(programCounter);
+        changed.stackPointer =
+            static_cast<std::remove_reference_t<decltype(changed.stackPointer)>>(stackPointer);
+    }
+}
+
+} // namespace hookhost
