@@ -25,9 +25,11 @@ protected:
         // Unquoted variables are split at newlines alone: the paths may hold spaces.
         ShellResult const result = runShell(
             root, // A sanitizer's look for leaks at exit() needs a /proc, which the root does not have.
-            "export ASAN_OPTIONS=detect_leaks=0; IFS='\n'; hookhost='" HOOKHOST "' fixture='" FIXTURE
-            "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY "' in=$root/in\n"
+            "export ASAN_OPTIONS=detect_leaks=0:handle_segv=0; IFS='\n'; hookhost='" HOOKHOST
+            "' fixture='" FIXTURE "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY
+            "' in=$root/in\n"
             "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
+            "fill() { dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; }\n"
             "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
             "rm $root/unread; }\n" +
                 command);
@@ -38,6 +40,24 @@ protected:
             EXPECT_TRUE(nlohmann::json::accept(line)) << line;
         }
         return result.status;
+    }
+
+    struct Run
+    {
+        int status;
+        char const* command;
+        std::string out;     // matches all of standard output
+        char const* message; // matches a part of standard error
+    };
+
+    void runAll(std::initializer_list<Run> runs)
+    {
+        for (Run const& each : runs) {
+            SCOPED_TRACE(each.command);
+            EXPECT_EQ(shell(each.command), each.status);
+            EXPECT_TRUE(std::regex_match(out, std::regex(each.out))) << out;
+            EXPECT_THAT(err, ContainsRegex(each.message));
+        }
     }
 
     std::string out, err; // of the last command
@@ -60,7 +80,7 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
     ASSERT_EQ(chmod("/in/closed", 0), 0);
 
     // clang-format off
-    struct { int status; char const* command; char const* told; } const cases[] = {
+    struct { int status; char const* command; char const* message; } const cases[] = {
         {125, "$hookhost $run", "--mode is missing.*install, reinstall, uninstall"},
         {125, "$hookhost --mode instal $run", "--mode 'instal' is unknown.*install, reinstall, uninstall"},
         {125, "$hookhost --mode 4294967296 $run", "'4294967296'.*32-bit"},
@@ -78,7 +98,7 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         {125, "$hookhost --mode 0 --keep $root/k $run", "add --overlay"},
         {125, "$hookhost --mode 0 --overlay --keep $in $run", "--keep .*/in' is not empty"},
         {125, "setpriv --bounding-set=-sys_admin $hookhost --mode 0 --overlay $run", "--overlay requires root"},
-        {125, "unshare --user --map-root-user $hookhost --mode 0 --overlay --home / $fixture", "the kernel refuses an overlay of '/'"},
+        {125, "unshare --user --map-root-user $hookhost --mode 0 --overlay --keep $root/called --home / $fixture", "the kernel refuses an overlay of '/'"},
         {125, "$hookhost --mode 0 --expect pre-load=0 $run", "--expect 'pre-load=0'.*'pre-load' is unknown.*pre-payload"},
         {125, "$hookhost --mode 0 --expect signal:x $run", "'signal:x' is no outcome.*signal:N"},
         {125, "$hookhost --mode 0 --expect-log a=b $run", "phase 'a' is unknown"},
@@ -113,8 +133,15 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         SCOPED_TRACE(each.command);
         EXPECT_EQ(shell(each.command), each.status);
         EXPECT_EQ(out, "");
-        EXPECT_THAT(err, ContainsRegex(std::string("^hookhost: .*") + each.told));
+        EXPECT_THAT(err, ContainsRegex(std::string("^hookhost: .*") + each.message));
         EXPECT_FALSE(exists("/called"));
+    }
+    for (auto const& [status, options] : std::initializer_list<std::pair<int, std::string>>{
+             {125, "--mode x $run"}, {126, "-n --mode 0 $lacking"}, {127, "--mode 0 $in/none"}}) {
+        EXPECT_EQ(shell("$hookhost --format jsonl " + options + " 2>&1"), status);
+        EXPECT_TRUE(std::regex_match(
+            out, std::regex(fmt::format(R"(\{{"type":"error","message":".*","exit":{}\}}\n)", status))))
+            << out;
     }
 }
 
@@ -122,7 +149,7 @@ TEST_F(Hookhost, CallsAndReports)
 {
     std::string const start = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z reinstall/pre-payload (\d+) )";
     // clang-format off
-    struct { int status; char const* command; std::string out; char const* told; } const cases[] = {
+    runAll({
         {0, "$hookhost --format raw --mode install $run", "0/3 \n0/0 \n0/1 \n0/2 \n0/4 \n", "^fixture loaded\n$"},
         {0, "$hookhost --format raw --mode uninstall --phase post-payload --phase 0 --phase post-payload $run", "2/2 \n2/0 \n2/2 \n", ""},
         {0, "$hookhost --format raw --mode -2 --phase 0xFFFFFFFF $run", "-2/4294967295 \n", ""},
@@ -136,50 +163,24 @@ TEST_F(Hookhost, CallsAndReports)
         {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m"\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
-        {0, "{ $hookhost --mode 0 --phase 2 $run -D act=hang & until grep -q running $root.err; do sleep 0.1; done; kill -KILL $!; } | timeout 20 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"}, // and the pipe ends: no worker outlives its host
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
-        {125, "$hookhost --mode 0 $run >/dev/full", "", "^hookhost: output was lost: No space left"},
-        {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
-        {125, "$hookhost --help >/dev/full", "", "output was lost: No space left"},
-        {125, "$hookhost -n --mode 0 $run >/dev/full", "", "output was lost: No space left"},
-        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
-        {3, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 --phase 2 -D times=3 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
-        {128 + SIGTRAP, "$hookhost --mode 0 --phase 2 -D act=crash $run 2>/dev/full", ".* 0/2 \n.* = failed .*\n", "^$"},
-        // What the hook starts has SIGPIPE as it was: exec() lets an ignored signal be and resets a handled one.
-        {0, "for how in default ignore; do env --$how-signal=PIPE $hookhost --mode 0 --phase 2 $run -D act=hang |"
-            " { IFS=' '; read -r line; read -r time phase pid said; grep SigIgn /proc/$pid/status; kill $pid; }; done",
-            "SigIgn:\t.*[02468ace].{3}\nSigIgn:\t.*[13579bdf].{3}\n", ""},
-        // A pipe that does not block, full until its reader wakes up.
-        {0, "{ dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; $hookhost --format raw --mode 0 $run; echo ended $? >&2; } |"
-            " { sleep 1; tr -d '\\0'; }", "0/3 \n0/0 \n0/1 \n0/2 \n0/4 \n", "\nended 0\n"},
         {126, "$hookhost --list $lacking", "[^]*HookProc +exported\n.*CloseSession  missing\n[^]*", ""},
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
         {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
         {123, "$hookhost --mode 0 --phase 1 -D times=65536 $run", ".* 0/1 \n.* = status 65536 \\(0x10000\\) after .*\n", "0x10000.*123 stands for it"},
         {0, "$hookhost --mode 0 --phase 1 --null-properties $run", ".* \\(null\\)\n.* = status 0 .*\n", "^$"},
-        // The hook's output stands among its messages where it was printed; what has hookhost's marks is escaped.
+        // The hook's output is recorded in the order of events; a mark of hookhost's own is escaped.
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print -D log='= status 0'", ".*/pre-payload \\d+ 0/1 \n.* \\\\x3D status 0\n.*/pre-payload (\\d+) 1> one\n.* three\n.* \\1 2> = fo\\\\\\\\ur\n.* 1> two\n.* = status 0 .*\n", "^$"},
         {0, "$hookhost --format raw --mode 0 --phase 1 $run -D act=print", "0/1 \nthree\none\ntwo", "= fo\\\\ur\n$"},
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print --no-capture", ".* 0/1 \n.* three\n.* = status 0 .*\n", "= fo\\\\ur\none\ntwo$"},
         {0, "$hookhost -n --mode 0 --phase 1 $run -D 'code=a\n= status 0'", "[^]*code=a\\\\n= status 0\n[^]*", "^$"},
-        // Descriptors: the hook cannot take hookhost's along, short of closing all.
-        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n(.* ! left behind: descriptor \\d+ .* -> (closed|/taken)\n)+", "^$"},
-        {125, "$hookhost --mode 0 --phase 1 $run -D 'act=close all'", ".* 0/1 \n", "^hookhost: output was lost: Bad file descriptor\n$"},
-        // Messages of several threads and processes, and of one that is killed while it writes.
-        {0, "$hookhost --mode 0 --phase 1 $run -D act=chatter | awk '{print length($4)}' | sort -n | uniq -c | tail -1", " *80 20000\n", "^$"},
-        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 $run -D act=chatter | { IFS=' '; read -r time step pid all; read -r all;"
-            " while grep -qs State:.[RSD] /proc/$pid/status; do sleep 0.05; done; grep -c '^[^ ]* install/pre-payload [0-9]* = failed'; }", "1\n", "did not return"},
-        // A message by the callback of an earlier call.
-        {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\n.*post-payload.*= status 0 .*\n", "^$"},
-        {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=log at unload'", "[^]*returned.*\n.*\"phase\":\"pre-payload\".*\"message\":\"unloading\",\"late\":true\\}\n", "^$"},
-        {128 + SIGTRAP, "$hookhost --mode 0 --phase 1 $run -D 'act=crash at unload'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed .*signal 5.*\n", "calls not made: 0"},
-        // A helper program that outlives hookhost is on record, and prints on without being blocked or killed.
+        // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
         // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
-        {0, "$hookhost --mode 0 --phase 1 --timeout 0.5 --debug wait $run 2>$root.message & until grep -qs CONT $root.message; do sleep 0.6; done;"
-            " kill $(grep -o 'kill -CONT.*' $root.message | cut -c 6- | tr ' ' '\n'); rm $root.message; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
+        {0, "mkfifo $root/message; $hookhost --mode 0 --phase 1 --timeout 0.2 --debug wait $run 2>$root/message &"
+            " command=$(grep -m 1 -o 'kill -CONT.*' $root/message); sleep 0.3; eval $command; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
         // On a terminal.
         {0, "NO_COLOR=1 script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -3 | tr -d '\\r'",
             "install/pre-payload  process \\d+\n +\\+\\d+ ms  0/1 \n +\\+\\d+ ms  = status 0 .*\n", "^$"},
@@ -187,15 +188,67 @@ TEST_F(Hookhost, CallsAndReports)
         // Without HOME, the user database outside the root has it.
         {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
         {0, "$hookhost --version", "hookhost \\d+\\.\\d+\n", "^$"},
-    };
+    });
     // clang-format on
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.command);
-        EXPECT_EQ(shell(each.command), each.status);
-        EXPECT_TRUE(std::regex_match(out, std::regex(each.out))) << out;
-        EXPECT_THAT(err, ContainsRegex(each.told));
-    }
     EXPECT_TRUE(exists("/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist"));
+}
+
+TEST_F(Hookhost, WritesRecordsWhole)
+{
+    // clang-format off
+    runAll({
+        {125, "$hookhost --mode 0 $run >/dev/full", "", "^hookhost: output was lost: No space left"},
+        {125, "$hookhost --mode 0 $run >&-", "", "output was lost"},
+        {125, "$hookhost --help >/dev/full", "", "output was lost: No space left"},
+        {125, "$hookhost -n --mode 0 $run >/dev/full", "", "output was lost: No space left"},
+        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
+        {3, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 --phase 2 -D times=3 $run >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
+        {128 + SIGTRAP, "$hookhost --mode 0 --phase 2 -D act=crash $run 2>/dev/full", ".* 0/2 \n.* = failed .*\n", "^$"},
+        // What the hook starts inherits the limit on open files, and SIGPIPE: exec() keeps an ignored signal and resets a handled one.
+        {0, "ulimit -S -n 300; for how in default ignore; do env --$how-signal=PIPE $hookhost --mode 0 --phase 2 $run -D act=hang |"
+            " { IFS=' '; read -r line; read -r time phase pid text; grep -ho 'SigIgn.*\\|open files  *[0-9]*' /proc/$pid/status /proc/$pid/limits; kill $pid; }; done",
+            "SigIgn:\t.*[02468ace].{3}\nopen files +300\nSigIgn:\t.*[13579bdf].{3}\nopen files +300\n", ""},
+        // A pipe that does not block, full until its reader wakes up.
+        {0, "rm $root/called; mkfifo $root/called; { fill; $hookhost --format raw --mode 0 --phase 1 $run; echo ended $? >&2; } |"
+            " { : <$root/called; tr -d '\\0'; }; rm $root/called", "0/1 \n", "\nended 0\n"},
+        // A time-out that passes after the crash, while the reader sleeps, neither kills a process nor counts.
+        {0, "{ fill; $hookhost --mode 0 --phase 1 --no-capture --no-log-callback --timeout 0.2 --expect signal:5 $run -D act=crash; } |"
+            " { sleep 0.5; tr -d '\\0'; }", ".* = failed .*signal 5.*\nexpected signal:5: held\n", "signal 5"},
+        // Descriptors: the hook cannot close or replace hookhost's own unless it closes all.
+        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n(.* ! left behind: descriptor \\d+ .* -> (closed|/taken)\n)+", "^$"},
+        {125, "$hookhost --mode 0 --phase 1 $run -D 'act=close all'", ".* 0/1 \n", "^hookhost: output was lost: Bad file descriptor\n$"},
+        // Messages of several threads and processes, and of one that is killed while it writes.
+        {0, "$hookhost --mode 0 --phase 1 $run -D act=chatter | awk '{print length($4)}' | sort -n | uniq -c | tail -1", " *80 20000\n", "^$"},
+        {0, "mkfifo $root/running; $hookhost --mode 0 --phase 1 --timeout 0.2 $run -D act=chatter |"
+            " { cat $root/running; grep -c '^[^ ]* install/pre-payload [0-9]* = failed'; }; rm $root/running", "1\n", "did not return"},
+        // A message by the callback of an earlier call.
+        {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\n.*post-payload.*= status 0 .*\n", "^$"},
+        {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=log at unload'", "[^]*returned.*\n.*\"phase\":\"pre-payload\".*\"message\":\"unloading\",\"late\":true\\}\n", "^$"},
+        {128 + SIGTRAP, "$hookhost --mode 0 --phase 1 $run -D 'act=crash at unload'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed .*signal 5.*\n", "calls not made: 0"},
+        {0, "$hookhost --format raw --mode 0 --phase 1 $run -D 'act=close low'", "0/1 \nafter closing\n", "\nhookhost: left behind: descriptor 0 "},
+        // A hook that restores the default of SIGPIPE neither ends by it nor leaves anything behind.
+        {125, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 $run -D 'act=default SIGPIPE' >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
+        {0, "env --default-signal=PIPE $hookhost --mode 0 --phase 1 $run -D 'act=default SIGPIPE'", ".* 0/1 \n.* by default\n.* = status 0 .*\n", "^$"},
+        {0, "$hookhost --mode 0 --phase 1 $run -D 'act=print long line' | awk '/ 1> /{print length($5)}'", "65536\n4464\n", "^$"},
+        // Marks of hookhost's own.
+        {0, "for mark in = ! '1>' '2>' + - '~'; do $hookhost --mode 0 --phase 1 $run -D log=\"$mark x\"; done | grep -c ' \\\\x[^ ]* x$'", "7\n", "^$"},
+    });
+    // clang-format on
+}
+
+TEST_F(Hookhost, SetsLimitsToWhatWaits)
+{
+    // clang-format off
+    runAll({
+        // When hookhost is killed, the pipe ends: no worker outlives it.
+        {0, "mkfifo $root/err; { $hookhost --mode 0 --phase 2 $run -D act=hang 2>$root/err & grep -m1 running $root/err >&2; kill -KILL $!; } | timeout 20 cat", ".* 0/2 \n", "install/post-payload has been running for 2 s\n"},
+        // An interrupted hookhost does not wait forever for the reader of its last record.
+        {0, "mkfifo $root/running $root/ended; { fill; $hookhost --mode 0 --phase 2 --no-capture --no-log-callback $run -D act=hang & : <$root/running;"
+            " kill $!; wait $!; echo status $? >&2; : >$root/ended; } | { : <$root/ended; tr -d '\\0'; }", "", "output was lost: .*\nstatus 143\n"},
+        {143, "mkfifo $root/message; $hookhost --mode 0 --debug wait $run 2>$root/message & grep -m 1 -o 'and waits' $root/message; kill $!; wait $!",
+            "and waits\n.* = failed .*interrupted by signal 15.*\n", ""},
+    });
+    // clang-format on
 }
 
 TEST_F(Hookhost, JudgesExpectations)
@@ -233,12 +286,12 @@ TEST_F(Hookhost, RecordsWhatAPhaseLeavesBehindInTheProcess)
     EXPECT_EQ(
         shell(
             "umask 022; ulimit -n 256; unset ADDED; $hookhost --mode 0 --phase 1 --phase 2 $run -D act=traces -D when=1"
-            " | sed -n 's/^.*.pre-payload [0-9]* ! left behind: //;s/descriptor [0-9]*/descriptor N/;/^[^2]/p;s/^[^ ]* install.post-payload.* ! .*/too much: &/p'"),
+            " | sed -n 's/^.*.pre-payload [0-9]* ! left behind: //;s/descriptor [0-9]*/descriptor N/;s/groups .* ->/groups N ->/;/^[^2]/p;s/^[^ ]* install.post-payload.* ! .*/too much: &/p'"),
         0);
     EXPECT_EQ(
         out,
         "descriptor N closed -> /in\neffective group id 0 -> 6\neffective user id 0 -> 8\n"
-        "environment ADDED unset -> value\nenvironment HOME / -> unset\n"
+        "environment ADDED unset -> value\nenvironment HOME / -> unset\ngroups N -> 9\n"
         "limit on open files 256/256 -> 64/64\nreal group id 0 -> 5\nreal user id 0 -> 7\n"
         "signal 10 (User defined signal 1) delivery open -> blocked\n"
         "signal 15 (Terminated) handling default -> ignored\numask 022 -> 000\nworking directory / -> /in\n");
@@ -252,6 +305,10 @@ TEST_F(Hookhost, CrashRecordHasFramesAndTheCoreFile)
         out,
         ContainsRegex(
             "trap.; frames: .*libfixture_plugin.so.0x[0-9a-f]+ .*; no core file: the limit on core files is 0"));
+    EXPECT_EQ(shell("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D act=recurse"), 128 + SIGSEGV);
+    EXPECT_THAT(out, ContainsRegex(" at address 0x[0-9a-f]+; frames: libfixture_plugin.so.0x[0-9a-f]+ "));
+    EXPECT_EQ(shell("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D 'act=call null'"), 128 + SIGSEGV);
+    EXPECT_THAT(out, ContainsRegex(" at address 0x0; frames: 0x0 libfixture_plugin.so.0x[0-9a-f]+ "));
     EXPECT_EQ(shell("ulimit -c 0; " + crash + " --format jsonl"), 128 + SIGTRAP);
     EXPECT_THAT(
         out,
@@ -334,7 +391,8 @@ install/pre-payload                      5         4         7
         {0, "$hookhost --overlay --format jsonl " + changing + "change | grep -c '\"type\":\"change\"'", "16\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
             "./etc/device\n./etc/moved\n./etc/old\n./mounted/file\n"},
-        {143, "$hookhost --overlay " + changing + "hang & until grep -q 0/1 $root.out; do sleep 0.05; done; kill $!; wait $! >$root.wait; s=$?; >$root.out; exit $s", ""},
+        {0, "{ $hookhost --overlay " + changing + "hang; echo status $?; } | { IFS=' '; set -- $(grep -m 1 ' 0/1 ');"
+            " kill $(cut -d ' ' -f 4 /proc/$3/stat); grep -o 'interrupted by signal 15\\|status 143'; }", "interrupted by signal 15\nstatus 143\n"},
         {0, "$hookhost " + changing + "'change and crash'" + onlyRecords, records}, // on the tree itself
     };
     // clang-format on
@@ -354,10 +412,10 @@ TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
     struct { std::string act; int status; std::string outcome, reason, interruption; } const cases[] = {
         {"crash", 128 + SIGTRAP, "signal", "ended by signal 5 .Trace/breakpoint trap.", ""},
         {"exit", 125, "exit", "exit.5.", ""},
-        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s", ""},
+        {"hang --timeout 0.2", 124, "timeout", "did not return within 0.2 s", ""},
         {"hang", 128 + SIGTERM, "interrupted", "interrupted by signal 15; the hook was killed", "TERM"},
         {"'hang as another user'", 128 + SIGHUP, "interrupted", "interrupted by signal 1; the hook was killed", "HUP"},
-        {"hang --timeout 0.5", 124, "timeout", "did not return within 0.5 s", "INT"}, // a shell's background ignores it
+        {"hang --timeout 0.2", 124, "timeout", "did not return within 0.2 s", "INT"}, // a shell's background ignores it
     };
     // clang-format on
     for (auto const& [act, status, outcome, reason, interruption] : cases) {
@@ -366,10 +424,10 @@ TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
             std::string command =
                 fmt::format("$hookhost --mode 0 --phase 1 --phase 2 $run --format {} -D act={}", format, act);
             if (!interruption.empty()) {
-                command +=
-                    fmt::format("& until grep -q '{}' $root.out; do sleep 0.05; done; kill -{} $!; wait $!;"
-                                " status=$?; pgrep -f -- \"--root $root\"; exit $status",
-                                act[0] == '\'' ? "user" : "0/1", interruption);
+                command =
+                    fmt::format("mkfifo -m 0666 $root/running; {}& : <$root/running; kill -{} $!; wait $!;"
+                                " status=$?; rm $root/running; pgrep -f -- \"--root $root\"; exit $status",
+                                command, interruption);
             }
             EXPECT_EQ(shell(command), status);
             EXPECT_THAT(err, ContainsRegex("install/pre-payload: .*" + reason + ".*calls not made: 2"));

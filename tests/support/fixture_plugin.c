@@ -2,6 +2,7 @@
 #include "hooks/CustomHooks.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
@@ -35,6 +36,12 @@ static char const* valueOf(struct HookProperty const* property, char const* name
         ++property;
     }
     return property != NULL && property->name != NULL ? property->value : "";
+}
+
+/* Opens the FIFO /running if there is one: its reader then knows that this process has come so far, and sees its end. */
+static void openRunning(void)
+{
+    open("/running", O_WRONLY);
 }
 
 /* Logs long lines, each of one letter. */
@@ -100,6 +107,7 @@ static void change(void)
 static void leaveTraces(void)
 {
     struct rlimit const limit = {64, 64};
+    gid_t const group = 9;
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGUSR1);
@@ -107,22 +115,42 @@ static void leaveTraces(void)
     failed += setenv("ADDED", "value", 1) + unsetenv("HOME") + sigprocmask(SIG_BLOCK, &signals, NULL);
     failed += setrlimit(RLIMIT_NOFILE, &limit) + (signal(SIGTERM, SIG_IGN) == SIG_ERR);
     umask(0);
-    failed += setregid(5, 6) + setreuid(7, 8);
+    failed += setgroups(1, &group) + setregid(5, 6) + setreuid(7, 8);
     if (failed != 0) {
         latest("not every trace could be left");
     }
+}
+
+/* Overflows the stack. */
+static int recurse(int const volatile* depth)
+{
+    int volatile const deeper = *depth + 1;
+    return deeper > 0 ? recurse(&deeper) + deeper : 0;
 }
 
 static void act(char const* what, HookLogCallback log)
 {
     pthread_t threads[2];
     if (strcmp(what, "hang") == 0) {
+        openRunning();
         sleep(60);
     } else if (strcmp(what, "hang as another user") == 0) {
         log(setgid(1234) == 0 && setuid(1234) == 0 ? "another user" : "still root");
+        openRunning();
         sleep(60);
     } else if (strcmp(what, "crash") == 0) {
         raise(SIGTRAP); /* none that a sanitizer catches */
+    } else if (strcmp(what, "call null") == 0) {
+        void (*volatile const nothing)(void) = NULL;
+        nothing();
+    } else if (strcmp(what, "recurse") == 0) {
+        int const depth = 0;
+        recurse(&depth);
+    } else if (strcmp(what, "default SIGPIPE") == 0) {
+        signal(SIGPIPE, SIG_DFL);
+        log("by default");
+    } else if (strcmp(what, "print long line") == 0) {
+        printf("%070000d", 0);
     } else if (strcmp(what, "exit") == 0) {
         exit(5);
     } else if (strcmp(what, "twice") == 0) {
@@ -142,6 +170,9 @@ static void act(char const* what, HookLogCallback log)
         log("after closing");
     } else if (strcmp(what, "chatter") == 0) {
         pid_t const copy = fork();
+        if (copy != 0) {
+            openRunning();
+        }
         latest = log;
         pthread_create(&threads[0], NULL, chatter, copy == 0 ? "a" : "b");
         pthread_create(&threads[1], NULL, chatter, copy == 0 ? "c" : "d");
