@@ -12,7 +12,7 @@ namespace common {
 /// Other bytes stay unchanged, even invalid UTF-8.
 ///
 /// @param text         any bytes
-/// @param alsoEscaped  ASCII characters to escape, too, such as "\\\t" if escapes must differ from text and tabs
+/// @param alsoEscaped  ASCII characters to escape as well, such as "\\\t" if escapes must differ from text and tabs
 ///                     separate columns
 /// @return the text with these characters escaped as \n, \r, \t, \\ or, byte by byte, \xNN
 std::string printable(std::string_view text, std::string_view alsoEscaped = "");

@@ -58,7 +58,7 @@ void CapturedOutput::redirect()
         closeOnce(pipes[stream].writingEnd);
         closeOnce(pipes[stream].readingEnd);
     }
-    // Deliberate: not fully, as the library buffers pipes: lines and log messages keep their order.
+    // Deliberate: buffers by line, not by block as usual for a pipe, so that lines and messages keep their order.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }
 

@@ -12,8 +12,8 @@
 
 namespace hookhost {
 
-/// A pipe for each of the two streams. Made before the worker is forked; worker and host both record what is in the
-/// pipes, in turns: the worker before each record of its own, so that records keep the order of events, and the host
+/// A pipe for each of the two streams. Make it before the worker is forked. Worker and host both record what is in the
+/// pipes: the worker before each record of its own, so that records keep the order of events, and the host
 /// meanwhile, so that no writer waits for room.
 class CapturedOutput
 {
@@ -36,16 +36,16 @@ public:
     /// @param worker  the plug-in's process
     void record(Report& report, RecordWriter::Turn& turn, Step step, pid_t worker);
 
-    /// The same, and lines whose end is missing.
+    /// The same, and also the lines without a newline.
     void recordAll(Report& report, RecordWriter::Turn& turn, Step step, pid_t worker);
 
-    /// Adds the pipes that have not ended.
+    /// Adds the pipes that have not ended to a set to wait for.
     ///
     /// @return the highest descriptor added, plus 1; 0 for none
     int addTo(fd_set& descriptors) const;
 
-    /// Leaves a process behind that reads what helper programs print from here on, and ends with the last of them:
-    /// they are neither blocked nor ended by a closed pipe. Does nothing if there are none.
+    /// Leaves behind a process that reads what helper programs print from here on and ends with the last of them, so
+    /// that a pipe neither blocks nor ends them. Does nothing if there are none.
     void leaveReader();
 
 private:

@@ -20,13 +20,13 @@ public:
     /// @param steps   number of the run's steps
     Changes(TreeSource const& source, std::size_t steps);
 
-    /// Records, sorted by path, what has changed since the call before. The changes count as the step's.
+    /// Records, sorted by path, what has changed since the last call. The changes count as the step's.
     ///
     /// @param worker       the plug-in's process
-    /// @param interrupted  asked for every entry; if it returns true, nothing is recorded
+    /// @param interrupted  called for every entry; if it returns true, nothing is recorded
     void record(Report& report, Step step, pid_t worker, std::function<bool()> const& interrupted);
 
-    /// Records how many paths each step created, removed and changed: every phase, and other steps that changed any.
+    /// Records how many paths each step created, removed and changed: every phase, and other steps if they did.
     void recordTotals(Report& report) const;
 
 private:

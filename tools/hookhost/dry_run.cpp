@@ -12,7 +12,7 @@ namespace hookhost {
 
 namespace {
 
-/// Adds "would " and a sentence; what it quotes stays on its line.
+/// Adds a line: "would " and a sentence, in which control characters are escaped.
 template<class... Arguments>
 void add(std::string& lines, char const* sentence, Arguments const&... arguments)
 {
@@ -46,7 +46,7 @@ int showRun(Options const& options)
             phase.name);
     }
     add(lines, "call {}()", closeEntry);
-    printAnswer(lines);
+    printResult(lines);
     return 0;
 }
 

@@ -12,7 +12,7 @@ namespace hookhost {
 
 namespace {
 
-/// Steps that are no phases, but can fail like one.
+/// Steps that are not phases, but can fail like one.
 constexpr char const* otherSteps[] = {"load", "open-entry", "close-entry", "unload"};
 
 std::string readPhaseName(char const* option, std::string const& written, std::string const& name)
@@ -121,7 +121,7 @@ Verdict judge(Expectation const& expectation, std::vector<Expectation> const& al
             }
         }
     }
-    // Without a phase, every phase may be named by others; with one, it has to be there.
+    // Without a phase, other expectations may name every phase of the run; with one, it must be in the run.
     bool const held = isCovered || !expectation.phase;
     return {held, held ? "" : "it was not run"};
 }

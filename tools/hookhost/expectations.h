@@ -34,11 +34,12 @@ struct Outcome
 /// One --expect or --expect-log.
 struct Expectation
 {
-    std::string written; ///< as it stands on the command line
-    std::optional<std::string>
-        phase; ///< name of the phase; none for every phase that no other one names, or for any
-    std::optional<Outcome> outcome; ///< none for an expected message, which contains
-    std::string text;
+    std::string written; ///< as on the command line
+    /// The name of a phase or other step. Without it, an outcome is expected of every phase that no other expectation
+    /// names, and a message of any step.
+    std::optional<std::string> phase;
+    std::optional<Outcome> outcome; ///< no value for an expected message
+    std::string text;               ///< a part of the expected message
 };
 
 /// Reads "[PHASE=]STATUS|signal:N|timeout|exit:N".
@@ -52,13 +53,15 @@ Expectation readExpectedOutcome(std::string const& written);
 Expectation readExpectedMessage(std::string const& written);
 
 /// Whether a message is the one expected.
+///
+/// @param phase  the step that logged the message
 bool matches(Expectation const& expectation, std::string const& phase, std::string_view message);
 
-/// What became of an expectation.
+/// Whether an expectation holds.
 struct Verdict
 {
     bool held;
-    std::string reason; ///< why not; empty if it held
+    std::string reason; ///< why not; empty if it holds
 };
 
 /// Judges one expectation.
@@ -74,7 +77,7 @@ Verdict judge(Expectation const& expectation, std::vector<Expectation> const& al
 bool isExpected(std::vector<Expectation> const& all, std::vector<std::string> const& steps, Step step,
                 Outcome const& outcome);
 
-/// "status 1", "signal:11": for people.
+/// "status 1", "signal:11": as verdicts show it.
 std::string describe(Outcome const& outcome);
 
 } // namespace hookhost

@@ -1,4 +1,4 @@
-/// Modes, phases and statuses as they are written.
+/// Modes, phases and statuses as they are written on the command line.
 #ifndef TOOLS_HOOKHOST_HOOK_NUMBER_H
 #define TOOLS_HOOKHOST_HOOK_NUMBER_H
 
@@ -14,18 +14,22 @@ namespace hookhost {
 struct HookNumber
 {
     uint32_t value = 0; ///< the 32 bits that the hook receives
-    std::string name;   ///< the interface's name for it; the number as it was written if there is none
+    std::string name;   ///< the interface's name for it; if there is none, the number as it was written
 };
 
-/// Decimal, or hexadecimal after "0x"; from -2^31 to 2^32-1, as the 32 bits that stand for it.
+/// Reads a number from -2^31 to 2^32-1, decimal or, after "0x", hexadecimal.
 ///
-/// @return no value for anything else
+/// @return its 32 bits; no value for anything else
 std::optional<uint32_t> readNumber(std::string_view text);
 
-/// @return no value for what is neither a mode's name nor a number
+/// Reads an install mode.
+///
+/// @return no value if the text is neither a mode's name nor a number
 std::optional<HookNumber> readMode(std::string const& text);
 
-/// @return no value for what is neither a phase's name nor a number
+/// Reads a phase.
+///
+/// @return no value if the text is neither a phase's name nor a number
 std::optional<HookNumber> readPhase(std::string const& text);
 
 } // namespace hookhost

@@ -17,7 +17,7 @@ void noteInterruption(int signal)
     interruptedBy = signal;
 }
 
-/// Ends the wait, and does nothing else.
+/// Does nothing: a handled signal ends the wait.
 void noticeChild(int /*signal*/)
 {
 }
@@ -93,7 +93,7 @@ void HostSignals::endBy(int signal) const
     setrlimit(RLIMIT_CORE, &none);
     restore();
     raise(signal);
-    _exit(128 + signal); // it is blocked
+    _exit(128 + signal); // the signal is blocked
 }
 
 } // namespace hookhost

@@ -9,7 +9,7 @@
 namespace hookhost {
 
 /// Blocks the end of a child process, TERM, INT, HUP and QUIT except in wait(), so that none is missed between a check
-/// and a wait. A signal that was ignored when hookhost started stays ignored. The destructor restores what was.
+/// and a wait. A signal that was ignored when hookhost started stays ignored. The destructor restores the former state.
 class HostSignals
 {
 public:
@@ -18,14 +18,16 @@ public:
     HostSignals& operator=(HostSignals const&) = delete;
     ~HostSignals() { restore(); }
 
+    /// Restores the handlers and the mask that the constructor found.
     void restore() const;
 
-    /// Waits until a child ends, one of the signals comes, a descriptor can be read or the time has passed.
+    /// Waits until a child ends, one of the signals arrives, a descriptor can be read or the time has passed.
     ///
-    /// @param above  the highest of the descriptors, plus 1
+    /// @param descriptors  to wait for; null for none
+    /// @param above        the highest of them, plus 1
     void wait(std::chrono::milliseconds longest, fd_set* descriptors = nullptr, int above = 0) const;
 
-    /// The number of the signal that interrupts hookhost; 0 as long as none has come.
+    /// The number of the signal that interrupts hookhost; 0 if none has arrived.
     int interruption() const;
 
     /// Whether a signal would interrupt hookhost.

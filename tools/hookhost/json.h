@@ -1,4 +1,4 @@
-/// One JSON object on a line: how hookhost prints for programs.
+/// One JSON object on a line: hookhost's output for programs.
 #ifndef TOOLS_HOOKHOST_JSON_H
 #define TOOLS_HOOKHOST_JSON_H
 

@@ -13,7 +13,7 @@ namespace hookhost {
 /// @throws Refusal (kExitNotLoadable)
 void requireLoadableKind(std::string const& path);
 
-/// The names that a library defines for others, as the dynamic loader finds them: section headers are not needed.
+/// The names that a library exports, as the dynamic loader finds them: section headers are not needed.
 ///
 /// @return the names; nothing where the format cannot be read without loading the library
 /// @throws Refusal (kExitNotLoadable) if the file is damaged

@@ -1,4 +1,4 @@
-/// The log callbacks that calls into the plug-in are given.
+/// The log callbacks that are passed to the plug-in.
 #ifndef TOOLS_HOOKHOST_LOG_CALLBACKS_H
 #define TOOLS_HOOKHOST_LOG_CALLBACKS_H
 
@@ -13,12 +13,12 @@ namespace hookhost {
 /// and of its copies.
 using MessageReceiver = std::function<void(Step step, char const* message)>;
 
-/// Sets what receives the messages of all callbacks. To be called before the first one is in use.
+/// Sets the receiver of all callbacks' messages. Call it before the first callback is in use.
 void receiveMessages(MessageReceiver receiver);
 
-/// A callback function for one call: the interface passes no context, so the function itself has to tell the calls
-/// apart. Deliberate: there are 1024 functions; the call after that gets the first one again, and messages by it then
-/// count as those of the later call.
+/// A callback function for one call: the interface passes no context, so each call needs a function of its own.
+/// Deliberate: there are 1024 functions. The next call gets the first one again, and messages by that one then count as
+/// those of the later call.
 HookLogCallback callbackFor(Step step);
 
 } // namespace hookhost

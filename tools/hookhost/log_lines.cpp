@@ -91,7 +91,7 @@ bool isLine(LogLine const& line, std::string_view message)
            (line.rest != nullptr ? message.substr(0, text.size()) == text : message == text);
 }
 
-/// The value that the line before announces, else the line itself; null for a line of another plug-in.
+/// The entry of a message: a bare value if the line before announces one. Null for a line of another plug-in.
 LogLine const* find(std::string_view message, LogLine const* previous)
 {
     if (previous != nullptr && previous + 1 != std::end(logLines) && isBareValue(previous[1])) {

@@ -14,8 +14,7 @@ struct LogLine;
 class LogExplainer
 {
 public:
-    /// @return what the message means and, where there is something to do, what to do; empty for a line of another
-    ///         plug-in
+    /// @return what the message means and, if there is something to do, what to do; empty for a line of another plug-in
     std::string explain(std::string_view message);
 
 private:

@@ -16,14 +16,14 @@ namespace {
 
 bool asJson = false;
 
-// The standard error that hookhost was started with, once it is kept.
+/// A copy of hookhost's standard error, once it is kept.
 std::optional<OwnDescriptor>& keptDescriptor()
 {
     static std::optional<OwnDescriptor> descriptor;
     return descriptor;
 }
 
-/// Makes a write to a closed pipe fail, and does nothing else.
+/// Does nothing: a write to a closed pipe then fails instead of ending the process.
 void noticeBrokenPipe(int /*signal*/)
 {
 }
@@ -63,7 +63,7 @@ void keepMessageDescriptor()
     keptDescriptor().emplace(STDERR_FILENO);
 }
 
-void printAnswer(std::string_view text)
+void printResult(std::string_view text)
 {
     int const error = common::writeAll(STDOUT_FILENO, text);
     if (error != 0) {

@@ -1,4 +1,4 @@
-/// hookhost's own words: its messages on standard error, and answers that are all of standard output.
+/// hookhost's own messages on standard error, and texts that are all of its standard output.
 #ifndef TOOLS_HOOKHOST_MESSAGES_H
 #define TOOLS_HOOKHOST_MESSAGES_H
 
@@ -10,7 +10,7 @@
 namespace hookhost {
 
 /// If the reader of a pipe closes it, later writes to it fail, the hook's own too, but do not end the hook in
-/// mid-phase. Programs that the hook starts find SIGPIPE as hookhost found it. Call it before anything is written.
+/// mid-phase. Programs that the hook starts inherit SIGPIPE as hookhost found it. Call it before anything is written.
 void outliveReaders();
 
 /// Whether a signal's handler is the one that outliveReaders has set.
@@ -19,13 +19,13 @@ bool isPipeHandler(void (*handler)(int));
 /// From here on each message is a JSON object on a line of its own.
 void printMessagesAsJson();
 
-/// From here on messages go to a descriptor that the plug-in does not know, not to descriptor 2.
+/// From here on messages go to a copy of descriptor 2 that is out of the plug-in's reach.
 void keepMessageDescriptor();
 
-/// Prints a text that is the whole answer to standard output.
+/// Prints a text on standard output that is all of it, such as the help.
 ///
 /// @throws Refusal (kExitHostError) if any of it was lost
-void printAnswer(std::string_view text);
+void printResult(std::string_view text);
 
 /// Prints a message on standard error after "hookhost: ", its control characters and backslashes escaped. Ignores
 /// write errors.

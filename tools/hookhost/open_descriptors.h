@@ -7,7 +7,7 @@
 
 namespace hookhost {
 
-/// Opens the system's list of this process's descriptors, so that it can be read below another root too.
+/// Opens the system's list of this process's descriptors, so that it can be read in another root too.
 ///
 /// @return a descriptor, which the caller closes; -1 if the system needs none
 int openDescriptorList();

@@ -157,7 +157,7 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
                    "The longest that a call into the plug-in may take,\nsuch as 30 or 0.5")
         ->type_name("SECONDS");
 
-    // Left to itself, the parser would take the next argument for the missing value.
+    // Otherwise the parser would take the next argument as the missing value.
     for (int each = 1; each < argc && std::string_view(argv[each]) != "--"; ++each) {
         std::string_view const argument = argv[each];
         if (argument.substr(0, 2) == "--" && argument.find('=') == argument.size() - 1) {
@@ -167,10 +167,10 @@ std::optional<Options> readOptions(int argc, char const* const* argv)
     try {
         app.parse(argc, argv);
     } catch (CLI::CallForHelp const&) {
-        printAnswer(app.help());
+        printResult(app.help());
         return std::nullopt;
     } catch (CLI::CallForVersion const& request) {
-        printAnswer(request.what());
+        printResult(request.what());
         return std::nullopt;
     } catch (CLI::ParseError const& error) {
         refuse(fmt::format("{}; see hookhost --help", error.what()));

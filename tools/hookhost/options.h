@@ -1,4 +1,4 @@
-/// hookhost's command line, checked and in the terms of the hook interface.
+/// hookhost's command line, checked and in terms of the hook interface.
 #ifndef TOOLS_HOOKHOST_OPTIONS_H
 #define TOOLS_HOOKHOST_OPTIONS_H
 

@@ -30,7 +30,7 @@ void unloadPlugin(Plugin const& plugin);
 /// procedures that it exports.
 ///
 /// @param allEntries  receives whether every plain entry point is exported
-/// @return lines for people
+/// @return the description, in lines
 /// @throws Refusal (kExitNotLoadable)
 std::string describePlugin(std::string const& path, bool& allEntries);
 

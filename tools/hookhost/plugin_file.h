@@ -1,4 +1,4 @@
-/// The plug-in as a file, looked at without running any of its code.
+/// The plug-in as a file, examined without running any of its code.
 #ifndef TOOLS_HOOKHOST_PLUGIN_FILE_H
 #define TOOLS_HOOKHOST_PLUGIN_FILE_H
 

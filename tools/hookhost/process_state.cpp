@@ -29,7 +29,7 @@ std::string currentFolder()
 
 std::string currentMask()
 {
-    // It can only be read by setting it: to a tight one, for the threads of the hook that make a file just now.
+    // It can only be read by setting it: to a strict one, because another thread may make a file at this moment.
     mode_t const mask = umask(077);
     umask(mask);
     return fmt::format("{:03o}", mask);
@@ -112,14 +112,14 @@ void addLimits(ProcessState& state)
     }
 }
 
-/// A value as it is shown: the names of variables matter, long values do not.
+/// A value for a record: of a long one, only the size.
 std::string shown(std::string const& value)
 {
     constexpr std::size_t longest = 100;
     return value.size() <= longest ? value : fmt::format("({} bytes)", value.size());
 }
 
-/// What a thing is as long as there is nothing: a variable is unset, a descriptor closed.
+/// The value of something that does not exist: a variable is unset, a descriptor closed.
 std::string absence(std::string const& what)
 {
     return what.substr(0, 11) == "environment" ? "unset" : "closed";

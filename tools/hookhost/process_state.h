@@ -11,10 +11,10 @@
 
 namespace hookhost {
 
-/// The state of this process, by what it is of: "umask" -> "022". What hookhost itself has set up does not count.
+/// The state of this process, by name: "umask" -> "022". What hookhost itself has set up is left out.
 using ProcessState = std::map<std::string, std::string>;
 
-/// One thing that is not as it was.
+/// One difference between two states.
 struct LeftBehind
 {
     std::string what;
@@ -26,16 +26,17 @@ struct LeftBehind
 class ProcessStateReader
 {
 public:
-    /// Opens what is needed to list descriptors: make it before another root is entered.
+    /// Opens the system's list of descriptors: make the reader before another root is entered.
     ProcessStateReader();
 
+    /// The present state.
     ProcessState read() const;
 
 private:
     std::optional<OwnDescriptor> descriptorList; ///< none if the system needs none
 };
 
-/// What differs, in the order of what it is of.
+/// The differences, sorted by name.
 std::vector<LeftBehind> compare(ProcessState const& before, ProcessState const& after);
 
 } // namespace hookhost

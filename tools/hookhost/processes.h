@@ -8,16 +8,16 @@
 
 namespace hookhost {
 
-/// The kernel kills this process when its parent ends, unless the process changes its user before.
+/// From here on, the kernel kills this process when its parent ends, unless this process has changed its user (Linux).
 void endWithParent();
 
-/// From here on, a descendant whose parent ends becomes a child of this process.
+/// From here on, a descendant whose parent ends becomes a child of this process (Linux).
 void adoptOrphans();
 
 struct RunningProcess
 {
     pid_t id;
-    std::string program; ///< the path of its program, else its short name
+    std::string program; ///< the path of its program; its short name if that cannot be read
 };
 
 /// The descendants of this process that have not ended; none if the system does not list processes.

@@ -1,4 +1,4 @@
-/// A counter for people who wait.
+/// A progress counter.
 #ifndef TOOLS_HOOKHOST_PROGRESS_H
 #define TOOLS_HOOKHOST_PROGRESS_H
 
@@ -7,8 +7,8 @@
 
 namespace hookhost {
 
-/// Shows on standard error, if that is a terminal, how far a long piece of work has come: from the first second on,
-/// a few times a second. The destructor erases it.
+/// Shows on standard error, if that is a terminal, how many things were counted: after the first second, a few times a
+/// second. The destructor erases it.
 class Progress
 {
 public:
@@ -18,6 +18,7 @@ public:
     Progress& operator=(Progress const&) = delete;
     ~Progress();
 
+    /// Counts one more.
     void advance();
 
 private:

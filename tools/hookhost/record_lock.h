@@ -6,8 +6,8 @@
 
 namespace hookhost {
 
-/// Held by one thread of one process at a time. A holder that dies loses it. Lives in shared memory, made before the
-/// other processes are forked, and is never destroyed.
+/// Held by one thread of one process at a time. The kernel releases it if its holder dies (Linux). Make it in shared
+/// memory before the other processes are forked; it is never destroyed.
 class RecordLock
 {
 public:
@@ -20,6 +20,8 @@ public:
     /// @param longest  in milliseconds
     /// @return whether this thread holds it now
     bool lock(int longest) noexcept;
+
+    /// Releases the lock, which this thread holds.
     void unlock() noexcept;
 
 private:

@@ -15,9 +15,9 @@ RecordWriter::RecordWriter(RunState& sharedState) : state(sharedState), output(S
 
 namespace {
 
-constexpr int patience = 100; // milliseconds between two calls of the function for those who wait
+constexpr int patience = 100; // milliseconds between two calls of the function that is called while waiting
 
-/// Takes back the SIGPIPE of a write to a closed pipe: how the hook handles that signal must not matter here.
+/// Discards the pending SIGPIPE of a write to a closed pipe: the hook's own handling of that signal must not matter.
 void discardBrokenPipeSignal()
 {
     sigset_t signals;
@@ -55,7 +55,7 @@ RecordWriter::Turn::~Turn()
 void RecordWriter::Turn::write(std::string_view lines) noexcept
 {
     int const descriptor = writer.output.number();
-    // A process that is killed while it waits for a slow reader has written nothing yet: it waits here.
+    // Waits before it writes: a process that is killed while it waits for a slow reader has written nothing yet.
     pollfd room = {descriptor, POLLOUT, 0};
     bool waits = held && descriptor >= 0;
     while (waits && poll(&room, 1, patience) == 0) {

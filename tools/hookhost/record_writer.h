@@ -15,13 +15,13 @@ namespace hookhost {
 class RecordWriter
 {
 public:
-    /// Copies the standard output: make it before the plug-in is loaded.
+    /// Copies the standard output: make the writer before the plug-in is loaded.
     ///
     /// @param state  outlives the writer
     explicit RecordWriter(RunState& state);
 
     /// Sets a function that is called ten times a second while this process waits for its turn or for a slow reader.
-    /// It returns whether to wait on; if not, the record is lost.
+    /// It returns whether to continue to wait; if not, the record is lost.
     void setWhileWaiting(std::function<bool()> function) { whileWaiting = std::move(function); }
 
     /// While it lives, this thread alone writes records, no signal handler interrupts it and it cannot be cancelled.
@@ -33,7 +33,7 @@ public:
         Turn& operator=(Turn const&) = delete;
         ~Turn();
 
-        /// Whether this thread has its turn; if not, because it waits no longer, what it writes is lost.
+        /// Whether this thread has its turn. If it has stopped waiting, it has not, and what it writes is lost.
         bool isHeld() const { return held; }
 
         /// Writes lines, each ending in a newline. A loss is noted in the run's state.

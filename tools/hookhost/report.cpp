@@ -13,13 +13,13 @@ namespace hookhost {
 
 namespace {
 
-/// Text of unknown origin on one line, from which its bytes can be told again: backslashes are escaped too.
+/// Text of unknown origin on one line. Backslashes are escaped too, so that the escapes are unambiguous.
 std::string escaped(std::string_view text)
 {
     return common::printable(text, "\\\t");
 }
 
-/// The same for a whole record: it cannot be taken for one of hookhost's own, which begin with a mark.
+/// The same for a whole record: it cannot be mistaken for one of hookhost's own, which begin with a mark.
 std::string escapedRecord(std::string_view text)
 {
     for (char const* const mark : {"= ", "! ", "1> ", "2> ", "+ ", "- ", "~ "}) {
@@ -30,7 +30,7 @@ std::string escapedRecord(std::string_view text)
     return escaped(text);
 }
 
-/// A path that is followed by two blanks: where it holds two itself, the second one is escaped.
+/// A path that two spaces will follow: of two spaces in the path itself, the second one is escaped.
 std::string escapedPath(std::string_view path)
 {
     std::string text = escaped(path);

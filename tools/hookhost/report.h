@@ -18,7 +18,7 @@ namespace hookhost {
 /// How a call into the plug-in failed to return.
 struct Failure
 {
-    char const* outcome;    ///< a word for programs: "signal", "timeout", "exit" or "interrupted"
+    char const* outcome;    ///< for programs: "signal", "timeout", "exit" or "interrupted"
     char const* numberName; ///< what the number is: "signal" or "exit"; null if there is none
     int number;
     std::string reason; ///< for people
@@ -37,15 +37,15 @@ struct ChangeCounts
     std::size_t changed = 0;
 };
 
-/// The two streams that the hook prints to.
+/// The standard stream that the hook prints to.
 enum class Stream
 {
     kOutput,
     kError
 };
 
-/// Forms records. Each is a line of its own, in every format; on a terminal, a heading names the step of the lines
-/// below it.
+/// Forms and writes records. Each is a line of its own, in every format; on a terminal, a heading names the step of the
+/// lines below it.
 class Report
 {
 public:
@@ -55,7 +55,7 @@ public:
     /// @param state   outlives the report
     Report(OutputFormat format, std::string mode, std::vector<std::string> const& steps, RunState& state);
 
-    /// While it lives, this thread alone writes records.
+    /// Waits until this thread alone may write records, as it may while the object lives.
     RecordWriter::Turn turn() { return RecordWriter::Turn(writer); }
 
     /// See RecordWriter.
@@ -74,28 +74,33 @@ public:
     /// @param worker  the plug-in's process
     void output(RecordWriter::Turn& turn, Step step, pid_t worker, Stream stream, std::string_view line);
 
-    /// The step returned. Not in raw output.
+    /// Records that the step returned. Not in raw output.
     void returned(RecordWriter::Turn& turn, Step step, uint32_t status, double milliseconds);
 
-    /// The step did not return.
+    /// Records that the step did not return.
+    ///
+    /// @param worker  the plug-in's process
     void failed(RecordWriter::Turn& turn, Step step, pid_t worker, Failure const& failure,
                 double milliseconds);
 
-    /// A process that the hook has left running. In raw output on standard error.
+    /// A process that the hook has left running. With raw output, on standard error.
     void stillRunning(RecordWriter::Turn& turn, Step step, pid_t worker, pid_t process,
                       std::string const& program);
 
-    /// Something that a step has left behind in the plug-in's process. In raw output on standard error.
+    /// A difference that a step has left behind in the plug-in's process. With raw output, on standard error.
     void leftBehind(RecordWriter::Turn& turn, Step step, LeftBehind const& left);
 
-    /// What became of an expectation. In text without time and phase.
+    /// Whether an expectation holds. In text without time and phase.
     void expectation(RecordWriter::Turn& turn, Expectation const& expectation, Verdict const& verdict);
 
-    /// What a step did to a path: what was there before and what is there after it, not both nothing.
+    /// A path that a step created, removed or changed.
+    ///
+    /// @param before  no value if it did not exist before the step
+    /// @param after   no value if it does not exist after the step; then before has one
     void change(RecordWriter::Turn& turn, Step step, pid_t worker, std::string const& path,
                 std::optional<TreeEntry> const& before, std::optional<TreeEntry> const& after);
 
-    /// How many paths each step created, removed and changed, in a table: every phase, and other steps that changed any.
+    /// The table of how many paths each step created, removed and changed: every phase, and other steps if they did.
     ///
     /// @param counts  by step
     void totals(RecordWriter::Turn& turn, std::vector<ChangeCounts> const& counts);
@@ -108,13 +113,13 @@ private:
         kBad
     };
 
-    /// Writes one record for people: nothing in raw output or as JSON lines.
+    /// Writes one record as text; nothing in raw output or as JSON lines.
     void writeText(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
                    Colour colour = Colour::kNone, std::string const& meaning = "");
     void writeOnTerminal(RecordWriter::Turn& turn, Step step, pid_t process, std::string const& text,
                          Colour colour, std::string const& meaning);
 
-    /// Writes one JSON object: nothing in other formats.
+    /// Writes one record as a JSON object; nothing in other formats.
     void writeJson(RecordWriter::Turn& turn, char const* type, Step step, pid_t process, Json const& fields);
 
     OutputFormat const format;

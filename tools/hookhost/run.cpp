@@ -29,7 +29,7 @@ Run::Run(Options const& chosenOptions, std::string const& modeName, std::vector<
 
 namespace {
 
-/// The folder of --keep: new, or there and empty. One that was made is removed again if the run does not take place.
+/// The folder of --keep: new or empty. One that is made here is removed again if there is no run.
 class KeptFolder
 {
 public:
@@ -66,7 +66,7 @@ private:
     std::string absolutePath;
 };
 
-/// Refuses to compare the whole machine: it never stands still.
+/// Refuses to compare the machine's own root: other programs change it all the time.
 void requireOtherRoot(std::string const& root)
 {
     struct stat machine = {};
@@ -124,7 +124,7 @@ int listPlugin(Options const& options)
     return runInWorker(
         run,
         [](Run& listing) {
-            // What a constructor of the plug-in prints is no part of the list.
+            // What a constructor of the plug-in prints is not part of the list.
             RecordWriter writer(*listing.state);
             dup2(STDERR_FILENO, STDOUT_FILENO);
             bool complete = false;

@@ -1,4 +1,4 @@
-/// A run: calls into the plug-in, made in a worker process of their own that hookhost watches.
+/// A run: calls into the plug-in, made in a worker process that hookhost watches.
 #ifndef TOOLS_HOOKHOST_RUN_H
 #define TOOLS_HOOKHOST_RUN_H
 
@@ -16,7 +16,7 @@
 
 namespace hookhost {
 
-/// What the worker and the host of one run share or have a copy of.
+/// What the worker and the host of one run share, or each have a copy of.
 struct Run
 {
     /// @param steps  names of what the worker does, in order, for records and messages
@@ -28,15 +28,15 @@ struct Run
     SharedRunState const state;
     Report report;
     std::optional<CapturedOutput> output; ///< none if the hook's output is not captured
-    std::unique_ptr<Overlay> overlay;     ///< none if the run works on the root itself
-    std::unique_ptr<FolderTree> folder;   ///< what is compared without an overlay
+    std::unique_ptr<Overlay> overlay;     ///< null if the run works on the root itself
+    std::unique_ptr<FolderTree> folder;   ///< the tree to compare; null with an overlay
     std::optional<Changes> changes;       ///< none if changes are not recorded
 };
 
 /// Loads the plug-in, enters the root, calls the open entry, the phases and the close entry in order, and unloads the
 /// plug-in. A status other than 0 does not end the run; a crash, a time-out or an exit() of the plug-in does.
 ///
-/// Helper programs that a phase starts are neither waited for nor ended. Does not return if a signal interrupts
+/// Neither waits for helper programs that a phase starts nor ends them. Does not return if a signal interrupts
 /// hookhost: the worker is killed, and hookhost ends by the same signal.
 ///
 /// @return hookhost's exit status
@@ -49,7 +49,7 @@ int runPhases(Options const& options);
 /// @throws Refusal
 int listPlugin(Options const& options);
 
-/// Every check that can be made without running code of the plug-in.
+/// Makes every check that runs no code of the plug-in.
 ///
 /// @throws Refusal, common::alternate_root::Refused
 void requireRunnable(Options const& options);

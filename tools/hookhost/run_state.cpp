@@ -19,7 +19,7 @@ SharedRunState newRunState(std::size_t steps, std::size_t expectations)
         throw std::bad_alloc();
     }
     auto* const state = new (memory) RunState;
-    state->statuses = reinterpret_cast<std::atomic<uint32_t>*>(state + 1); // zeros are what both begin with
+    state->statuses = reinterpret_cast<std::atomic<uint32_t>*>(state + 1); // both arrays begin as zeros
     state->logged = reinterpret_cast<std::atomic<bool>*>(state->statuses + steps);
     return SharedRunState(state, UnmapRunState{size});
 }

@@ -16,13 +16,13 @@ namespace hookhost {
 
 using Clock = std::chrono::steady_clock;
 
-/// Index into the names of a run's steps: what runs in the plug-in's process, phase by phase.
+/// Index into the names of a run's steps. A step loads the plug-in, calls it once or unloads it.
 using Step = uint32_t;
 
-/// Every run that calls the plug-in has these steps: load, open-entry, each phase, close-entry, unload.
+/// The steps of a run that calls the plug-in are load, open-entry, each phase, close-entry and unload.
 constexpr Step firstPhase = 2;
 
-/// The step that the worker is in; aligned so that it is read and written in one piece.
+/// The step that the worker is in; aligned so that it is read and written atomically.
 struct alignas(8) CurrentCall
 {
     Step step;
@@ -30,18 +30,18 @@ struct alignas(8) CurrentCall
 };
 static_assert(std::atomic<CurrentCall>::is_always_lock_free, "several processes share it");
 
-/// The beginning of a line that the hook has printed, until the rest of it is there.
+/// The beginning of a line that the hook has printed without a newline so far.
 struct UnfinishedLine
 {
     std::size_t length = 0;
     std::array<char, 65536> bytes = {}; ///< a longer line is recorded in pieces of this size
 };
 
-/// Shared memory. A pipe would not do: helper programs inherit it and hold it open.
+/// Shared memory. Not a pipe: helper programs would inherit it and hold it open.
 struct RunState
 {
     std::atomic<CurrentCall> current{CurrentCall{0, 0}};
-    std::atomic<Step> returned{0};        ///< number of steps that are over
+    std::atomic<Step> returned{0};        ///< number of completed steps
     std::atomic<Step> examined{0};        ///< number of steps whose changes the host has recorded
     std::atomic<int> leavingWith{-1};     ///< the exit status with which the worker leaves; -1 before it does
     std::atomic<uint32_t> firstStatus{0}; ///< the first status other than 0 that the hook returned
@@ -49,12 +49,12 @@ struct RunState
     Crash crash;
     Clock::time_point const began = Clock::now();
 
-    std::atomic<uint32_t>* statuses = nullptr; ///< by step, of the steps that are over
+    std::atomic<uint32_t>* statuses = nullptr; ///< by step, of the completed steps
     std::atomic<bool>* logged = nullptr;       ///< by number, the expected messages that were logged
 
-    RecordLock lock;                                 ///< held while records are written; guards what follows
-    bool amidRecord = false;                         ///< a part of a record is written
-    Step heading = ~Step{0};                         ///< the step that the terminal's last heading names
+    RecordLock lock;         ///< held while records are written; guards everything below
+    bool amidRecord = false; ///< only a part of a record is written
+    Step heading = ~Step{0}; ///< the step that the terminal's last heading names
     std::array<UnfinishedLine, 2> unfinishedLines{}; ///< of standard output and of standard error
 
     uint32_t sinceBegin() const
@@ -73,8 +73,11 @@ struct UnmapRunState
 };
 using SharedRunState = std::unique_ptr<RunState, UnmapRunState>;
 
+/// Makes the state of a new run, which begins now.
+///
 /// @param steps         number of the run's steps
-/// @param expectations  number of what the run is expected to do
+/// @param expectations  number of the run's expectations
+/// @return the state, which processes forked from now on share
 /// @throws std::bad_alloc
 SharedRunState newRunState(std::size_t steps, std::size_t expectations);
 

@@ -1,4 +1,4 @@
-/// Points in time, for people and for programs.
+/// Points in time as text.
 #ifndef TOOLS_HOOKHOST_TIMES_H
 #define TOOLS_HOOKHOST_TIMES_H
 

@@ -100,8 +100,8 @@ std::string targetOf(TreeEntry const& entry)
     return common::printable(entry.target, "\\\t");
 }
 
-/// Whether the last change of a file was well before now: dates are set by a clock that ticks a few times a second on
-/// some systems, so that a change soon after could leave the same dates.
+/// Whether the last change of a file was well before now. Some systems take dates from a clock that ticks only a few
+/// times a second, so a change soon after could leave the same dates.
 bool isSettled(struct stat const& status)
 {
     constexpr time_t longestTick = 2;
@@ -198,7 +198,7 @@ std::string describeDifference(TreeEntry const& before, TreeEntry const& after)
     compare("target", targetOf(before), targetOf(after));
     if (isFile(before)) {
         compare("content", contentOf(before), contentOf(after));
-        if (before.digest == after.digest) { // else the date is news to nobody
+        if (before.digest == after.digest) { // the date of new content does not matter
             compare("date", isoTime(contentDate(before.status)), isoTime(contentDate(after.status)));
         }
     } else if (isDevice(before)) {

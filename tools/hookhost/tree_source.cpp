@@ -52,7 +52,7 @@ Tree FolderTree::read(Tree const& before, std::function<void()> const& each) con
 
 std::optional<TreeEntry> FolderTree::original(std::string const& /*path*/) const
 {
-    return std::nullopt; // all that there was is in the tree read before
+    return std::nullopt; // the tree read before has every path that existed
 }
 
 } // namespace hookhost

@@ -9,7 +9,7 @@
 
 namespace hookhost {
 
-/// The tree below a run's root, but for /proc, /sys and /dev.
+/// The tree below a run's root, except /proc, /sys and /dev.
 class TreeSource
 {
 public:
@@ -24,11 +24,11 @@ public:
     /// @param each    called for every entry read; may throw
     virtual Tree read(Tree const& before, std::function<void()> const& each) const = 0;
 
-    /// The original of a path that is in no tree read so far.
+    /// The original of a path that no tree read so far contains; no value if the path did not exist.
     virtual std::optional<TreeEntry> original(std::string const& path) const = 0;
 };
 
-/// Whether a path is /proc, /sys or /dev: these are no part of a tree that a hook changes.
+/// Whether a path is /proc, /sys or /dev, which are not compared.
 bool isSystemFolder(std::string const& path);
 
 /// A tree that is read completely each time.

@@ -13,16 +13,16 @@ namespace hookhost {
 /// The names in a folder, without "." and "..". Leaves the date of the folder's last reading as it is where it can.
 ///
 /// @param folder  descriptor of a folder above, or AT_FDCWD
-/// @return no value if it is no folder or cannot be read
+/// @return no value if it is not a folder or cannot be read
 std::optional<std::vector<std::string>> namesIn(int folder, std::string const& name);
 
-/// Looks at one thing: with the descriptor of the folder that it is in, its name there, and its path.
+/// Visits one entry, given the descriptor of its folder, its name there, and its path.
 ///
-/// @return whether to go on into it, if it is a folder
+/// @return whether to walk into the entry, if it is a folder
 using Visitor = std::function<bool(int folder, std::string const& name, std::string const& path)>;
 
-/// Visits everything below a folder, the file systems mounted there included, without following links. What cannot be
-/// read is left out.
+/// Visits everything below a folder, the file systems mounted there included, without following links. Skips what
+/// cannot be read.
 ///
 /// @param folder  descriptor of a folder, and
 /// @param name    the name in it of the folder to walk, which itself is not visited

@@ -29,8 +29,8 @@ void recordOutput(Run& run, RecordWriter::Turn& turn)
     }
 }
 
-/// Waits until the host has recorded what the steps that are over have changed. By looking again and again: nothing that
-/// the plug-in could close or exchange.
+/// Waits until the host has recorded what the completed steps have changed. Deliberate: polls, because the plug-in
+/// could close or replace a descriptor to wait for.
 void waitForExamination(Run const& run)
 {
     pid_t const host = getppid();
@@ -46,7 +46,7 @@ void waitForExamination(Run const& run)
 class ProcessWatch
 {
 public:
-    /// From here on: what a plug-in sets up when it is loaded does not count.
+    /// Reads the state to compare with. Call it after loading: what a plug-in sets up then does not count.
     void begin() { state = reader.read(); }
 
     void record(Run& run, Step step)
@@ -64,7 +64,7 @@ private:
     ProcessState state;
 };
 
-/// Waits until a debugger has attached to this process, or SIGCONT has come.
+/// Waits until a debugger has attached to this process, or SIGCONT is pending.
 void waitForDebugger()
 {
     sigset_t resume;
@@ -89,7 +89,7 @@ void waitForDebugger()
 
 /// Makes one call into the plug-in. An exception that leaves it ends the worker, as it would end an installer.
 ///
-/// @param watch  the state of this process before the call; receives the one after it
+/// @param watch  has the state of this process before the call; receives the state after it
 template<class Call>
 void makeCall(Run& run, Step step, ProcessWatch& watch, Call call) noexcept
 {
@@ -119,8 +119,8 @@ void makeCall(Run& run, Step step, ProcessWatch& watch, Call call) noexcept
     waitForExamination(run);
 }
 
-/// Sets HOME from the user database if the environment has none. Below another root the plug-in would otherwise
-/// look the user up there, with that root's own name-service libraries.
+/// Sets HOME from the user database if the environment has none. Otherwise the plug-in would look up the user in the
+/// other root, with that root's own name-service libraries.
 void setHomeFromUserDatabase()
 {
     char const* const home = std::getenv("HOME");
@@ -152,10 +152,11 @@ int callPlugin(Run& run)
     Options const& options = run.options;
     pid_t const self = getpid();
     receiveMessages([&run, self](Step step, char const* message) {
-        static LogExplainer& explainer = *new LogExplainer; // used in turns; outlives a late message
+        static LogExplainer& explainer =
+            *new LogExplainer; // used by one thread at a time; outlives a late message
         try {
             RecordWriter::Turn turn = run.report.turn();
-            if (run.output) { // first what was printed before
+            if (run.output) { // first what was printed before it
                 run.output->record(run.report, turn, run.state->current.load().step, self);
             }
             std::string const text = message == nullptr ? "(null)" : message;
@@ -166,7 +167,8 @@ int callPlugin(Run& run)
             }
             run.report.message(turn, step, text.c_str(), step < run.state->returned,
                                run.options.explain ? explainer.explain(text) : "");
-        } catch (...) { // nothing may pass through the plug-in; except for memory, nothing is known to fail
+        } catch (
+            ...) { // no exception may pass through the plug-in; only a lack of memory is known to cause one
             run.state->writeError = ENOMEM;
         }
     });

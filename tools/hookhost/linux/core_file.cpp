@@ -18,7 +18,7 @@ std::string settingOf(char const* name)
     return value;
 }
 
-/// The kernel's pattern with the process's id filled in, as a pattern for glob: what else it may hold matches anything.
+/// The kernel's pattern as a pattern for glob: with the process's id, and "*" for every other value.
 std::string globFor(std::string const& pattern, pid_t process)
 {
     std::string result;
@@ -36,7 +36,7 @@ std::string globFor(std::string const& pattern, pid_t process)
                                                              : result + '.' + std::to_string(process);
 }
 
-/// A path whose characters stand for themselves in a pattern for glob.
+/// A path as a pattern for glob that matches this path alone.
 std::string literal(std::string const& path)
 {
     std::string result;
@@ -46,7 +46,7 @@ std::string literal(std::string const& path)
     return result;
 }
 
-/// The newest file that matches.
+/// The newest file that matches; empty if there is none.
 std::string newest(std::string const& pattern)
 {
     glob_t found = {};

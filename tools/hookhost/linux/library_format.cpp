@@ -31,8 +31,8 @@ std::string kindOf(ElfW(Ehdr) const& header)
     return fmt::format("{}-bit {}", header.e_ident[EI_CLASS] == ELFCLASS32 ? 32 : 64, machine);
 }
 
-/// A library's bytes, by their place in the file and by the addresses that they are loaded at. Every number in the
-/// file may be wrong.
+/// Reads a library's bytes by their place in the file and by the addresses that they are loaded at. Every number in
+/// the file may be wrong.
 class LibraryFile
 {
 public:
@@ -121,7 +121,7 @@ private:
         return 0;
     }
 
-    /// As the hash table has it, which every symbol that can be found is in: the table of symbols has no length.
+    /// The number of symbols. The symbol table has no length, but the hash table has every symbol that can be found.
     std::size_t symbolCount() const
     {
         if (ElfW(Addr) const table = entry(DT_HASH); table != 0) {

@@ -49,7 +49,7 @@ public:
     int get() const { return number; }
 
     /// A path of this folder for system calls that take no descriptor: no character in it has to be escaped, and no
-    /// other process can exchange what it leads to.
+    /// other process can change what it leads to.
     std::string path() const { return fmt::format("/proc/self/fd/{}", number); }
 
 private:
@@ -107,7 +107,7 @@ std::vector<MountPoint> mountPoints()
     return points;
 }
 
-/// The number of the mount that a descriptor's file is on.
+/// The number of the mount that a descriptor's file is on; -1 if there is none.
 int mountOf(int descriptor)
 {
     std::ifstream file(fmt::format("/proc/self/fdinfo/{}", descriptor));
@@ -124,7 +124,7 @@ struct Layer
 {
     std::string path; ///< where it is below the root, ending in "/"
     Descriptor original;
-    Descriptor changed; ///< the upper folder: what differs from the original, and what is gone
+    Descriptor changed; ///< the upper folder: what differs from the original or was removed
     Descriptor merged;
 };
 
@@ -217,7 +217,8 @@ public:
             std::string const target = folder + layer.path;
             for (std::size_t end = target.find('/', folder.size()); end != std::string::npos;
                  end = target.find('/', end + 1)) {
-                mkdir(target.substr(0, end).c_str(), 0755); // is there, or else cp reports what is wrong
+                mkdir(target.substr(0, end).c_str(),
+                      0755); // it may exist; if it cannot be made, cp reports why
             }
             std::vector<std::string> command = {"cp", "-a", "--target-directory", target, "--"};
             for (std::string const& name : *names) {
@@ -265,8 +266,8 @@ private:
         return status == 0;
     }
 
-    /// Mounts a file system in memory over this process's root, which goes on seeing what is below: so no folder of the
-    /// machine has to be made or hidden for it. It is reached by "/..".
+    /// Mounts a file system in memory over this process's root. The process still sees the tree below, so no folder of
+    /// the machine has to be made or hidden for the mount. "/.." leads to it.
     void makeMemory()
     {
         if (mount("hookhost", "/", "tmpfs", 0, "mode=0700") != 0) {
@@ -332,7 +333,7 @@ private:
         bool const underSystem = isSystemFolder(path.substr(0, path.find('/', 1)));
         bool const isHidden = mountOf(original.get()) != point.id; // another one was mounted over it
         if (isHidden || (underSystem && path.substr(0, 4) != "/dev" && !isSystemFolder(path))) {
-            return; // the second: it comes with the machine's /proc or /sys
+            return; // what is below /proc or /sys is mounted with these
         }
         if (path == "/dev/shm") {
             mount("hookhost", target.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777");
