@@ -136,9 +136,11 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         EXPECT_THAT(err, ContainsRegex(std::string("^hookhost: .*") + each.message));
         EXPECT_FALSE(exists("/called"));
     }
-    for (auto const& [status, options] : std::initializer_list<std::pair<int, std::string>>{
-             {125, "--mode x $run"}, {126, "-n --mode 0 $lacking"}, {127, "--mode 0 $in/none"}}) {
-        EXPECT_EQ(shell("$hookhost --format jsonl " + options + " 2>&1"), status);
+    for (auto const& [status, options] :
+         std::initializer_list<std::pair<int, std::string>>{{125, "=jsonl --mode x $run"},
+                                                            {126, " jsonl -n --mode 0 $lacking"},
+                                                            {127, " jsonl --mode 0 $in/none"}}) {
+        EXPECT_EQ(shell("$hookhost --format" + options + " 2>&1"), status);
         EXPECT_TRUE(std::regex_match(
             out, std::regex(fmt::format(R"(\{{"type":"error","message":".*","exit":{}\}}\n)", status))))
             << out;
@@ -160,15 +162,20 @@ TEST_F(Hookhost, CallsAndReports)
         {123, "$hookhost --format raw --mode 0 --phase 1 --phase 2 -D times=123 $run", "0/1 \n0/2 \n", ""},
         {123, "$hookhost --format raw --mode 0 --phase 1 -D times=256 $run", "0/1 \n", ""},
         {7, "$hookhost --format raw --mode 0 --phase 1 -D times=7 --no-log-callback $run", "", ""},
-        {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
+        {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240 \\342\\200\\256 \\340\\200\\200')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0 \\\\xE2\\\\x80\\\\xAE \xE0\\\\x80\\\\x80\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m"\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
-        {126, "$hookhost --list $lacking", "[^]*HookProc +exported\n.*CloseSession  missing\n[^]*", ""},
+        {126, "PRINTED_WHEN_LOADED=text $hookhost --list $lacking", "entry point .*InitSession +exported\n.*HookProc +exported\n.*CloseSession  missing\n", "text"},
+        {9, "STATUS_OF_OPEN_ENTRY=9 $hookhost --mode 0 --phase 1 $run", ".* install/open-entry \\d+ = status 9 .*\n.* 0/1 \n.* = status 0 .*\n", "^$"},
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
         {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
         {123, "$hookhost --mode 0 --phase 1 -D times=65536 $run", ".* 0/1 \n.* = status 65536 \\(0x10000\\) after .*\n", "0x10000.*123 stands for it"},
+        {123, "$hookhost --format jsonl --mode 0 --phase 1 -D times=65536 $run", "[^]*", "^\\{\"type\":\"notice\",\"message\":\"status 65536 "},
+        {0, "for format in text jsonl; do $hookhost --mode 7 --phase 7 --explain --format $format --root $root $product; done;"
+            " script -qec \"$hookhost --mode 7 --phase 7 --explain --root '$root' '$product'\" /dev/null | tr -d '\\r'",
+            ".* ::FT::Unsupported install mode specified\\.  the install mode is not [^]*\"meaning\":\"the install mode is not [^]* specified\\.\n {15}the install mode is not .*\n.*= status 3.*\n", "^$"},
         {0, "$hookhost --mode 0 --phase 1 --null-properties $run", ".* \\(null\\)\n.* = status 0 .*\n", "^$"},
         // The hook's output is recorded in the order of events; a mark of hookhost's own is escaped.
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print -D log='= status 0'", ".*/pre-payload \\d+ 0/1 \n.* \\\\x3D status 0\n.*/pre-payload (\\d+) 1> one\n.* three\n.* \\1 2> = fo\\\\\\\\ur\n.* 1> two\n.* = status 0 .*\n", "^$"},
@@ -178,6 +185,8 @@ TEST_F(Hookhost, CallsAndReports)
         // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+        {0, "mkfifo $root/go $root/done; for format in raw jsonl; do $hookhost --format $format --mode 0 --phase 1 $run -D act=helper 2>&1; : >$root/go;"
+            " : >$root/done; done | grep -o 'hookhost: still running\\|\"type\":\"running\"'; rm $root/go $root/done", "hookhost: still running\n\"type\":\"running\"\n", "^$"},
         // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
         {0, "mkfifo $root/message; $hookhost --mode 0 --phase 1 --timeout 0.2 --debug wait $run 2>$root/message &"
             " command=$(grep -m 1 -o 'kill -CONT.*' $root/message); sleep 0.3; eval $command; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
@@ -222,9 +231,10 @@ TEST_F(Hookhost, WritesRecordsWhole)
         {0, "mkfifo $root/running; $hookhost --mode 0 --phase 1 --timeout 0.2 $run -D act=chatter |"
             " { cat $root/running; grep -c '^[^ ]* install/pre-payload [0-9]* = failed'; }; rm $root/running", "1\n", "did not return"},
         // A message by the callback of an earlier call.
-        {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\n.*post-payload.*= status 0 .*\n", "^$"},
+        {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\\\\n= status 0\n.*post-payload.*= status 0 .*\n", "^$"},
         {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=log at unload'", "[^]*returned.*\n.*\"phase\":\"pre-payload\".*\"message\":\"unloading\",\"late\":true\\}\n", "^$"},
         {128 + SIGTRAP, "$hookhost --mode 0 --phase 1 $run -D 'act=crash at unload'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed .*signal 5.*\n", "calls not made: 0"},
+        {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=close low'", "[^]*\\{\"type\":\"left-behind\",.*\"what\":\"descriptor 0\",\"before\":\".*\",\"after\":\"/taken\"\\}\n[^]*", "^$"},
         {0, "$hookhost --format raw --mode 0 --phase 1 $run -D 'act=close low'", "0/1 \nafter closing\n", "\nhookhost: left behind: descriptor 0 "},
         // A hook that restores the default of SIGPIPE neither ends by it nor leaves anything behind.
         {125, "unread; env --default-signal=PIPE $hookhost --mode 0 --phase 1 $run -D 'act=default SIGPIPE' >&4", "", "^hookhost: output was lost: Broken pipe\n$"},
@@ -291,7 +301,7 @@ TEST_F(Hookhost, RecordsWhatAPhaseLeavesBehindInTheProcess)
     EXPECT_EQ(
         out,
         "descriptor N closed -> /in\neffective group id 0 -> 6\neffective user id 0 -> 8\n"
-        "environment ADDED unset -> value\nenvironment HOME / -> unset\ngroups N -> 9\n"
+        "environment ADDED unset -> value\nenvironment HOME / -> unset\nenvironment LENGTHY unset -> (101 bytes)\ngroups N -> 9\n"
         "limit on open files 256/256 -> 64/64\nreal group id 0 -> 5\nreal user id 0 -> 7\n"
         "signal 10 (User defined signal 1) delivery open -> blocked\n"
         "signal 15 (Terminated) handling default -> ignored\numask 022 -> 000\nworking directory / -> /in\n");
@@ -307,12 +317,13 @@ TEST_F(Hookhost, CrashRecordHasFramesAndTheCoreFile)
             "trap.; frames: .*libfixture_plugin.so.0x[0-9a-f]+ .*; no core file: the limit on core files is 0"));
     EXPECT_EQ(shell("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D act=recurse"), 128 + SIGSEGV);
     EXPECT_THAT(out, ContainsRegex(" at address 0x[0-9a-f]+; frames: libfixture_plugin.so.0x[0-9a-f]+ "));
-    EXPECT_EQ(shell("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D 'act=call null'"), 128 + SIGSEGV);
-    EXPECT_THAT(out, ContainsRegex(" at address 0x0; frames: 0x0 libfixture_plugin.so.0x[0-9a-f]+ "));
-    EXPECT_EQ(shell("ulimit -c 0; " + crash + " --format jsonl"), 128 + SIGTRAP);
+    std::string const callingNull = "$hookhost --mode 0 --phase 1 $run -D 'act=call null'";
+    EXPECT_EQ(shell("ulimit -c 0; " + callingNull), 128 + SIGSEGV);
+    EXPECT_THAT(out, ContainsRegex(" at address 0x0; frames: 0x0 libfixture_plugin.so.0x[0-9a-f]+ hookhost"));
+    EXPECT_EQ(shell("ulimit -c 0; " + callingNull + " --format jsonl"), 128 + SIGSEGV);
     EXPECT_THAT(
-        out,
-        ContainsRegex("\"frames\":\\[.*\"libfixture_plugin.so.0x[0-9a-f]+\".*\\],\"core\":\"no core file"));
+        out, ContainsRegex("\"address\":\"0x0\",\"frames\":\\[\"0x0\",\"libfixture_plugin.so.0x[0-9a-f]+\",.*"
+                           "\\],\"core\":\"no core file"));
     // Sanitizers set the limit to 0; a kernel that hands core files to a program writes none.
     if (UNDER_SANITIZERS == 0 && shell("grep '^|' /proc/sys/kernel/core_pattern") != 0) {
         EXPECT_EQ(shell("ulimit -c unlimited; core=$(" + crash +
@@ -355,22 +366,24 @@ install/pre-payload ~ /etc/kind  file 0644 0:0 0 bytes -> folder 0700 0:0
 install/pre-payload ~ /etc/link  target keep -> other
 install/pre-payload - /etc/moved  folder 0755 0:0
 install/pre-payload - /etc/moved/x  file 0644 0:0 0 bytes
+install/pre-payload ~ /etc/node  device 1:3 -> 1:5
 install/pre-payload - /etc/old  link to keep
 install/pre-payload ~ /etc/owned  owner 0:0 -> 1000:80
 install/pre-payload + /etc/renamed  folder 0755 0:0
 install/pre-payload + /etc/renamed/x  file 0644 0:0 0 bytes
 install/pre-payload ~ /etc/same  content 4 bytes 61be55.. -> 4 bytes 81cc5b..
+install/pre-payload ~ /etc/tree  owner 0:0 -> 0:80
 install/pre-payload - /etc/tree/a  file 0644 0:0 0 bytes
 install/pre-payload + /etc/tree/b \x20c  folder 0755 0:0
 install/pre-payload ~ /mounted/file  content 0 bytes e3b0c4.. -> 4 bytes 187897..
 phase                              created   removed   changed
 install/session-open                     0         0         0
-install/pre-payload                      5         4         7
+install/pre-payload                      5         4         9
 )";
     ASSERT_EQ(
         shell(
             "mkdir -p $root/etc/moved $root/etc/tree $root/mounted $root/dev; cd $root/etc; touch ../called"
-            " dated owned kind moved/x tree/a; printf test >keep; printf aaaa >same; ln -s keep old; ln -s keep link"),
+            " dated owned kind moved/x tree/a; printf test >keep; printf aaaa >same; ln -s keep old; ln -s keep link; mknod -m 0600 node c 1 3"),
         0);
     ASSERT_EQ(mount("tmpfs", "/mounted", "tmpfs", 0, ""), 0);
     std::unique_ptr<char const, void (*)(char const*)> const mounted(
@@ -388,9 +401,13 @@ install/pre-payload                      5         4         7
     struct { int status; std::string command, expected; } const cases[] = {
         {0, "$hookhost --overlay " + changing + "change" + onlyRecords, records},
         {0, "$hookhost --overlay " + changing + "'change and crash'" + onlyRecords, records},
-        {0, "$hookhost --overlay --format jsonl " + changing + "change | grep -c '\"type\":\"change\"'", "16\n"},
+        {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "18\n"},
+        {0, "$hookhost --overlay --format jsonl " + changing + "change | sed -n 's/.*\"type\":\"change\".*\"path\":\"\\/etc\\/\\(link\\|node\\)\",/{/p;s/.*\"type\":\"run\".*\"created\"/{\"created\"/p'",
+            R"({"before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"},"after":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"other"}})" "\n"
+            R"({"before":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:3"},"after":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:5"}})" "\n"
+            R"({"created":5,"removed":4,"changed":9})" "\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
-            "./etc/device\n./etc/moved\n./etc/old\n./mounted/file\n"},
+            "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted/file\n"},
         {0, "{ $hookhost --overlay " + changing + "hang; echo status $?; } | { IFS=' '; set -- $(grep -m 1 ' 0/1 ');"
             " kill $(cut -d ' ' -f 4 /proc/$3/stat); grep -o 'interrupted by signal 15\\|status 143'; }", "interrupted by signal 15\nstatus 143\n"},
         {0, "$hookhost " + changing + "'change and crash'" + onlyRecords, records}, // on the tree itself
@@ -404,9 +421,21 @@ install/pre-payload                      5         4         7
             std::regex_replace(out, std::regex("[^\n ]*Z (install[^ ]*) \\d+ "), "$1 ");
         EXPECT_EQ(std::regex_replace(withoutTimes, std::regex("[^ ]*Z"), "DATE"), each.expected);
     }
+    shell(
+        "mount --bind $root/called $root/called; $hookhost --overlay --mode 0 --phase 1 $run; umount $root/called");
+    EXPECT_THAT(out, ContainsRegex("no trace can be left"));
+    EXPECT_THAT(err, ContainsRegex("^hookhost: '/called' is a mounted file: it is read-only in this run\n$"));
+    // Of the machine itself, if the kernel permits an overlay of its root.
+    EXPECT_EQ(
+        shell(
+            "for home in /dev/shm /; do $hookhost --overlay --changes --mode 0 --phase 1 --home $home $fixture; done;"
+            " test ! -e /called -a ! -e /dev/shm/called"),
+        0);
+    EXPECT_THAT(out + err,
+                ContainsRegex("install/pre-payload [0-9]+ . /called  file|refuses an overlay of '/'"));
 }
 
-TEST_F(Hookhost, PluginThatDoesNotReturnIsOnRecord)
+TEST_F(Hookhost, RecordsAPluginThatDoesNotReturn)
 {
     // clang-format off
     struct { std::string act; int status; std::string outcome, reason, interruption; } const cases[] = {

@@ -19,6 +19,9 @@ static char const* atUnload = "";
 __attribute__((constructor)) static void loaded(void)
 {
     fputs("fixture loaded\n", stderr);
+    if (getenv("PRINTED_WHEN_LOADED") != NULL) {
+        puts(getenv("PRINTED_WHEN_LOADED"));
+    }
 }
 
 __attribute__((destructor)) static void unloaded(void)
@@ -90,10 +93,12 @@ static void change(void)
     utimensat(AT_FDCWD, "/etc", other, 0);
     append("/etc/keep", "abc");
     int failed = chmod("/etc/keep", 0600) + chown("/etc/owned", 1000, 80);
+    failed += unlink("/etc/node") + mknod("/etc/node", S_IFCHR | 0600, 0x105);
     failed += unlink("/etc/old") + unlink("/etc/link") + symlink("other", "/etc/link");
     failed += unlink("/etc/kind") + mkdir("/etc/kind", 0700);
     failed +=
         unlink("/etc/tree/a") + rmdir("/etc/tree") + mkdir("/etc/tree", 0755) + mkdir("/etc/tree/b  c", 0755);
+    failed += chown("/etc/tree", 0, 80);
     failed += rename("/etc/moved", "/etc/renamed");
     failed += mkfifo("/etc/fifo", 0600) + mknod("/etc/device", S_IFCHR | 0600, 0x103);
     append("/mounted/file", "more");
@@ -108,11 +113,14 @@ static void leaveTraces(void)
 {
     struct rlimit const limit = {64, 64};
     gid_t const group = 9;
+    char lengthy[102] = "";
+    memset(lengthy, 'x', sizeof lengthy - 1);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGUSR1);
     int failed = chdir("/in") + open("/in", O_RDONLY) < 0;
-    failed += setenv("ADDED", "value", 1) + unsetenv("HOME") + sigprocmask(SIG_BLOCK, &signals, NULL);
+    failed += setenv("ADDED", "value", 1) + setenv("LENGTHY", lengthy, 1) + unsetenv("HOME") +
+              sigprocmask(SIG_BLOCK, &signals, NULL);
     failed += setrlimit(RLIMIT_NOFILE, &limit) + (signal(SIGTERM, SIG_IGN) == SIG_ERR);
     umask(0);
     failed += setgroups(1, &group) + setregid(5, 6) + setreuid(7, 8);
@@ -158,9 +166,11 @@ static void act(char const* what, HookLogCallback log)
         int status = 0;
         log(fork() == 0 ? "copy" : wait(&status) > 0 && status == 0 ? "original" : "failed copy");
     } else if (strcmp(what, "print") == 0) {
+        kill(getppid(), SIGSTOP); /* the host must not be needed to keep the order */
         printf("one\ntwo");
         log("three");
         fputs("= fo\\ur\n", stderr);
+        kill(getppid(), SIGCONT);
     } else if (strcmp(what, "close low") == 0 || strcmp(what, "close all") == 0) {
         int const end = what[6] == 'a' ? 100000 : 1024;
         for (int descriptor = 0; descriptor < end; ++descriptor) {
@@ -183,7 +193,7 @@ static void act(char const* what, HookLogCallback log)
         }
         waitpid(copy, NULL, 0);
     } else if (strcmp(what, "log late") == 0 && latest != NULL) {
-        latest("late");
+        latest("late\n= status 0");
     } else if (strcmp(what, "change") == 0 || strcmp(what, "change and crash") == 0) {
         latest = log;
         change();
@@ -200,10 +210,15 @@ static void act(char const* what, HookLogCallback log)
 
 uint32_t QvInstallerCustomHookInitSession(void)
 {
-    return kHookOK;
+    char const* const status = getenv("STATUS_OF_OPEN_ENTRY");
+    return status != NULL ? (uint32_t)atoi(status) : kHookOK;
 }
 
-#ifndef WITHOUT_CLOSE_ENTRY
+#ifdef WITHOUT_CLOSE_ENTRY
+#pragma weak QvInstallerCustomHookCloseSession
+uint32_t (*const referenceToMissingEntry)(void) =
+    QvInstallerCustomHookCloseSession; /* a symbol, but undefined */
+#else
 uint32_t QvInstallerCustomHookCloseSession(void)
 {
     return kHookOK;
@@ -216,7 +231,12 @@ uint32_t QvInstallerCustomHookProc(struct HookProperty const* properties, uint32
 {
     char text[200];
     snprintf(text, sizeof text, "%s/called", getenv("HOME"));
-    fclose(fopen(text, "a"));
+    FILE* const file = fopen(text, "a");
+    if (file != NULL) {
+        fclose(file);
+    } else {
+        logCallback("no trace can be left");
+    }
     snprintf(text, sizeof text, "%d/%u %s", installMode, entryMode, valueOf(properties, "say"));
     if (logCallback != NULL) {
         logCallback(properties == NULL ? NULL : text);
