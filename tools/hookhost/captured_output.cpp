@@ -94,7 +94,7 @@ void CapturedOutput::record(Report& report, RecordWriter::Turn& turn, Step step,
             }
             if (rest.size() == line.bytes.size()) {
                 report.output(turn, step, worker, static_cast<Stream>(stream), rest);
-                rest = {};
+                rest.remove_prefix(rest.size());
             }
             line.length = rest.size();
             std::memmove(line.bytes.data(), rest.data(), rest.size());

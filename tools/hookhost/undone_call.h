@@ -24,8 +24,8 @@ public:
 
 private:
     void* registers = nullptr; ///< the context; null if nothing is changed
-    std::uintptr_t programCounter = 0;
-    std::uintptr_t stackPointer = 0;
+    [[maybe_unused]] std::uintptr_t programCounter = 0; ///< as the signal handler received it
+    [[maybe_unused]] std::uintptr_t stackPointer = 0;   ///< the same
 };
 
 } // namespace hookhost
