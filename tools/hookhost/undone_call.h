@@ -23,7 +23,7 @@ public:
     bool isUndone() const { return registers != nullptr; }
 
 private:
-    void* registers = nullptr; ///< the context; null if nothing is changed
+    void* registers = nullptr;                          ///< the context; null if nothing is changed
     [[maybe_unused]] std::uintptr_t programCounter = 0; ///< as the signal handler received it
     [[maybe_unused]] std::uintptr_t stackPointer = 0;   ///< the same
 };
