@@ -156,7 +156,6 @@ public:
         if (realpath(root.c_str(), resolved) == nullptr) {
             refuse(fmt::format("root '{}': {}", root, std::strerror(errno)));
         }
-        Descriptor const before = openFolder(AT_FDCWD, ".");
         if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
             refuse(fmt::format(
                 "--overlay requires root ({}); with --root, that of 'unshare --user --map-root-user' "
@@ -172,9 +171,6 @@ public:
                 each.path.compare(0, prefix.size() + 1, prefix + "/") == 0) {
                 addMount(each, each.path.substr(prefix.size()));
             }
-        }
-        if (before.get() >= 0 && fchdir(before.get()) != 0) {
-            refuse("the current folder cannot be entered again");
         }
     }
 
