@@ -1,5 +1,6 @@
 #include "tools/hookhost/undone_call.h"
 
+#include <cstring>
 #include <type_traits>
 #include <ucontext.h>
 
@@ -32,8 +33,10 @@ struct Registers
 
     void returnFromCall() const
     {
-        programCounter =
-            *reinterpret_cast<greg_t const*>(stackPointer); // where a call has put the return address
+        greg_t const* top = nullptr;
+        static_assert(sizeof top == sizeof stackPointer, "a register holds an address");
+        std::memcpy(&top, &stackPointer, sizeof top);
+        programCounter = *top; // where a call has put the return address
         stackPointer += static_cast<greg_t>(sizeof(greg_t));
     }
 #endif
