@@ -152,8 +152,8 @@ int callPlugin(Run& run)
     Options const& options = run.options;
     pid_t const self = getpid();
     receiveMessages([&run, self](Step step, char const* message) {
-        static LogExplainer& explainer =
-            *new LogExplainer; // used by one thread at a time; outlives a late message
+        // Used by one thread at a time; outlives a late message.
+        static LogExplainer& explainer = *new LogExplainer;
         try {
             RecordWriter::Turn turn = run.report.turn();
             if (run.output) { // first what was printed before it
@@ -167,8 +167,8 @@ int callPlugin(Run& run)
             }
             run.report.message(turn, step, text.c_str(), step < run.state->returned,
                                run.options.explain ? explainer.explain(text) : "");
-        } catch (
-            ...) { // no exception may pass through the plug-in; only a lack of memory is known to cause one
+        } catch (...) {
+            // No exception may pass through the plug-in. Only a lack of memory is known to cause one.
             run.state->writeError = ENOMEM;
         }
     });

@@ -213,8 +213,8 @@ public:
             std::string const target = folder + layer.path;
             for (std::size_t end = target.find('/', folder.size()); end != std::string::npos;
                  end = target.find('/', end + 1)) {
-                mkdir(target.substr(0, end).c_str(),
-                      0755); // it may exist; if it cannot be made, cp reports why
+                // It may exist; if it cannot be made, cp reports why.
+                mkdir(target.substr(0, end).c_str(), 0755);
             }
             std::vector<std::string> command = {"cp", "-a", "--target-directory", target, "--"};
             for (std::string const& name : *names) {
