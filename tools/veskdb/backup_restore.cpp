@@ -29,7 +29,7 @@ namespace {
     throw Refusal(kExitError, message);
 }
 
-/// Makes the folder of a database or of the backups when it is missing, as the library does.
+/// Creates the folder of a database or of the backups if it is missing, as the library does.
 void requireFolder(std::string const& folder)
 {
     int32_t const created = veskiCreatePath(folder);
@@ -38,7 +38,7 @@ void requireFolder(std::string const& folder)
     }
 }
 
-/// Refuses a file next to which a change has left its journal, or is being made.
+/// Refuses a file that has a journal: a change is under way or was interrupted.
 void requireNoJournal(std::string const& path, Database const& database)
 {
     for (char const* const suffix : {"-journal", "-wal"}) {
@@ -65,7 +65,7 @@ Findings requireSound(std::string const& path, Database const& database, char co
     return found;
 }
 
-/// The content of a sound file stops neither a backup nor a restore.
+/// Wrong rows in a sound file stop neither a backup nor a restore.
 void warn(std::string const& path, Findings const& found)
 {
     for (Fault const& fault : found.contentFaults) {
@@ -79,21 +79,21 @@ void reportReplaced(std::string const& path, std::string const& aside)
     printMessage({"'", path.c_str(), "' is in place", kept.c_str()});
 }
 
-/// The file that a path leads to: replacing a link would leave what it leads to as it was.
+/// The file that a path leads to: replacing a link would leave the file itself unchanged.
 std::string resolved(std::string const& path)
 {
     std::unique_ptr<char, void (*)(void*)> const real(realpath(path.c_str(), nullptr), std::free);
     return real ? real.get() : path;
 }
 
-/// What a killed backup or restore of this database has left.
+/// Removes the temporary files of a killed backup or restore of this database.
 void removeLeftovers(Database const& database)
 {
     removeTemporaryFilesOf(pathOf(database));
     removeTemporaryFilesOf(backupPathOf(database));
 }
 
-/// Refuses the target of --to unless it is free, empty or a copy of the same database.
+/// Refuses the target of --to unless it does not exist, is empty or is a copy of the same database.
 void requireOwnTarget(std::string const& target, Database const& database)
 {
     for (Database const& each : databases) {

@@ -1,8 +1,8 @@
 /// The verbs backup and restore.
 ///
-/// A copy is made while a read lock keeps writers off, is read through before it takes its place, and takes it
-/// in one step. The file that it replaces is kept next to it, under its name and the time. A database that is
-/// locked, or has a journal, is neither copied nor replaced.
+/// A copy is made under a read lock, is checked, and then replaces its target atomically. A copy of the previous file
+/// is kept next to it, under its name and the time. A database that is locked or has a journal is neither copied nor
+/// replaced.
 #ifndef TOOLS_VESKDB_BACKUP_RESTORE_H
 #define TOOLS_VESKDB_BACKUP_RESTORE_H
 
@@ -10,16 +10,16 @@
 
 namespace veskdb {
 
-/// Backs up the databases named, or every one that is there and that the library keeps a backup of. One that
-/// cannot be backed up does not keep the others from it.
+/// Backs up the databases named, or every existing one that the library keeps a backup of. If one cannot be backed up,
+/// the others still are.
 ///
-/// @return the exit status; the reasons went to standard error
+/// @return the exit status; the reasons were printed on standard error
 int backUp(Options const& options);
 
 /// Replaces a database by a copy, with the owner and mode that the library gives it.
 ///
 /// @return the exit status
-/// @throws Refusal, Unreadable; the database is then as it was
+/// @throws Refusal, Unreadable; the database is unchanged then
 int restore(Options const& options);
 
 } // namespace veskdb

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int instructionsBetweenLooks = 100000; // of SQLite's virtual machine: some milliseconds
 
-/// The library does not report how the backup of the catalogue went that it makes after a commit.
+/// After a commit the library backs up the catalogue, but does not report whether that succeeded.
 void reportLostBackup() noexcept
 {
     try {
@@ -48,7 +48,7 @@ Change::Change(Database const& changed, WhenMissing whenMissing) : database(chan
                                   kVeskNotFound, ownCommand("verify")));
     }
     if (status == kVeskOK) {
-        // A statement without end, such as one in a crafted trigger, can be interrupted.
+        // So that signals interrupt an endless statement, such as one in a crafted trigger.
         sqlite3_progress_handler(
             session->store->db, instructionsBetweenLooks,
             [](void* held) { return static_cast<HeldSignals const*>(held)->anyIsPending() ? 1 : 0; },
@@ -83,8 +83,8 @@ void Change::require(int32_t status, std::string const& what)
                   fmt::format("{}: {}", what, describeStatus(status, reason)));
 }
 
-/// Why the last call on the session failed. A database that could not be created has no tables: creating one again
-/// finds the reason.
+/// Why the last call on the session failed. A database that could not be created has no tables: another attempt to
+/// create them finds the reason.
 std::string Change::reasonForFailure(std::string const& path)
 {
     sqlite3* const connection = session->store != nullptr ? session->store->db : nullptr;
@@ -113,8 +113,9 @@ void Change::commit()
     }
 }
 
-/// Closing commits: if the roll-back fails, the session stays open and SQLite rolls back at the next opening. Closed
-/// like any other session, a payload session refreshes no backup: its commit has done so, and a refusal must not.
+/// Closing commits: if the roll-back fails, the session stays open, and SQLite rolls back at the next opening. A
+/// payload session is closed like any other, which refreshes no backup: a commit has already done so, and a refusal
+/// must not.
 void Change::end()
 {
     if (session != nullptr && veskSessionRollback(session) == kVeskOK) {

@@ -1,4 +1,4 @@
-/// One session of the record library that changes a database wholly or not at all.
+/// One session of the record library that changes a database completely or not at all.
 #ifndef TOOLS_VESKDB_CHANGE_H
 #define TOOLS_VESKDB_CHANGE_H
 
@@ -7,8 +7,8 @@
 
 namespace veskdb {
 
-/// A session in a transaction that is rolled back unless it is committed. What is read through it is of the moment
-/// at which it is changed: no other process writes meanwhile.
+/// A session in a transaction that is rolled back unless it is committed. No other process writes during its lifetime,
+/// so what is read through it is current.
 class Change
 {
 public:
@@ -18,7 +18,7 @@ public:
         kRefuse
     };
 
-    /// @throws Refusal: the database is then as it was
+    /// @throws Refusal: the database is unchanged then
     Change(Database const& changed, WhenMissing whenMissing);
     Change(Change const&) = delete;
     Change& operator=(Change const&) = delete;
@@ -28,8 +28,8 @@ public:
 
     /// Refuses unless a call on the session succeeded.
     ///
-    /// @param status  what the call returned
-    /// @param what    what the call was about
+    /// @param status  of the call
+    /// @param what    what the call works on, for the message
     /// @throws Refusal (kExitNotFound: kVeskNotFound; kExitError: any other status)
     void require(int32_t status, std::string const& what);
 

@@ -98,7 +98,7 @@ std::optional<int32_t> readState(std::string const& text, bool listing)
     return std::nullopt;
 }
 
-/// The words of a command line that call a form: "veskdb list pdb [--state ...]".
+/// How a form is called: "veskdb list pdb [--state ...]".
 std::string synopsisOf(CLI::App const& form)
 {
     std::string path;
@@ -136,7 +136,7 @@ std::string synopsisOf(CLI::App const& form)
     return synopsis + line;
 }
 
-/// Prints a form's synopsis in place of a list of kinds of words, and all forms in place of a list of verbs.
+/// Prints a form's synopsis instead of a list of its arguments, and all forms instead of a list of verbs.
 class HelpFormatter : public CLI::Formatter
 {
 public:
@@ -184,7 +184,7 @@ public:
         addTransfer();
         addFiles();
         app.footer(
-            "\nOptions may stand anywhere; '--' ends them. 'veskdb VERB --help' describes a verb.\n"
+            "\nOptions may appear anywhere; '--' ends them. 'veskdb VERB --help' describes a verb.\n"
             "DB is pdb (payloads), pcd (master settings), cache (cached settings) or vesk (catalogue).\n"
             "Exit status: 0; 1 not found, declined, or a check failed; 2 usage or database error.");
     }
@@ -209,7 +209,7 @@ public:
         }
         takeWordsOfOptions(form, words);
         path.insert(path.end(), words.begin(), words.end());
-        std::reverse(path.begin(), path.end()); // as the parser wants them
+        std::reverse(path.begin(), path.end()); // as the parser requires
         try {
             app.parse(path);
         } catch (CLI::CallForHelp const&) {
@@ -230,11 +230,11 @@ private:
     struct Form
     {
         int (*run)(Options const& options);
-        std::function<void()> check; ///< refuses what the parser cannot know to be wrong
+        std::function<void()> check; ///< refuses mistakes that the parser does not know
         void (*prepare)(Options const& options) = nullptr;
     };
 
-    /// Options that take several words, each of which may begin with "-": the parser would take it for an option.
+    /// An option that takes several words. Each may begin with "-", which the parser would take for an option.
     struct Tuple
     {
         std::size_t words;
@@ -380,7 +380,7 @@ private:
         };
         CLI::App& graph =
             form(verb("graph", "Draw records"), "pdb", "Draw payloads and their relations.", drawGraph);
-        addID(graph, "Only what relations lead to from this payload");
+        addID(graph, "Only payloads that relations connect with this one");
         graph
             .add_option_function<std::string>(
                 "--depth",
@@ -391,7 +391,7 @@ private:
                             fmt::format("invalid --depth '{}'; give a number of relations, such as 2", text));
                     }
                 },
-                "Follow this many relations from ID; all without it")
+                "Only payloads at most this many relations away from ID")
             ->type_name("N");
         graph
             .add_option_function<std::string>(
@@ -402,7 +402,7 @@ private:
                     }
                     command.options.format = text;
                 },
-                "The language of the picture: dot without it; svg needs Graphviz")
+                "The format of the picture, dot by default; svg needs Graphviz")
             ->type_name("dot|mermaid|svg");
         forms[&graph].prepare = prepareGraph;
         forms[&graph].check = [this] {
@@ -413,8 +413,8 @@ private:
         CLI::App& diff = form(app, "diff", "Compare two files of a database, or two roots.", veskdb::diff);
         addDatabase(diff)->required();
         for (auto const& [name, description] :
-             {std::pair("A", "The file or root before; the backup without it"),
-              std::pair("B", "The file or root after; the live file without it")}) {
+             {std::pair("A", "The old file or root; by default the backup"),
+              std::pair("B", "The new file or root; by default the live file")}) {
             diff.add_option_function<std::string>(
                     name, [this](std::string const& file) { command.options.files.push_back(file); },
                     description)
@@ -422,8 +422,7 @@ private:
         }
         form(app, "info", "Print path, size, owner, mode, date, versions and rows of each database.",
              showDatabases);
-        addDatabases(
-            form(app, "verify", "Read databases and backups through and report every fault.", verify));
+        addDatabases(form(app, "verify", "Check databases and backups and report every fault.", verify));
     }
 
     void addEditing()
@@ -516,13 +515,13 @@ private:
             .add_option("ID", options.ids, "Only these payloads")
             ->type_name("");
         settingsForm(exporting, "Print settings as lines of JSON.", exportSettings);
-        CLI::App& importing = verb("import", "Put records on record from lines of JSON");
+        CLI::App& importing = verb("import", "Put lines of JSON on record");
         for (CLI::App* const each :
              {&form(importing, "pdb", "Put payloads on record from lines of JSON, all or none.",
                     importPayloads),
               &settingsForm(importing, "Put settings on record from lines of JSON, all or none.",
                             importSettings)}) {
-            each->add_option("FILE", options.file, "The lines; '-', or nothing, is standard input")
+            each->add_option("FILE", options.file, "The lines; by default, or for '-', standard input")
                 ->type_name("");
             each->add_flag("--replace", options.replace, "Replace what is on record already, as a whole");
         }
@@ -601,7 +600,7 @@ private:
             ->type_name("FILE");
         salvage.add_option("--to", options.to, "The new file")->type_name("FILE")->required();
         CLI::App& recover =
-            form(app, "recover", "Roll back what a killed program has left of a change.", veskdb::recover);
+            form(app, "recover", "Roll back the unfinished change of a killed program.", veskdb::recover);
         addDatabase(recover)->required();
         recover.add_option("--file", options.file, "Recover this copy of the database instead")
             ->type_name("FILE");
@@ -616,7 +615,7 @@ private:
         }
     }
 
-    /// Adds an option that takes several words; --value-from stands in for the last of three.
+    /// Adds an option that takes several words; --value-from replaces the last of three.
     void addTuple(CLI::App& to, char const* name, char const* words, std::string const& description,
                   std::function<void(Words const&)> take, bool repeatable = false)
     {
@@ -627,7 +626,7 @@ private:
         tuples[option] = {count, repeatable, std::move(take)};
     }
 
-    /// How many words after an option are its own, in whichever form it is an option.
+    /// How many words after an option belong to it, in any form that has this option.
     std::size_t wordsAfter(std::string const& option) const
     {
         for (auto const& form : forms) {
@@ -642,7 +641,7 @@ private:
         return 0;
     }
 
-    /// Takes the verb and the database that name a form off the words; options may stand before them.
+    /// Removes the verb and the database, which name a form, from the words; options may precede them.
     CLI::App& takePath(Words& words, Words& path)
     {
         CLI::App* at = &app;
@@ -678,7 +677,7 @@ private:
                            databaseNamed(word).title, HelpFormatter::synopses(above)));
     }
 
-    /// Takes the options that the parser would misread.
+    /// Takes the options that the parser would misread, and removes them from the words.
     void takeWordsOfOptions(CLI::App const& form, Words& words)
     {
         bool const valueFrom = std::any_of(words.begin(), words.end(), [](std::string const& word) {
@@ -723,7 +722,7 @@ private:
         refuse("too few words; see veskdb --help");
     }
 
-    /// What the parser has left over, and what it cannot know.
+    /// Refuses what the parser has left over, and mistakes that it does not know.
     void check(CLI::App const& form)
     {
         for (std::string const& word : form.remaining()) {

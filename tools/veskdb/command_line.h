@@ -10,14 +10,13 @@ namespace veskdb {
 struct Command
 {
     int (*run)(Options const& options) = nullptr; ///< returns the exit status; throws Refusal and Unreadable
-    void (*prepare)(Options const& options) =
-        nullptr; ///< comes before another root is entered; null: nothing does
+    void (*prepare)(Options const& options) = nullptr; ///< called before another root is entered; may be null
     Options options;
 };
 
-/// Reads and checks the command line. Prints the help or the version when that is what was asked for.
+/// Reads and checks the command line. Prints the help or the version if the user asks for it.
 ///
-/// @return the command; none when help or version was printed
+/// @return the command; none if help or version was printed
 /// @throws Refusal (kExitError)
 std::optional<Command> readCommandLine(int argc, char const* const* argv);
 

@@ -9,7 +9,7 @@ namespace veskdb {
 /// Asks on the terminal.
 ///
 /// @param question  what is about to happen, ending in a question mark
-/// @param given     whether the command line gave consent already; nothing is asked then
+/// @param given     whether the command line has given consent; nothing is asked then
 /// @throws Refusal (kExitNotFound: declined; kExitError: there is no terminal to ask on)
 void requireConsent(std::string const& question, bool given);
 

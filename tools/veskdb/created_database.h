@@ -1,4 +1,4 @@
-/// Databases as the record library creates them, in memory.
+/// Databases in memory, as the record library creates them.
 #ifndef TOOLS_VESKDB_CREATED_DATABASE_H
 #define TOOLS_VESKDB_CREATED_DATABASE_H
 
@@ -8,9 +8,9 @@ namespace veskdb {
 
 /// Creates a database in memory, by the same steps by which the library creates a file.
 ///
-/// @param store     receives the open database
+/// @param store     receives the open database; owns it
 /// @param version   1 to the database's newest
-/// @param pageSize  of its pages; 0: SQLite's own
+/// @param pageSize  in bytes; 0: SQLite's default
 /// @throws Refusal (kExitError)
 void createInMemory(VeskiDataStore& store, Database const& database, int version, int pageSize = 0);
 

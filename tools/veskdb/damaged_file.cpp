@@ -13,7 +13,7 @@ namespace veskdb {
 
 namespace {
 
-constexpr char magic[] = "SQLite format 3"; // and its terminator
+constexpr char magic[] = "SQLite format 3"; // followed by a zero byte
 constexpr std::size_t headerSize = 100;
 constexpr int instructionsBetweenLooks = 10000;
 constexpr int64_t mebibyte = 1 << 20;
@@ -39,7 +39,7 @@ struct Fresh
 {
     std::string image;
     std::set<std::size_t>
-        roots; ///< pages that tables and indexes begin on, from 1; the others are the schema's
+        roots; ///< first pages of tables and indexes, counted from 1; the other pages hold the schema
 };
 
 Fresh createFresh(Database const& database, std::size_t pageSize)
@@ -61,7 +61,7 @@ Fresh createFresh(Database const& database, std::size_t pageSize)
     return fresh;
 }
 
-/// How many of a fresh database's tables and indexes begin on the same page of an image.
+/// How many of a fresh database's tables and indexes have their first page at the same place of an image.
 std::size_t rootsIn(std::string const& image, Fresh const& fresh, std::size_t pageSize)
 {
     return static_cast<std::size_t>(
@@ -72,7 +72,7 @@ std::size_t rootsIn(std::string const& image, Fresh const& fresh, std::size_t pa
         }));
 }
 
-/// The size of an image's pages, of the damaged header's if that is possible, else the one that fits best.
+/// The size of an image's pages: the header's if it is possible, else the one that fits best.
 std::size_t pageSizeOf(std::string const& image, Database const& database)
 {
     if (image.size() >= headerSize && image.compare(0, sizeof magic, magic, sizeof magic) == 0) {
@@ -91,7 +91,7 @@ std::size_t pageSizeOf(std::string const& image, Database const& database)
     return best;
 }
 
-/// Whether a row can be one that was written: where bytes are lost, zeros take their place.
+/// Whether a row may have been written like this: lost bytes were read as zeros.
 bool isPlausible(Table const& table, Row const& row)
 {
     bool const hasKey = std::none_of(table.key.begin(), table.key.end(), [&](std::size_t column) {
@@ -119,7 +119,7 @@ std::string keyColumnsOf(Table const& table)
 
 } // namespace
 
-/// A query over a copy that may end in damage.
+/// A query of a damaged copy; damage may end it early.
 class DamagedFile::Rows
 {
 public:
@@ -128,7 +128,7 @@ public:
     Rows& operator=(Rows const&) = delete;
     ~Rows() { sqlite3_finalize(statement); }
 
-    /// Begins again, with a parameter.
+    /// Starts the query again, with a parameter.
     void restart(int64_t parameter)
     {
         sqlite3_reset(statement);
@@ -178,7 +178,7 @@ DamagedFile::DamagedFile(std::string bytes, Database const& expected)
     }
 }
 
-/// Opens the copy, its header's size of the file made right.
+/// Opens the copy, after correcting the number of pages in its header.
 void DamagedFile::open()
 {
     std::size_t const pageSize = pageSizeOf(image, database);
@@ -186,7 +186,7 @@ void DamagedFile::open()
     image.resize(pages * pageSize, '\0');
     image[18] = image[19] = 1; // no write-ahead log
     setNumber(image, 28, pages);
-    image.replace(92, 4, image, 24, 4); // the number of pages counts
+    image.replace(92, 4, image, 24, 4); // so that the number of pages is valid
     sqlite3* opened = nullptr;
     sqlite3_open(":memory:", &opened);
     connection.reset(opened);
@@ -206,7 +206,7 @@ void DamagedFile::open()
     end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
 }
 
-/// Whether the schema can be read and has any of the database's tables.
+/// Whether the schema can be read and has at least one of the database's tables.
 bool DamagedFile::hasOwnSchema() const
 {
     bool found = false;
@@ -220,8 +220,8 @@ bool DamagedFile::hasOwnSchema() const
     return found;
 }
 
-/// Puts the pages of a fresh database's schema in the place of the damaged ones: the library creates tables and indexes
-/// on the same pages in every file.
+/// Replaces the damaged pages of the schema by those of a fresh database: the library creates tables and indexes on the
+/// same pages in every file.
 void DamagedFile::overlaySchema()
 {
     std::size_t const pageSize = pageSizeOf(image, database);
@@ -275,10 +275,10 @@ bool DamagedFile::keep(Table const& table, int64_t rowid, Row const& row, Salvag
     return salvaged.rows.emplace(rowid, row).second;
 }
 
-/// Reads between the rows that were reached from both ends: behind a damaged page SQLite finds its way by the rowid.
+/// Reads between the rows that were reached from both ends: SQLite can seek a rowid behind a damaged page.
 void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
 {
-    constexpr int closeProbes = 20000; // more than a page has rows; then they spread
+    constexpr int closeProbes = 20000; // more than the rows of a page; after that the steps double
     auto const rows =
         query(fmt::format("SELECT rowid, {} FROM {} NOT INDEXED WHERE rowid >= ?1 ORDER BY rowid",
                           columnsOf(table), table.name));
@@ -297,7 +297,7 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
             return;
         }
         if (reachedKnown) {
-            // Goes on behind the rows that are known without a gap.
+            // Continues after the known rows that follow without a gap.
             auto known = salvaged.rows.find(last);
             for (; known != salvaged.rows.end() && known->first == last; ++known, ++last) {
             }
@@ -311,7 +311,7 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
     }
 }
 
-/// Reads the rows that a key's index names. Where it has all columns it stands in for the table.
+/// Reads the rows that the key's index lists. If the key has all columns, the index itself has the rows.
 void DamagedFile::readByKey(Table const& table, SalvagedTable& salvaged)
 {
     std::string const keys = keyColumnsOf(table);
@@ -347,7 +347,7 @@ void DamagedFile::readByKey(Table const& table, SalvagedTable& salvaged)
                 salvaged.lost.push_back(keyOf(table, row));
             }
         }
-        if (!entries->damaged()) { // the index is whole: it names every row
+        if (!entries->damaged()) { // the index is complete: it lists every row
             salvaged.damaged = !salvaged.lost.empty();
             return;
         }

@@ -20,20 +20,20 @@ struct SalvagedTable
 {
     std::map<int64_t, Row> rows;   ///< by rowid
     bool damaged = false;          ///< whether a part of the table could not be read
-    std::vector<std::string> lost; ///< keys of rows that are known only by their key
+    std::vector<std::string> lost; ///< keys of rows of which nothing else could be read
 };
 
-/// A private copy of a database file in memory, in which damage can be worked round. The file is only read.
+/// A private copy of a damaged database file, in memory.
 class DamagedFile
 {
 public:
-    /// Repairs in the copy what keeps SQLite from opening it: a size that is not the number of pages, and a schema
-    /// that is not the database's own.
+    /// Repairs in the copy what prevents SQLite from opening it: a wrong number of pages, and a schema that is not the
+    /// database's own.
     ///
     /// @param bytes  of the file
     DamagedFile(std::string bytes, Database const& database);
 
-    /// Reads all rows of a table that SQLite can reach: by rowid from both ends and round the damage, and by its key.
+    /// Reads all rows of a table that SQLite can reach: by rowid, from both ends and around the damage, and by its key.
     SalvagedTable read(Table const& table);
 
 private:

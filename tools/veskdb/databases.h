@@ -26,7 +26,7 @@ Database const& databaseNamed(std::string const& name);
 
 /// Paths of the live file, its folder, and the library's backup of it.
 ///
-/// @throws Refusal (kExitError) when the system cannot name the folder of all databases
+/// @throws Refusal (kExitError) if the system does not return the folder of all databases
 std::string pathOf(Database const& database);
 std::string folderOf(Database const& database);
 std::string backupPathOf(Database const& database);

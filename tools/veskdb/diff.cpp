@@ -15,7 +15,7 @@ namespace veskdb {
 
 namespace {
 
-/// The file that a path names: a folder is another root.
+/// The file to compare: a path of a folder is another root.
 std::string fileAt(std::string const& path, Database const& database)
 {
     auto const status = statusOf(path);
@@ -26,9 +26,9 @@ std::string fileAt(std::string const& path, Database const& database)
     return file;
 }
 
-/// How SQLite sorts values: nulls, numbers, texts, blobs.
+/// Compares values in SQLite's order: nulls, numbers, texts, blobs.
 ///
-/// @return below 0, 0 or above 0
+/// @return less than, equal to or greater than 0
 int compare(Value const& one, Value const& other)
 {
     auto const rank = [](Value const& value) {
@@ -56,7 +56,7 @@ int compare(Value const& one, Value const& other)
     return number(one) < number(other) ? -1 : number(one) > number(other) ? 1 : 0;
 }
 
-/// Prints differences as they are found: lines for people, or records.
+/// Collects differences and prints them: as lines, or as records in JSON.
 class Differences
 {
 public:
@@ -112,7 +112,7 @@ private:
     bool any = false;
 };
 
-/// Both cursors give rows by their key: equal keys meet.
+/// Merges the rows of both files, which come in the order of their keys.
 void compareTable(Table const& table, RecordReader const& one, RecordReader const& other,
                   Differences& differences)
 {

@@ -1,4 +1,4 @@
-/// The verb diff: what two files of a database differ in.
+/// The verb diff: how two files of a database differ.
 #ifndef TOOLS_VESKDB_DIFF_H
 #define TOOLS_VESKDB_DIFF_H
 
@@ -9,7 +9,7 @@ namespace veskdb {
 /// Prints each difference between two files of a database, or two roots that have one: by default its backup and its
 /// live file.
 ///
-/// @return kExitNotFound when they differ
+/// @return kExitNotFound if they differ
 /// @throws Refusal (kExitError), Unreadable
 int diff(Options const& options);
 

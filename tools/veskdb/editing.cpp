@@ -40,7 +40,7 @@ void addRelations(Change& change, Options const& options)
     }
 }
 
-/// The payloads on record that a payload is in conflict with, declared from either side, for a message.
+/// The payloads on record that a payload is in conflict with, whichever of the two declares it, for a message.
 std::string conflictsOnRecord(Change const& change, std::string const& payloadID)
 {
     std::string names;
@@ -83,7 +83,7 @@ int removeWhole(Options const& options)
     return kExitDone;
 }
 
-/// The payload itself need not be on record: its data may be what is left of it.
+/// The payload itself need not be on record: its data may be all that is left of it.
 int removeData(Options const& options)
 {
     std::string const what = dataName(options);

@@ -1,6 +1,6 @@
-/// The verbs that change records: add, set and remove. Each goes through one session of the record library and
-/// happens wholly or not at all: an error, or an interruption before the commit, rolls it back. They print
-/// nothing when done, so that no lost output can follow a change.
+/// The verbs that change records: add, set and remove. Each uses one session of the record library and is applied
+/// completely or not at all: an error, or an interruption before the commit, rolls it back. They print nothing when
+/// done, so that no output can be lost after a change.
 #ifndef TOOLS_VESKDB_EDITING_H
 #define TOOLS_VESKDB_EDITING_H
 
@@ -9,7 +9,7 @@
 namespace veskdb {
 
 /// @return the exit status
-/// @throws Refusal, Unreadable; the records are then as they were
+/// @throws Refusal, Unreadable; the records are unchanged then
 int addPayload(Options const& options);
 int setPayload(Options const& options);
 int setSetting(Options const& options);

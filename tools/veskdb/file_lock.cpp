@@ -57,7 +57,7 @@ FileLock::~FileLock()
 
 std::string FileLock::bytes() const
 {
-    constexpr int64_t partSize = 512; // of a page or of several: only what is unreadable becomes zeros
+    constexpr int64_t partSize = 512; // at most a page: only unreadable blocks become zeros
     sqlite3_int64 size = 0;
     file->pMethods->xFileSize(file, &size);
     std::string result(static_cast<std::size_t>(size), '\0');

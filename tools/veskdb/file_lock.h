@@ -12,18 +12,18 @@ struct sqlite3_file;
 
 namespace veskdb {
 
-/// SQLite's own lock on a database file, whatever the file holds: a damaged one has to be replaced, or read, as safely
+/// SQLite's own lock on a database file, whatever the file contains: a damaged one must be replaced, or read, as safely
 /// as a sound one.
 class FileLock
 {
 public:
     enum class Kind
     {
-        kShared,   ///< no process writes meanwhile
-        kExclusive ///< no process reads or writes meanwhile
+        kShared,   ///< no process writes during its lifetime
+        kExclusive ///< no process reads or writes during its lifetime
     };
 
-    /// Waits for other programs' locks for as long as the record library does.
+    /// Waits for other programs' locks as long as the record library does.
     ///
     /// @throws Refusal (kExitError)
     FileLock(std::string const& path, Kind kind);
@@ -31,7 +31,7 @@ public:
     FileLock& operator=(FileLock const&) = delete;
     ~FileLock();
 
-    /// Reads the whole file. What the disk cannot give is filled with zeros.
+    /// Reads the whole file. Blocks that the disk cannot read become zeros.
     std::string bytes() const;
 
 private:

@@ -1,4 +1,4 @@
-/// What the system reports about a file.
+/// The status of files.
 #ifndef TOOLS_VESKDB_FILE_STATUS_H
 #define TOOLS_VESKDB_FILE_STATUS_H
 
@@ -10,8 +10,8 @@ namespace veskdb {
 
 /// Examines a path, following links.
 ///
-/// @return nothing when the path does not exist
-/// @throws Refusal (kExitError) when this user may not examine it
+/// @return nothing if the path does not exist
+/// @throws Refusal (kExitError) if this user may not examine it
 std::optional<struct stat> statusOf(std::string const& path);
 
 /// Owner and group as "0:80", and the permission bits as "0644".

@@ -8,7 +8,7 @@ namespace veskdb {
 
 /// Prints database, table, key and column of each value that contains a text, in the databases named, or all.
 ///
-/// @return kExitNotFound when there is none
+/// @return kExitNotFound if there is none
 /// @throws Refusal (kExitError: output was lost), Unreadable
 int findText(Options const& options);
 

@@ -13,10 +13,11 @@ struct ForeignFiles
     std::string first; ///< path of one of them
 };
 
-/// Counts what is not root's below the folder of all databases, except in the folders that every user may write.
-/// Follows no link and enters no other file system. What this user may not look at is left out.
+/// Counts the files and folders below the folder of all databases that root does not own, except in the folders that
+/// every user may write to. Follows no link and enters no other file system. Folders that this user may not read are
+/// left out.
 ///
-/// @throws Refusal (kExitError) when the system cannot name the folder of all databases
+/// @throws Refusal (kExitError) if the system does not return the folder of all databases
 ForeignFiles foreignFiles();
 
 } // namespace veskdb

@@ -40,7 +40,7 @@ struct Graph
 
 char const notOnRecord[] = "not on record";
 
-/// A text that a picture can show: printable UTF-8.
+/// A value as a picture can show it: printable UTF-8.
 std::string shown(Value const& value)
 {
     std::string const text = textOf(value);
@@ -78,7 +78,7 @@ Graph readGraph(RecordReader const& reader)
     return graph;
 }
 
-/// Keeps what relations lead to from one payload, in either direction.
+/// Keeps the payloads that relations, in either direction, connect with one payload.
 void keepNear(Graph& graph, std::string const& payloadID, std::optional<int32_t> depth)
 {
     std::multimap<std::string, std::string> neighbours;
@@ -135,7 +135,7 @@ char const* colourOf(Box const& box)
                                           : "#f4c7c3";
 }
 
-/// The numbers by which a text names the boxes.
+/// The numbers that name the boxes in the output.
 std::map<std::string, std::size_t> numbersOf(Graph const& graph)
 {
     std::map<std::string, std::size_t> numbers;

@@ -6,12 +6,12 @@
 
 namespace veskdb {
 
-/// Starts what a picture needs from the machine's own root. Call it before another root is entered.
+/// Starts Graphviz, if it is needed, in the machine's own root. Call it before another root is entered.
 ///
 /// @throws Refusal (kExitError: Graphviz is missing)
 void prepareGraph(Options const& options);
 
-/// Prints payloads as boxes and their relations as arrows: all, or those that relations lead to from one payload.
+/// Prints payloads as boxes and their relations as arrows: all, or those that relations connect with one payload.
 ///
 /// @return the exit status
 /// @throws Refusal (kExitNotFound: there is no such payload; kExitError: output was lost, or Graphviz failed),

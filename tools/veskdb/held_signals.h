@@ -18,10 +18,10 @@ public:
 
     bool anyIsPending() const;
 
-    /// The last moment to give up. Prints a message first: a pending signal ends the process before the refusal
+    /// Refuses to go on if a signal is pending. Prints a message first: the signal ends the process before the refusal
     /// could be reported.
     ///
-    /// @throws Refusal (kExitError) when a signal is pending
+    /// @throws Refusal (kExitError) if a signal is pending
     void requireNone() const;
 
     /// From here on ignores these signals: the change is made.

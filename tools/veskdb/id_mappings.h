@@ -1,5 +1,5 @@
-/// Whether this process sees the real users and groups of files: in a user namespace that maps only some of them, all
-/// others look alike.
+/// Whether this process can see the real users and groups of files: a user namespace shows all those that it does not
+/// map as one.
 #ifndef TOOLS_VESKDB_ID_MAPPINGS_H
 #define TOOLS_VESKDB_ID_MAPPINGS_H
 
@@ -7,7 +7,7 @@
 
 namespace veskdb {
 
-/// Reads what the namespace maps. Call it in the machine's own root; until then everything counts as visible.
+/// Reads the namespace's mappings. Call it in the machine's own root; until then all users and groups count as visible.
 void readIdMappings();
 
 bool isUserVisible(uid_t user);

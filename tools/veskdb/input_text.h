@@ -1,4 +1,4 @@
-/// Texts of any size from a file or from standard input.
+/// Reads texts of any size from a file or from standard input.
 #ifndef TOOLS_VESKDB_INPUT_TEXT_H
 #define TOOLS_VESKDB_INPUT_TEXT_H
 

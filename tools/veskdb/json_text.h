@@ -1,4 +1,4 @@
-/// Values as JSON writes them.
+/// Values in JSON.
 #ifndef TOOLS_VESKDB_JSON_TEXT_H
 #define TOOLS_VESKDB_JSON_TEXT_H
 
@@ -6,12 +6,12 @@
 
 namespace veskdb {
 
-/// A text between quotes. Bytes that are no UTF-8 become U+FFFD.
+/// A text between quotes. Bytes that are not UTF-8 become U+FFFD.
 std::string jsonText(std::string const& text);
 
-/// Appends a text of printable ASCII alone, between quotes.
+/// Appends a text between quotes if it is printable ASCII that needs no escapes.
 ///
-/// @return false when the text is another, and nothing was appended
+/// @return false for any other text; nothing was appended
 bool appendPlain(std::string& result, std::string const& text);
 
 std::string jsonNumber(double number);

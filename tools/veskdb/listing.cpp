@@ -27,8 +27,8 @@ std::vector<Column> columnsNamed(std::vector<std::string> const& names)
 
 /// Reads one section into a presentation.
 ///
-/// @param rest  of the query after FROM
-/// @return how many records it has
+/// @param rest  of the query, after FROM
+/// @return the number of records
 std::size_t read(RecordReader const& reader, Presenter& presenter, Section const& section,
                  std::string const& rest, std::vector<std::string> const& parameters = {})
 {
@@ -50,7 +50,7 @@ std::size_t read(RecordReader const& reader, Presenter& presenter, Section const
     throw Refusal(kExitNotFound, fmt::format("{}: {}", what, describeStatus(kVeskNotFound)));
 }
 
-/// Rows of each table, except those that the schema itself fills. A virtual table would run code.
+/// Numbers of rows of each table, except of those that the schema fills and of virtual tables, which would run code.
 Counts rowCounts(RecordReader const& reader, Schema const& schema)
 {
     constexpr std::string_view create = "CREATE TABLE ";

@@ -19,10 +19,10 @@ int listActions(Options const& options);
 int showPayload(Options const& options);
 int showCatalogue(Options const& options);
 
-/// Every database's files, whether or not they exist and can be read.
+/// Describes every database's files, even if they do not exist or cannot be read.
 int showDatabases(Options const& options);
 
-/// The payloads on record that are recorded as upgraded by this one: removing it removes them.
+/// The payloads on record that this one has upgraded: removing it removes them.
 std::vector<std::string> originalsUpgradedBy(RecordReader const& reader, std::string const& payloadID);
 
 /// @throws Refusal (kExitNotFound) unless the payload is on record

@@ -15,7 +15,7 @@ int main(int argc, char** argv)
 {
     common::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like any other,
-    std::signal(SIGXFSZ, SIG_IGN); // and so is a file that may not grow
+    std::signal(SIGXFSZ, SIG_IGN); // and so is the limit on file sizes
     try {
         auto const command = readCommandLine(argc, argv);
         if (!command) {

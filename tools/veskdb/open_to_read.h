@@ -18,14 +18,14 @@ using Tables = std::vector<std::string>;
 /// @throws Refusal (kExitNotFound: there is no such file), Unreadable
 std::unique_ptr<RecordReader> openToRead(Database const& database, Tables const& tables);
 
-/// Opens a file to read tables of a database. They have to be as the library creates them: a crafted one could make
-/// a query run without end.
+/// Opens a file to read tables of a database. They must be as the library creates them: a crafted table could make a
+/// query run forever.
 ///
 /// @throws Unreadable
 std::unique_ptr<RecordReader> openToRead(std::string const& path, Database const& database,
                                          Tables const& tables);
 
-/// Refuses when a database is gone and its backup is there: a new, empty one would take its place.
+/// Refuses if a database is missing but its backup exists: otherwise a new, empty database would be created.
 ///
 /// @throws Refusal (kExitError) with the command that restores it
 void requireNotLost(Database const& database);

@@ -1,4 +1,4 @@
-/// What a user asks of veskdb: a command line that was read and checked. No file has been looked at.
+/// A command line that was read and checked. No file has been examined.
 #ifndef TOOLS_VESKDB_OPTIONS_H
 #define TOOLS_VESKDB_OPTIONS_H
 
@@ -11,7 +11,7 @@
 
 namespace veskdb {
 
-/// Where a value of a payload is kept.
+/// The address of a value of a payload.
 struct DataAddress
 {
     int32_t domain;
@@ -46,7 +46,7 @@ struct Options
     std::vector<std::string> files; ///< to compare, or roots
     std::string text;               ///< to find
     std::string format = "dot";     ///< of a graph: dot, mermaid or svg
-    std::optional<int32_t> depth;   ///< how many relations a graph goes from its payload
+    std::optional<int32_t> depth;   ///< at most this many relations away from the payload
     bool yes = false;
     std::optional<std::string> to;        ///< absolute when a root is given
     std::optional<std::string> from;      ///< absolute when a root is given

@@ -6,12 +6,12 @@
 
 namespace veskdb {
 
-/// A command line of this program, to be run outside the root that it works in now, on that root.
+/// A command line of this program that works on the present root, to be run outside it.
 ///
-/// @param words  verb and what follows
+/// @param words  the verb and the words after it
 std::string ownCommand(std::string const& words);
 
-/// A word of such a command, between single quotes: a path as it is inside the root.
+/// A word of such a command, in single quotes; a path is one inside the root.
 std::string quotedWord(std::string const& word);
 
 } // namespace veskdb

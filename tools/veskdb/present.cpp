@@ -53,7 +53,7 @@ std::string jsonOf(Value const& value, std::size_t indent)
     return std::holds_alternative<Null>(value) ? "null" : textOf(value);
 }
 
-/// How many columns of a terminal a text takes, taking it for UTF-8.
+/// How many columns of a terminal a text takes, if it is UTF-8.
 std::size_t widthOf(std::string const& text)
 {
     return static_cast<std::size_t>(
@@ -159,7 +159,7 @@ void Presenter::addText(Row const& row)
     }
 }
 
-/// Aligns the lines of a table. One without records is not shown.
+/// Aligns the lines of a table. A table without records is not shown.
 void Presenter::endTable()
 {
     std::vector<std::size_t> widths(lines.empty() ? 0 : lines[0].size(), 0);

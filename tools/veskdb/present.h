@@ -1,4 +1,4 @@
-/// Records as people and programs want to see them.
+/// Prints records for people or programs.
 #ifndef TOOLS_VESKDB_PRESENT_H
 #define TOOLS_VESKDB_PRESENT_H
 
@@ -6,17 +6,18 @@
 
 namespace veskdb {
 
-/// Puts records into words: as one JSON document with the schema's column names, else as a table with headings on a
-/// terminal, and elsewhere a record per line, without headings and after the section's name.
+/// Formats records: as one JSON document with the schema's column names, or as tables with headings on a terminal, or
+/// as a line for each record, which begins with the section's name.
 ///
-/// Texts are escaped for people, nulls are "\N". In JSON, bytes that are no UTF-8 become U+FFFD, and the record has an
-/// object "hex" with those values byte by byte. Nothing is written before print: output that is lost changes nothing.
+/// Outside JSON, texts are escaped, and nulls are "\N". In JSON, bytes that are not UTF-8 become U+FFFD, and the record
+/// has an object "hex" with those values byte by byte. Nothing is written before print, so losing the output changes
+/// nothing.
 class Presenter
 {
 public:
     explicit Presenter(bool json);
 
-    /// Ends the section before.
+    /// Ends the previous section and begins the next.
     void begin(Section const& section);
 
     /// Adds a record to the section.
@@ -24,7 +25,7 @@ public:
 
     /// Ends the last section and writes everything to standard output.
     ///
-    /// @throws Refusal (kExitError) when output is lost
+    /// @throws Refusal (kExitError) if output is lost
     void print();
 
 private:
@@ -51,7 +52,7 @@ private:
 
 /// Writes a text to standard output.
 ///
-/// @throws Refusal (kExitError) when output is lost
+/// @throws Refusal (kExitError) if output is lost
 void print(std::string const& text);
 
 } // namespace veskdb

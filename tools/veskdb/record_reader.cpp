@@ -34,7 +34,7 @@ int64_t bytesOf(Value const& value)
     return static_cast<int64_t>(sizeof value + (text != nullptr ? text->size() : 0));
 }
 
-/// Bounds what SQLite allocates in this process; 0: nothing is bounded.
+/// Limits what SQLite allocates in this process; 0: no limit.
 void limitHeap(int64_t bytes)
 {
 #if SQLITE_VERSION_NUMBER >= 3031000
@@ -44,7 +44,7 @@ void limitHeap(int64_t bytes)
 #endif
 }
 
-/// The command that rolls back what a killed program left of a change.
+/// The command that rolls back the unfinished change of a killed program.
 std::string recovery(std::string const& path)
 {
     for (Database const& database : databases) {
@@ -129,7 +129,8 @@ RecordReader::~RecordReader()
     limitHeap(0);
 }
 
-/// Bounds what the file can make SQLite do. A clock alone does not: SQLite looks at it only between instructions.
+/// Limits what the file can make SQLite do. A clock alone is not enough: SQLite checks it only between VDBE
+/// instructions.
 void RecordReader::limit(int64_t heapPerByte)
 {
     sqlite3* const connection = database.get();

@@ -1,5 +1,5 @@
-/// Reads a database file with SQLite alone. A session of the record library would create, upgrade, re-mode and
-/// back up; this leaves every byte, mode and date as it is, and works for every user who may read the file.
+/// Reads a database file with SQLite alone. Unlike a session of the record library, it creates, upgrades and backs up
+/// nothing, leaves every byte, mode and date unchanged, and works for every user who may read the file.
 #ifndef TOOLS_VESKDB_RECORD_READER_H
 #define TOOLS_VESKDB_RECORD_READER_H
 
@@ -26,18 +26,18 @@ public:
     {
     }
 
-    std::string nextStep; ///< what to do; empty when the file is damaged
+    std::string nextStep; ///< what to do; empty if the file is damaged
 };
 
-/// Refuses a file that the record library would not open either, as the super-user.
+/// Refuses a file that the record library, run by the super-user, would not open either.
 ///
 /// @throws Unreadable
 void requireSafe(std::string const& path);
 
-/// Whether the file's header says that changes are kept in a log next to it.
+/// Whether the file's header marks it as in write-ahead mode.
 bool isInWriteAheadMode(std::string const& path);
 
-/// Whether a journal holds nothing to roll back.
+/// Whether a journal is a file that has nothing to roll back.
 bool isStaleJournal(std::string const& journal);
 
 class RecordReader;
@@ -46,13 +46,13 @@ class RecordReader;
 class Cursor
 {
 public:
-    /// Goes on to the next row.
+    /// Moves to the next row.
     ///
     /// @return false at the end
     /// @throws Unreadable
     bool next();
 
-    /// The row that next has read; it changes with the next one.
+    /// The row that next has read; valid until next is called again.
     Row const& row() const { return values; }
 
 private:
@@ -68,21 +68,21 @@ private:
     Row values;
 };
 
-/// One read transaction: all rows are of the same moment, and no process changes the file while this lives.
+/// One read transaction: no process changes the file during its lifetime, so all rows belong together.
 ///
-/// What is read is bounded, because anything may have written the file: a query ends after ten seconds and a second
-/// for each 10 MiB of the file, SQLite takes at most 192 MiB and some times the file's size, and rows take at most
-/// 32 MiB and eight times the file's size. No view is read, and nothing in a schema can call a function that takes arguments.
+/// The file may be crafted, so reading is limited: a query ends after ten seconds and a second for each 10 MiB of the
+/// file, SQLite takes at most 192 MiB and some times the file's size, and rows take at most 32 MiB and eight times the
+/// file's size. No view is read, and nothing in a schema can call a function that takes arguments.
 class RecordReader
 {
 public:
-    /// Waits for a lock for as long as the record library does.
+    /// Waits for a lock as long as the record library does.
     ///
-    /// Refuses a file in write-ahead mode, or with such a log next to it, because SQLite creates files to read
-    /// one, and a file next to which a change has left its journal.
+    /// Refuses a file in write-ahead mode or with such a log next to it, because SQLite would create files to read it,
+    /// and a file with the journal of an interrupted change.
     ///
-    /// @param heapPerByte  how many bytes SQLite may take for each byte of the file, besides 192 MiB: a value that is
-    ///                     as large as the file takes some copies
+    /// @param heapPerByte  how many bytes SQLite may take for each byte of the file, in addition to 192 MiB: it copies
+    ///                     a value, which may be as large as the file, several times
     /// @throws Unreadable
     explicit RecordReader(std::string const& path, int64_t heapPerByte = 4);
     RecordReader(RecordReader const&) = delete;
@@ -100,12 +100,13 @@ public:
     /// @throws Unreadable
     Cursor query(std::string const& query, std::vector<std::string> const& parameters = {}) const;
 
-    /// Bytes of the file.
+    /// The file's size in bytes.
     int64_t size() const { return fileSize; }
 
-    /// Reads bytes of the file through SQLite: any other descriptor of it, once closed, would drop the lock.
+    /// Reads bytes of the file through SQLite: closing any other descriptor of it would release the lock.
     ///
-    /// @param offset  with the size within the file
+    /// @param size    in bytes
+    /// @param offset  in bytes; the range must be inside the file
     /// @return whether they were read
     bool readBytes(char* buffer, int size, int64_t offset) const;
 

@@ -1,4 +1,4 @@
-/// Records on their way from a database to the output.
+/// Records that are read from a database and printed.
 #ifndef TOOLS_VESKDB_RECORDS_H
 #define TOOLS_VESKDB_RECORDS_H
 
@@ -14,21 +14,21 @@ namespace veskdb {
 using Null = std::nullptr_t;
 using Counts = std::vector<std::pair<std::string, int64_t>>; ///< how many of each name
 
-/// Bytes that SQLite does not take for a text. None of the databases has any, unless another program wrote them.
+/// Bytes that SQLite does not treat as text. The databases have none, unless another program wrote them.
 struct Blob
 {
     std::string bytes;
 };
 
-/// What SQLite holds in a column, a text of any bytes; or a fact about a file.
+/// A value of a column, or a fact about a file. A text may have any bytes.
 using Value = std::variant<Null, bool, int64_t, double, std::string, Blob, Counts>;
 using Row = std::vector<Value>;
 
 enum class ValueKind
 {
     kPlain,
-    kTime, ///< seconds since 1970-01-01 UTC, as a number or its digits; ISO 8601 for people
-    kState ///< a PdbInstallState; in words for people
+    kTime, ///< seconds since 1970-01-01 UTC, as a number or its digits; printed in ISO 8601, except in JSON
+    kState ///< a PdbInstallState; printed as a word, except in JSON
 };
 
 /// The kind of a column of any of the databases, by its name.
@@ -37,15 +37,15 @@ ValueKind kindOf(std::string const& column);
 struct Column
 {
     std::string name;    ///< the schema's
-    std::string heading; ///< for people; empty: not shown to them
+    std::string heading; ///< in tables; empty: the column is printed only in JSON
     ValueKind kind = ValueKind::kPlain;
 };
 
 /// Records of one kind.
 struct Section
 {
-    std::string name; ///< empty: the only section; a JSON array then, not an object of sections
-    bool single;      ///< at most one record, shown with a column per line
+    std::string name; ///< empty: the only section; in JSON an array then, not an object of sections
+    bool single;      ///< has at most one record, printed with a column per line
     std::vector<Column> columns;
 };
 

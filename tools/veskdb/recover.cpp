@@ -94,11 +94,11 @@ int recover(Options const& options)
         Recovery recovery(path);
         if (isInWriteAheadMode(path)) {
             recovery.run(
-                "PRAGMA locking_mode = EXCLUSIVE"); // the log is read without memory that others can change
+                "PRAGMA locking_mode = EXCLUSIVE"); // reads the log without memory shared with other processes
         }
         recovery.run("SELECT count(*) FROM sqlite_master; PRAGMA journal_mode = DELETE");
         recovery.run("BEGIN EXCLUSIVE");
-        // No process is writing: what is left holds nothing.
+        // No process is writing, so an empty journal or log is stale.
         std::string const journal = path + "-journal";
         if (isStaleJournal(journal)) {
             unlink(journal.c_str());

@@ -1,4 +1,4 @@
-/// The verb recover: rolls back what a killed program has left of a change.
+/// The verb recover: rolls back the unfinished change of a killed program.
 #ifndef TOOLS_VESKDB_RECOVER_H
 #define TOOLS_VESKDB_RECOVER_H
 
@@ -6,10 +6,10 @@
 
 namespace veskdb {
 
-/// Opens a database for writing, as any program does that writes to it: SQLite then rolls an interrupted change back. A
+/// Opens a database for writing, as any program that writes to it does: SQLite then rolls back an interrupted change. A
 /// write-ahead log is written to the file, which leaves that mode. A stale journal is removed.
 ///
-/// @return kExitNotFound when the database is not sound afterwards
+/// @return kExitNotFound if the database is not sound afterwards
 /// @throws Refusal, Unreadable; nothing is lost then
 int recover(Options const& options);
 

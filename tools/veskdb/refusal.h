@@ -1,4 +1,4 @@
-/// How a command ends when it cannot do what it was given to do.
+/// How a command ends that cannot be carried out.
 #ifndef TOOLS_VESKDB_REFUSAL_H
 #define TOOLS_VESKDB_REFUSAL_H
 

@@ -1,4 +1,4 @@
-/// The types of relations between payloads, by the words of the command line.
+/// The types of relations between payloads, as words of the command line.
 #ifndef TOOLS_VESKDB_RELATION_TYPES_H
 #define TOOLS_VESKDB_RELATION_TYPES_H
 
@@ -8,7 +8,7 @@
 
 namespace veskdb {
 
-/// Each at the number of its PdbDependencyType.
+/// The index of each is its PdbDependencyType.
 extern std::array<char const*, 8> const relationTypes;
 
 /// @throws Refusal (kExitError) that names the types

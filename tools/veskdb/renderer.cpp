@@ -85,7 +85,7 @@ std::string Renderer::draw(std::string const& graph)
     bool const ended = waitpid(child, &status, 0) == child;
     child = -1;
     if (error != 0 || count < 0 || !ended || status != 0) {
-        throw Refusal(kExitError, "dot failed; its own message stands above");
+        throw Refusal(kExitError, "dot failed; see its own message above");
     }
     return picture;
 }

@@ -7,11 +7,11 @@
 
 namespace veskdb {
 
-/// A dot that waits for its graph. It is started in the machine's own root and works on there.
+/// A process of dot that waits for its graph. It is started, and stays, in the machine's own root.
 class Renderer
 {
 public:
-    /// @throws Refusal (kExitError) that names the package when the program is missing
+    /// @throws Refusal (kExitError); if the program is missing, it names the package
     Renderer();
     Renderer(Renderer const&) = delete;
     Renderer& operator=(Renderer const&) = delete;

@@ -63,7 +63,7 @@ bool copyBytes(int from, int to)
     }
 }
 
-/// Calls a body with the name of each entry of a folder that follows a target's name.
+/// Calls a body for each entry of a target's folder whose name begins with the target's name and a dot.
 void forEachNextTo(std::string const& target,
                    std::function<void(int folder, std::string const& name)> const& body)
 {
@@ -113,7 +113,7 @@ Replacement::Replacement(std::string const& targetPath)
         name = randomName(base);
         file = openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
         require(file >= 0 || errno == EEXIST, folderPart(target), "no file can be created there");
-        // Another process may have taken it for a leftover before it was locked.
+        // Before it was locked, another process may have removed it as a leftover.
     } while (file < 0 || flock(file, LOCK_EX | LOCK_NB) != 0 || fstat(file, &status) != 0 ||
              status.st_nlink != 1);
 }

@@ -1,4 +1,4 @@
-/// A new file that takes another one's place atomically, and what a killed program leaves of one.
+/// A new file that replaces another atomically, and temporary files that killed programs have left.
 #ifndef TOOLS_VESKDB_REPLACEMENT_H
 #define TOOLS_VESKDB_REPLACEMENT_H
 
@@ -13,14 +13,14 @@ namespace veskdb {
 
 class RecordReader;
 
-/// A new file in a target's folder, "TARGET.veskdb-XXXXXX", mode 0600 and locked, so that no other process takes it for
-/// a leftover. Removed with the object unless it has replaced the target.
+/// A new file in a target's folder, "TARGET.veskdb-XXXXXX", mode 0600 and locked, so that no other process removes it
+/// as a leftover. It is removed with the object unless it has replaced the target.
 ///
-/// Names are looked up below a descriptor of the folder, and links are never followed: other users may write there.
+/// Names are looked up below a descriptor of the folder, and links are never followed: other users may write to it.
 class Replacement
 {
 public:
-    /// @throws Refusal (kExitError) when the folder takes no file
+    /// @throws Refusal (kExitError) if no file can be created in the folder
     explicit Replacement(std::string const& targetPath);
     Replacement(Replacement const&) = delete;
     Replacement& operator=(Replacement const&) = delete;
@@ -36,10 +36,10 @@ public:
     /// @throws Refusal (kExitError)
     void write(std::string_view bytes) const;
 
-    /// For a file that is read by its name.
+    /// The path of the new file.
     std::string path() const;
 
-    /// Gives the file a mode and, as far as this user may, an owner.
+    /// Sets the file's mode and, as far as this user may, its owner.
     void setAccess(uid_t owner, gid_t group, mode_t mode) const;
 
     /// Syncs the file and lets it take the target's place. The file that it replaces is kept next to it, under its name
@@ -47,7 +47,7 @@ public:
     /// it is empty; nothing is overwritten.
     ///
     /// @return the path under which the file before is kept; empty when there was none
-    /// @throws Refusal (kExitError); the target is then as it was
+    /// @throws Refusal (kExitError); the target is unchanged then
     std::string replaceTarget();
 
 private:
@@ -58,7 +58,8 @@ private:
     platform::Descriptor const folder;
     std::string name;
     int file = -1;
-    int kept = -1; ///< the file before, open until the end: closing it drops this process's locks on it
+    int kept =
+        -1; ///< the previous file, open until the end: closing it would release this process's locks on it
     bool published = false;
 };
 
@@ -69,7 +70,7 @@ struct Leftovers
     int64_t bytes = 0;
 };
 
-/// What killed programs have left of replacements of a target: those that no process has locked.
+/// Temporary files that killed programs have left: those of a target that no process has locked.
 Leftovers temporaryFilesOf(std::string const& target);
 
 /// The dated copies of a target.

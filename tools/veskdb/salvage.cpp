@@ -38,15 +38,15 @@ struct StatementCloser
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
-/// The rows that say which version a file is at; the new one has its own.
+/// Whether a row has the version of a file; the new file has its own.
 bool isVersionRow(Table const& table, Row const& row)
 {
     return table.name == "pcd_meta" && asText(row[0]).compare(0, 6, "schema") == 0;
 }
 
-/// Puts the rows that were read into a new database, under its schema's rules.
+/// Puts the rows that were read into a new database, whose schema may refuse some.
 ///
-/// @return how many it took
+/// @return how many were accepted
 std::size_t insert(VeskiDataStore& store, Table const& table, SalvagedTable const& salvaged,
                    std::vector<Lost>& lost)
 {

@@ -6,10 +6,10 @@
 
 namespace veskdb {
 
-/// Reads a damaged file as far as it can be read, and writes what it holds to a new, sound database. Prints how many
-/// rows of each table were read, and what was lost.
+/// Reads what can be read of a damaged file and writes it to a new, sound database. Prints how many rows of each table
+/// were read, and what was lost.
 ///
-/// @return kExitNotFound when anything was lost
+/// @return kExitNotFound if anything was lost
 /// @throws Refusal; no file is written then
 int salvage(Options const& options);
 

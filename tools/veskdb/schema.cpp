@@ -79,7 +79,7 @@ std::vector<Table> const& tablesOf(Database const& database)
                 tables.push_back({list[0], {}, {}});
             }
             Table& table = tables.back();
-            if (std::string(list[2]) != "0") { // the columns of each key come in the key's order
+            if (std::string(list[2]) != "0") { // all keys have their columns in the order of the table
                 table.key.push_back(table.columns.size());
             }
             table.columns.emplace_back(list[1]);

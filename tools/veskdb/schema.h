@@ -1,4 +1,4 @@
-/// Schemas: what a database file consists of, and what the record library creates.
+/// The schemas of database files, and those that the record library creates.
 #ifndef TOOLS_VESKDB_SCHEMA_H
 #define TOOLS_VESKDB_SCHEMA_H
 
@@ -21,7 +21,7 @@ struct SchemaObject
 /// In the order of creation.
 using Schema = std::vector<SchemaObject>;
 
-/// @return null when the schema has no such object
+/// @return null if the schema has no such object
 SchemaObject const* find(Schema const& schema, std::string const& type, std::string const& name);
 
 /// The schema of a file.
@@ -29,7 +29,7 @@ SchemaObject const* find(Schema const& schema, std::string const& type, std::str
 /// @throws Unreadable
 Schema schemaOf(RecordReader const& reader);
 
-/// The schema of a database that the record library has just created at a version.
+/// The schema that the record library creates for a version of a database.
 ///
 /// @param version  1 to the database's newest
 /// @return lives as long as the process
@@ -40,18 +40,18 @@ struct Table
 {
     std::string name;
     std::vector<std::string> columns;
-    std::vector<std::size_t> key; ///< the columns that name a row; all in a table without a key
+    std::vector<std::size_t> key; ///< the columns that identify a row; all if the table has no key
 };
 
-/// A database's tables, in the order of creation, which no row contradicts: what a row names comes first.
+/// A database's tables, in the order of creation: the rows that a row names are in an earlier table.
 ///
 /// @return lives as long as the process
 std::vector<Table> const& tablesOf(Database const& database);
 
-/// The key of a row that has all columns, as people read it; several columns are joined by "/".
+/// The key of a row that has all columns, escaped; several columns are joined by "/".
 std::string keyOf(Table const& table, Row const& row);
 
-/// A query for all columns of all rows of a table, by its key.
+/// A query for all columns of all rows of a table, in the order of its key.
 std::string selectAll(Table const& table);
 
 /// The names of a schema's tables.

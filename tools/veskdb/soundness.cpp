@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// Each step relies on those before: nothing of the schema is evaluated before it was compared.
+    /// Each step relies on the previous ones: nothing in the schema is evaluated before it was compared.
     void run()
     {
         checkKind();
@@ -41,7 +41,7 @@ public:
         }
     }
 
-    /// A file is the database whose tables it has; of several, the one with the most.
+    /// A file is the database whose tables it has; if it has those of several, the one with the most tables.
     void checkKind()
     {
         std::vector<std::string> const missing = tablesMissingOf(database);
@@ -75,7 +75,7 @@ private:
         return missing;
     }
 
-    /// A version row's number, a row that is missing or no number being a finding.
+    /// The number in a version row. A row that is missing or is not a number is a finding.
     std::optional<int64_t> versionIn(char const* key)
     {
         auto const rows = reader.rows("SELECT value FROM pcd_meta WHERE key = ?1", {key});

@@ -19,13 +19,14 @@ struct Fault
 /// What was found in a file.
 struct Findings
 {
-    std::vector<Fault> faults; ///< the file is damaged, or is not the database: it must replace no other file
+    std::vector<Fault>
+        faults; ///< the file is damaged, or is not the database: it must not replace another file
     std::vector<Fault> contentFaults; ///< rows that the record library does not write; the file can be used
     std::vector<std::string> notes;   ///< legal, but worth knowing
 };
 
-/// Reads a database file through: which database it is, its schema and version, its size, pages and indexes, its rows.
-/// Reports whatever the file holds, throws only std::bad_alloc.
+/// Checks a database file: which database it is, its schema, version, size, pages, indexes and rows. Every problem is a
+/// finding; throws only std::bad_alloc.
 Findings examine(std::string const& path, Database const& database);
 
 /// Whether a file can be read as this database, which need not be sound.

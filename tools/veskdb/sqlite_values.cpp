@@ -30,7 +30,7 @@ void readValue(sqlite3_stmt* statement, int column, Value& value)
         auto const size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
         std::string_view const text(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0);
         if (auto* const held = std::get_if<std::string>(&value)) {
-            *held = text; // in the memory of the row before
+            *held = text; // reuses the memory of the previous row
         } else {
             value = std::string(text);
         }

@@ -8,10 +8,10 @@ struct sqlite3_stmt;
 
 namespace veskdb {
 
-/// Reads a column of a statement's row; a text takes the memory that the value has for one.
+/// Reads a column of a statement's row. A text reuses the memory of a text that the value already has.
 void readValue(sqlite3_stmt* statement, int column, Value& value);
 
-/// Binds a value, which the statement needs until it is reset.
+/// Binds a value, which must stay unchanged until the statement is reset.
 ///
 /// @param index  of the parameter, from 1
 /// @return an SQLite result code

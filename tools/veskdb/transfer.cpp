@@ -27,20 +27,22 @@ using Json = nlohmann::json;
 
 // Export
 
-/// Appends values of one record to a line.
+/// Appends the values of one record to a line.
 class RecordWriter
 {
 public:
-    /// @param kind  how messages name the record, before its name
+    /// @param kind  of the record, for messages
+    /// @param name  of the record, for messages; must outlive this object
     RecordWriter(std::string& line, char const* kind, Value const& name)
         : output(line), recordKind(kind), recordName(name)
     {
     }
 
-    /// Appends a text; bytes that are no UTF-8 as {"hex":"FF"}.
+    /// Appends a text; bytes that are not UTF-8 as {"hex":"FF"}. Refuses what the record library's functions could not
+    /// write.
     ///
-    /// @param before  what comes before it
-    /// @param column  for the refusal of what the record library's functions cannot write
+    /// @param before  to be appended first
+    /// @param column  for messages
     void text(char const* before, Value const& value, char const* column)
     {
         output += before;
@@ -58,7 +60,7 @@ public:
         output += common::isUTF8(held) ? jsonText(held) : "{\"hex\":\"" + hexOf(held) + "\"}";
     }
 
-    /// Appends a number of 32 bits, which a text column holds as its digits.
+    /// Appends a 32-bit number; a text column has its digits.
     void number(char const* before, Value const& value, char const* column)
     {
         auto const* const held = std::get_if<int64_t>(&value);
@@ -84,14 +86,14 @@ private:
     Value const& recordName;
 };
 
-/// The rows of a table that belong to one payload after the other, in the order of their identifiers.
+/// The rows of a table, sorted by the payload that they belong to.
 class RowsOfPayloads
 {
 public:
     explicit RowsOfPayloads(Cursor rows) : cursor(std::move(rows)), hasRow(cursor.next()) {}
 
-    /// Calls a body with each row whose first column is the payload's identifier. Rows of identifiers before it are of
-    /// payloads that are not on record, and are left out.
+    /// Calls a body with each row whose first column is the payload's identifier. Call it with sorted identifiers. Rows
+    /// of payloads that are not on record are left out.
     template<class Body>
     void forEach(std::string const& payloadID, Body body)
     {
@@ -180,7 +182,7 @@ std::size_t appendPayloads(RecordReader const& reader, std::string const& condit
 
 // Import
 
-/// One line of an input. What is wrong with it is refused by its number.
+/// One line of an input. Refusals name its number.
 class Line
 {
 public:

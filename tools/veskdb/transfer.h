@@ -6,12 +6,12 @@
 
 namespace veskdb {
 
-/// Prints payloads, those named or all, a line of JSON each, by their identifiers. The time of the last change is left
-/// out: importing stamps it.
+/// Prints payloads, those named or all, a line of JSON each, sorted by their identifiers. The time of the last change
+/// is left out: importing sets its own.
 ///
 /// @return the exit status
-/// @throws Refusal (kExitNotFound: a payload named is not on record; kExitError: a value that import could not write, or
-///         output was lost), Unreadable
+/// @throws Refusal (kExitNotFound: a payload named is not on record; kExitError: import could not write a value, or output
+///         was lost), Unreadable
 int exportPayloads(Options const& options);
 
 /// Prints settings, a line of JSON each.
@@ -20,7 +20,7 @@ int exportSettings(Options const& options);
 /// Reads such lines from a file or standard input, and puts them on record in one transaction.
 ///
 /// @return the exit status
-/// @throws Refusal; the records are then as they were
+/// @throws Refusal; the records are unchanged then
 int importPayloads(Options const& options);
 int importSettings(Options const& options);
 

@@ -45,7 +45,7 @@ public:
     std::vector<Row> rows;
 };
 
-/// @param backupSound  whether the library's own backup will do
+/// @param backupSound  whether the library's own backup can be restored
 std::string restoreStep(Database const& database, bool backupSound)
 {
     std::string const restore = ownCommand(fmt::format("restore {}", database.name));
@@ -57,7 +57,7 @@ std::string restoreStep(Database const& database, bool backupSound)
                              restore, path, path);
 }
 
-/// Whether a difference in owner is a fault: users that this process cannot see all look alike.
+/// Whether a difference in owner is a fault: this process cannot distinguish users that it does not see.
 bool isOwnerVisible(struct stat const& status, uid_t owner, gid_t group)
 {
     return isUserVisible(status.st_uid) && isGroupVisible(status.st_gid) && isUserVisible(owner) &&
@@ -88,7 +88,7 @@ void checkAccess(Database const& database, std::string const& path, struct stat 
     }
 }
 
-/// Who can write a folder above a database can replace the database.
+/// A user who may write to a folder above a database can replace the database.
 void checkParents(Database const& database, std::string const& folder, Report& report)
 {
     constexpr uid_t superUser = 0;
@@ -121,7 +121,7 @@ void checkParents(Database const& database, std::string const& folder, Report& r
     }
 }
 
-/// What killed programs and earlier backups have left next to a file.
+/// Notes the temporary files of killed programs and the dated copies next to a file.
 void noteLeftovers(Database const& database, std::string const& path, std::string const& cleaning,
                    Report& report)
 {
@@ -140,7 +140,7 @@ void noteLeftovers(Database const& database, std::string const& path, std::strin
     }
 }
 
-/// A backup that others can write would bring their records back.
+/// Restoring a backup that other users may write to would restore their records.
 void checkBackupAccess(Database const& database, std::string const& path, Report& report)
 {
     auto const status = statusOf(path);
@@ -227,7 +227,7 @@ void checkDatabase(Database const& database, Report& report)
     }
 }
 
-/// What another user may have put there while the folder of all databases was writable by all.
+/// Notes what another user may have put there while every user could write to the folder of all databases.
 void noteForeignFiles(Report& report)
 {
     ForeignFiles const found = foreignFiles();

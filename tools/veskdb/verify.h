@@ -8,8 +8,8 @@ namespace veskdb {
 
 /// Verifies the databases named, or all, and prints what was found, at least one line for each.
 ///
-/// @return the exit status: kExitNotFound when there is a fault; notes are none
-/// @throws Refusal (kExitError) when output is lost
+/// @return the exit status: kExitNotFound if there is a fault; notes are not faults
+/// @throws Refusal (kExitError) if output is lost
 int verify(Options const& options);
 
 } // namespace veskdb

@@ -13,8 +13,8 @@ namespace veskdb {
 
 namespace {
 
-/// The relations of a type that name a payload from either side, with the other side's state; null when that one is not
-/// on record.
+/// The relations of a type that a payload declares or that others declare to it, with the identifier and state of the
+/// other payload; null if that one is not on record.
 std::vector<Row> relationsOf(RecordReader const& reader, std::string const& payloadID, int type)
 {
     return reader.rows(
@@ -38,7 +38,7 @@ void addRelations(Presenter& presenter, char const* section, std::vector<Row> co
     }
 }
 
-/// The payloads on record that keep another from being marked installed.
+/// The payloads on record that prevent another from being marked installed.
 std::string blockersIn(std::vector<Row> const& conflicts)
 {
     std::string names;

@@ -6,10 +6,10 @@
 
 namespace veskdb {
 
-/// Prints whether a payload can be marked installed, what it is in conflict with, what it upgrades and was upgraded
-/// by, and what removing it would remove.
+/// Prints whether a payload can be marked installed, what it is in conflict with, what it upgrades and was upgraded by,
+/// and what removing it would remove.
 ///
-/// @return kExitNotFound when it cannot be marked installed
+/// @return kExitNotFound if it cannot be marked installed
 /// @throws Refusal (kExitNotFound: it is not on record; kExitError: output was lost), Unreadable
 int explainState(Options const& options);
 
