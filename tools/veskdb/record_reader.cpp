@@ -3,6 +3,7 @@
 #include "libdolmvesk/database.h"
 #include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/shared_folder.h"
+#include "platform/descriptor.h"
 #include "tools/common/alternate_root.h"
 #include "tools/veskdb/databases.h"
 #include "tools/veskdb/file_status.h"
@@ -13,10 +14,11 @@
 #include "tools/veskdb/value_text.h"
 
 #include <algorithm>
-#include <array>
+#include <fcntl.h>
 #include <fmt/format.h>
-#include <fstream>
+#include <optional>
 #include <sqlite3.h>
+#include <unistd.h>
 
 namespace veskdb {
 
@@ -42,6 +44,21 @@ void limitHeap(int64_t bytes)
 #else
     sqlite3_soft_heap_limit64(bytes);
 #endif
+}
+
+/// Reads one byte of a regular file; 0 behind its end. Other users may exchange the file at any moment: this does not
+/// block on a FIFO and, as the super-user, follows no link of theirs.
+///
+/// @return nothing if it cannot be read
+std::optional<char> byteAt(std::string const& path, off_t offset)
+{
+    int const links = geteuid() == 0 && veskiOthersMayWriteIn(folderPart(path)) ? O_NOFOLLOW : 0;
+    platform::Descriptor const file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | links));
+    struct stat status = {};
+    char byte = 0;
+    bool const read = fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                      pread(file.get(), &byte, 1, offset) >= 0;
+    return read ? std::optional(byte) : std::nullopt;
 }
 
 /// The command that rolls back the unfinished change of a killed program.
@@ -74,17 +91,13 @@ void requireSafe(std::string const& path)
 
 bool isInWriteAheadMode(std::string const& path)
 {
-    constexpr std::size_t readVersion = 19;
-    std::array<char, readVersion + 1> header = {};
-    std::ifstream(path, std::ios::binary).read(header.data(), header.size());
-    return header[readVersion] == 2;
+    constexpr off_t readVersion = 19;
+    return byteAt(path, readVersion) == 2;
 }
 
 bool isStaleJournal(std::string const& journal)
 {
-    auto const status = statusOf(journal);
-    return status && S_ISREG(status->st_mode) &&
-           (status->st_size == 0 || std::ifstream(journal, std::ios::binary).get() == 0);
+    return byteAt(journal, 0) == 0;
 }
 
 void RecordReader::Closer::operator()(sqlite3* connection) const
