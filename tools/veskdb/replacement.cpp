@@ -167,7 +167,9 @@ std::string Replacement::replaceTarget()
 {
     require(fsync(file) == 0, target, "the new file cannot be synced to disk");
     std::string const aside = keepAside();
-    if (renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) != 0) {
+    bool const placed =
+        kept < 0 ? takeFreeName() : renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
+    if (!placed) {
         int const error = errno;
         if (!aside.empty()) {
             unlinkat(folder.get(), aside.c_str(), 0);
@@ -178,6 +180,20 @@ std::string Replacement::replaceTarget()
     published = true;
     fsync(folder.get());
     return aside.empty() ? "" : target.substr(0, target.size() - base.size()) + aside;
+}
+
+/// Gives the new file the target's name, unless a file has appeared there.
+bool Replacement::takeFreeName() const
+{
+    if (linkat(folder.get(), name.c_str(), folder.get(), base.c_str(), 0) == 0) {
+        return unlinkat(folder.get(), name.c_str(), 0) == 0;
+    }
+    struct stat status = {};
+    if (errno != EEXIST && fstatat(folder.get(), base.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        errno = EEXIST;
+    }
+    // On a file system without hard links.
+    return errno != EEXIST && renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
 }
 
 /// Not a hard link: the library does not accept a database with two names.

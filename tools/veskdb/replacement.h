@@ -46,20 +46,20 @@ public:
     /// and the time, "pdb.db.20090213T233130Z", with its owner and mode, unless
     /// it is empty; nothing is overwritten.
     ///
-    /// @return the path under which the file before is kept; empty when there was none
-    /// @throws Refusal (kExitError); the target is unchanged then
+    /// @return the path under which the previous file is kept; empty if there was none
+    /// @throws Refusal (kExitError), also if there was none and one has appeared; the target is unchanged then
     std::string replaceTarget();
 
 private:
     std::string keepAside();
+    bool takeFreeName() const;
 
     std::string const target;
     std::string const base; ///< the target's name in its folder
     platform::Descriptor const folder;
     std::string name;
     int file = -1;
-    int kept =
-        -1; ///< the previous file, open until the end: closing it would release this process's locks on it
+    int kept = -1; ///< the previous file, open until the end: closing it releases this process's locks on it
     bool published = false;
 };
 

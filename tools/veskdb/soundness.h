@@ -19,8 +19,7 @@ struct Fault
 /// What was found in a file.
 struct Findings
 {
-    std::vector<Fault>
-        faults; ///< the file is damaged, or is not the database: it must not replace another file
+    std::vector<Fault> faults; ///< the file is damaged or not the database: it must not replace another
     std::vector<Fault> contentFaults; ///< rows that the record library does not write; the file can be used
     std::vector<std::string> notes;   ///< legal, but worth knowing
 };
