@@ -41,9 +41,9 @@ struct Graph
 char const notOnRecord[] = "not on record";
 
 /// A value as a picture can show it: printable UTF-8.
-std::string shown(Value const& value)
+std::string shown(Value const& value, ValueKind kind = ValueKind::kPlain)
 {
-    std::string const text = textOf(value);
+    std::string const text = textOf(value, kind);
     std::string result;
     for (std::size_t at = 0; at < text.size();) {
         std::size_t const length = common::characterLength(text, at);
@@ -66,7 +66,7 @@ Graph readGraph(RecordReader const& reader)
     Graph graph;
     for (Row const& row : reader.rows("SELECT PayloadID, productName, version, installState FROM payloads")) {
         graph.boxes[asText(row[0])] = {shown(row[0]), shown(row[1]) + ' ' + shown(row[2]),
-                                       textOf(row[3], ValueKind::kState)};
+                                       shown(row[3], ValueKind::kState)};
     }
     for (Row const& row :
          reader.rows("SELECT PayloadID, PayloadIDb, type FROM dependencies ORDER BY PayloadID, PayloadIDb")) {
@@ -122,9 +122,9 @@ std::string replaced(std::string text, std::string const& what, std::string cons
     return text;
 }
 
-std::string linesOf(Box const& box, std::string const& separator)
+std::string linesOf(Box const& box)
 {
-    return box.title + separator + (box.name.empty() ? "" : box.name + separator) + box.state;
+    return box.title + '\n' + (box.name.empty() ? "" : box.name + '\n') + box.state;
 }
 
 char const* colourOf(Box const& box)
@@ -145,6 +145,12 @@ std::map<std::string, std::size_t> numbersOf(Graph const& graph)
     return numbers;
 }
 
+/// A text as dot writes it between quotes.
+std::string dotText(std::string const& text)
+{
+    return replaced(replaced(replaced(text, "\\", "\\\\"), "\"", "\\\""), "\n", "\\n");
+}
+
 std::string dotOf(Graph const& graph)
 {
     auto const numbers = numbersOf(graph);
@@ -152,19 +158,26 @@ std::string dotOf(Graph const& graph)
         "digraph payloads {\n  rankdir=LR;\n  node [shape=box, style=filled, fontname=\"Helvetica\"];\n"
         "  edge [fontname=\"Helvetica\", fontsize=10];\n";
     for (auto const& [id, box] : graph.boxes) {
-        Box quoted = box;
-        for (std::string* const part : {&quoted.title, &quoted.name}) {
-            *part = replaced(replaced(*part, "\\", "\\\\"), "\"", "\\\"");
-        }
         text +=
-            fmt::format("  n{} [label=\"{}\", fillcolor=\"{}\"{}];\n", numbers.at(id), linesOf(quoted, "\\n"),
+            fmt::format("  n{} [label=\"{}\", fillcolor=\"{}\"{}];\n", numbers.at(id), dotText(linesOf(box)),
                         colourOf(box), box.state == notOnRecord ? ", style=\"filled,dashed\"" : "");
     }
     for (Arrow const& arrow : graph.arrows) {
         text += fmt::format("  n{} -> n{} [label=\"{}\"];\n", numbers.at(arrow.from), numbers.at(arrow.to),
-                            arrow.label);
+                            dotText(arrow.label));
     }
     return text + "}\n";
+}
+
+/// A text as Mermaid writes it between quotes or bars.
+std::string mermaidText(std::string text)
+{
+    for (auto const& [what, with] :
+         {std::pair("#", "#35;"), std::pair("\"", "#quot;"), std::pair("<", "#lt;"), std::pair("|", "#124;"),
+          std::pair("\n", "<br/>")}) {
+        text = replaced(std::move(text), what, with);
+    }
+    return text;
 }
 
 std::string mermaidOf(Graph const& graph)
@@ -172,14 +185,13 @@ std::string mermaidOf(Graph const& graph)
     auto const numbers = numbersOf(graph);
     std::string text = "flowchart LR\n";
     for (auto const& [id, box] : graph.boxes) {
-        std::string const label = replaced(
-            replaced(replaced(replaced(linesOf(box, "\n"), "#", "#35;"), "\"", "#quot;"), "<", "#lt;"), "\n",
-            "<br/>");
-        text += fmt::format("  n{}[\"{}\"]\n  style n{} fill:{}{}\n", numbers.at(id), label, numbers.at(id),
-                            colourOf(box), box.state == notOnRecord ? ",stroke-dasharray:5" : "");
+        text +=
+            fmt::format("  n{}[\"{}\"]\n  style n{} fill:{}{}\n", numbers.at(id), mermaidText(linesOf(box)),
+                        numbers.at(id), colourOf(box), box.state == notOnRecord ? ",stroke-dasharray:5" : "");
     }
     for (Arrow const& arrow : graph.arrows) {
-        text += fmt::format("  n{} -->|{}| n{}\n", numbers.at(arrow.from), arrow.label, numbers.at(arrow.to));
+        text += fmt::format("  n{} -->|{}| n{}\n", numbers.at(arrow.from), mermaidText(arrow.label),
+                            numbers.at(arrow.to));
     }
     return text;
 }
