@@ -40,27 +40,6 @@ void addRelations(Change& change, Options const& options)
     }
 }
 
-/// The payloads on record that a payload is in conflict with, whichever of the two declares it, for a message.
-std::string conflictsOnRecord(Change const& change, std::string const& payloadID)
-{
-    std::string names;
-    for (auto* const read : {pdbGetPayloadDependency, pdbGetPayloadDependencyReverse}) {
-        char const** others = nullptr;
-        if (read(change.get(), payloadID.c_str(), kPdbConflicts, &others) != kVeskOK) {
-            continue;
-        }
-        for (; *others != nullptr; ++others) {
-            int32_t state = 0;
-            std::string const quoted = fmt::format("'{}'", escaped(*others));
-            if (pdbGetInstallState(change.get(), *others, &state) == kVeskOK &&
-                names.find(quoted) == std::string::npos) {
-                names += (names.empty() ? "" : ", ") + quoted;
-            }
-        }
-    }
-    return fmt::format(": it is in conflict with {}", names);
-}
-
 int removeWhole(Options const& options)
 {
     std::string const what = fmt::format("payload '{}'", options.id);
@@ -145,6 +124,26 @@ std::string readValueFrom(std::string const& path)
 }
 
 } // namespace
+
+std::string conflictsOnRecord(Change const& change, std::string const& payloadID)
+{
+    std::string names;
+    for (auto* const read : {pdbGetPayloadDependency, pdbGetPayloadDependencyReverse}) {
+        char const** others = nullptr;
+        if (read(change.get(), payloadID.c_str(), kPdbConflicts, &others) != kVeskOK) {
+            continue;
+        }
+        for (; *others != nullptr; ++others) {
+            int32_t state = 0;
+            std::string const quoted = fmt::format("'{}'", escaped(*others));
+            if (pdbGetInstallState(change.get(), *others, &state) == kVeskOK &&
+                names.find(quoted) == std::string::npos) {
+                names += (names.empty() ? "" : ", ") + quoted;
+            }
+        }
+    }
+    return fmt::format(": it is in conflict with {}", names);
+}
 
 int addPayload(Options const& options)
 {

@@ -4,6 +4,7 @@
 #ifndef TOOLS_VESKDB_EDITING_H
 #define TOOLS_VESKDB_EDITING_H
 
+#include "tools/veskdb/change.h"
 #include "tools/veskdb/options.h"
 
 namespace veskdb {
@@ -15,6 +16,10 @@ int setPayload(Options const& options);
 int setSetting(Options const& options);
 int removePayload(Options const& options);
 int removeSettings(Options const& options);
+
+/// Why a payload cannot be marked installed: ": it is in conflict with 'A', 'B'", the payloads on record in conflict with
+/// it, whichever of the two declares it.
+std::string conflictsOnRecord(Change const& change, std::string const& payloadID);
 
 } // namespace veskdb
 

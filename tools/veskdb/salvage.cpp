@@ -103,6 +103,7 @@ void write(VeskiDataStore& store, std::string const& target)
         throw Refusal(kExitError, fmt::format("'{}': {}", target, describeStatus(kVeskNoMemory)));
     }
     HeldSignals const signals;
+    removeTemporaryFilesOf(target);
     Replacement file(target);
     file.write({reinterpret_cast<char const*>(bytes.get()), static_cast<std::size_t>(size)});
     file.setAccess(geteuid(), getegid(), databaseAccess(false).file);
@@ -129,7 +130,9 @@ int salvage(Options const& options)
     if (statusOf(source + "-journal") || statusOf(source + "-wal")) {
         printMessage({"warning: '", source.c_str(),
                       "' has a journal, which is left out; roll it back first, if that works: ",
-                      ownCommand(fmt::format("recover {}", database.name)).c_str()});
+                      ownCommand(fmt::format("recover {}{}", database.name,
+                                             options.from ? " --file " + quotedWord(source) : ""))
+                          .c_str()});
     }
     DamagedFile file(FileLock(source, FileLock::Kind::kShared).bytes(), database);
     VeskiDataStore store;

@@ -4,6 +4,7 @@
 #include "libdolmvesk/pcd_compat.h"
 #include "tools/common/utf8.h"
 #include "tools/veskdb/change.h"
+#include "tools/veskdb/editing.h"
 #include "tools/veskdb/input_text.h"
 #include "tools/veskdb/json_text.h"
 #include "tools/veskdb/open_to_read.h"
@@ -147,8 +148,7 @@ std::size_t appendPayloads(RecordReader const& reader, std::string const& condit
                              "payloads", "PayloadID", "PayloadID");
     RowsOfPayloads relations(
         rowsOf("PayloadID, PayloadIDb, type", "dependencies", "PayloadID", "PayloadIDb"));
-    RowsOfPayloads data(
-        rowsOf("PayloadID, domain, key, value", "payload_data", "PayloadID", "CAST(domain AS INTEGER), key"));
+    RowsOfPayloads data(rowsOf("PayloadID, domain, key, value", "payload_data", "PayloadID", "domain, key"));
     RowsOfPayloads upgrades(rowsOf("payloadIDUpgraded, payloadIDOriginal", "upgraded_payloads",
                                    "payloadIDUpgraded", "payloadIDOriginal"));
     std::size_t number = 0;
@@ -500,8 +500,10 @@ int importPayloads(Options const& options)
                                      each.version.c_str(), each.signature.c_str(), nullptr, nullptr),
                        each.what);
         if (each.state != kPdbNotInstalled) {
-            change.require(pdbSetInstallState(change.get(), each.id.c_str(), each.state),
-                           fmt::format("{}, installState {}", each.what, each.state));
+            int32_t const marked = pdbSetInstallState(change.get(), each.id.c_str(), each.state);
+            change.require(marked,
+                           fmt::format("{}, installState {}{}", each.what, each.state,
+                                       marked == kVeskConflict ? conflictsOnRecord(change, each.id) : ""));
         }
     }
     for (Payload const& payload : payloads) {
