@@ -95,7 +95,7 @@ protected:
                 "exec 5>$root.go; echo \"$1\" >&5; echo \".shell : >$root.done\" >&5; : <$root.done; "
                 "rm $root.go $root.done; }\n"
                 "release() { echo .quit >&5; wait; exec 5>&-; }\n"
-                "held() { until grep -q -e '^SigBlk:.*4001$' -e '^State:.Z' /proc/$1/status; do :; done; }\n" +
+                "held() { until grep -q -e '^SigBlk:.*[4-7c-f]...$' -e '^State:.Z' /proc/$1/status; do :; done; }\n" +
                 script);
     }
 
@@ -930,6 +930,9 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         return sound.substr(0, from) + std::string(count, '\xFF') +
                sound.substr(std::min(sound.size(), from + count));
     };
+    auto const replaced = [&](size_t to, size_t from) {
+        return std::string(sound).replace(to, page, sound, from, page);
+    };
     auto const pagesOf = [&](char kind, std::string const& content) {
         std::vector<size_t> pages;
         for (size_t at = page; at < sound.size(); at += page) {
@@ -948,7 +951,9 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
     sql("/newer.db", "UPDATE pcd_meta SET value = '9'");
     std::string const newer = readFile("/newer.db");
     auto const leaves = pagesOf('\x0D', "00000000");
+    auto const others = pagesOf('\x0D', "0KV");
     ASSERT_GT(leaves.size(), 5U);
+    ASSERT_GT(others.size(), 1U);
     struct
     {
         char const* name;
@@ -967,6 +972,11 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         {"short", sound.substr(0, sound.size() - page), 0, "403", ""},
         {"leaves", without(leaves[2], page).substr(0, leaves[4]) + without(leaves[4], page).substr(leaves[4]),
          1, "", "\tonly its key could be read\n"},
+        {"overwritten", replaced(leaves[2], leaves[4]), 1, "363", "tables\tpayloads\t363\t363\tfalse\n"},
+        {"overwritten by another table", replaced(leaves[2], others[1]), 1, "363",
+         "tables\tpayloads\t363\t363\tfalse\n"},
+        {"overwritten root", replaced(rootOf("payloads"), leaves[2]), 1, "40",
+         "tables\tpayloads\t40\t40\tfalse"},
         {"dependants", without(leaves[2], page), 1, "", "\tcti_payload_data: PayloadID is invalid.\n"},
         {"covered", without(rootOf("upgraded_payloads"), page), 0, "403",
          "tables\tupgraded_payloads\t404\t404\ttrue\n"},

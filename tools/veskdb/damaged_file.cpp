@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
+#include <optional>
 #include <set>
 #include <sqlite3.h>
 
@@ -106,6 +107,11 @@ bool isPlausible(Table const& table, Row const& row)
 std::string columnsOf(Table const& table)
 {
     return fmt::format("{}", fmt::join(table.columns, ", "));
+}
+
+std::string byRowid(Table const& table)
+{
+    return fmt::format("SELECT rowid, {} FROM {} NOT INDEXED WHERE rowid = ?1", columnsOf(table), table.name);
 }
 
 std::string keyColumnsOf(Table const& table)
@@ -250,8 +256,11 @@ SalvagedTable DamagedFile::read(Table const& table)
     if (salvaged.damaged) {
         readFrom(table, "rowid DESC", salvaged);
         readRound(table, salvaged);
-        readByKey(table, salvaged);
     }
+    if (salvaged.misplaced) {
+        readEach(table, salvaged);
+    }
+    readByKey(table, salvaged);
     return salvaged;
 }
 
@@ -260,10 +269,30 @@ void DamagedFile::readFrom(Table const& table, std::string const& order, Salvage
 {
     auto const rows = query(
         fmt::format("SELECT rowid, {} FROM {} NOT INDEXED ORDER BY {}", columnsOf(table), table.name, order));
+    std::optional<int64_t> last;
     while (rows->next()) {
-        keep(table, rows->rowid(), rows->row(), salvaged);
+        int64_t const rowid = rows->rowid();
+        keep(table, rowid, rows->row(), salvaged);
+        bool const ordered = !last || (order == "rowid" ? rowid > *last : rowid < *last);
+        salvaged.misplaced = salvaged.misplaced || !ordered;
+        last = rowid;
     }
-    salvaged.damaged = salvaged.damaged || rows->damaged();
+    salvaged.damaged = salvaged.damaged || salvaged.misplaced || rows->damaged();
+}
+
+/// Reads a table rowid by rowid: a page that has overwritten another one has rows, perhaps of another table, that cannot
+/// be found by theirs.
+void DamagedFile::readEach(Table const& table, SalvagedTable& salvaged)
+{
+    int64_t const last = salvaged.rows.empty() ? 0 : salvaged.rows.rbegin()->first;
+    salvaged.rows.clear();
+    auto const single = query(byRowid(table));
+    for (int64_t rowid = 1; rowid <= last && std::chrono::steady_clock::now() < end; ++rowid) {
+        single->restart(rowid);
+        if (single->next()) {
+            keep(table, rowid, single->row(), salvaged);
+        }
+    }
 }
 
 bool DamagedFile::keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged)
@@ -289,6 +318,7 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
         int64_t last = next - 1;
         bool reachedKnown = false;
         while (!reachedKnown && rows->next()) {
+            salvaged.misplaced = salvaged.misplaced || rows->rowid() <= last;
             last = std::max(last, rows->rowid());
             reachedKnown = salvaged.rows.count(rows->rowid()) > 0;
             keep(table, rows->rowid(), rows->row(), salvaged);
@@ -315,8 +345,7 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
 void DamagedFile::readByKey(Table const& table, SalvagedTable& salvaged)
 {
     std::string const keys = keyColumnsOf(table);
-    auto const single = query(
-        fmt::format("SELECT rowid, {} FROM {} NOT INDEXED WHERE rowid = ?1", columnsOf(table), table.name));
+    auto const single = query(byRowid(table));
     std::set<int64_t> tried;
     for (char const* const order : {"", " DESC"}) {
         std::string orders;

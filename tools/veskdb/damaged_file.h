@@ -20,6 +20,7 @@ struct SalvagedTable
 {
     std::map<int64_t, Row> rows;   ///< by rowid
     bool damaged = false;          ///< whether a part of the table could not be read
+    bool misplaced = false;        ///< whether some rows were not in the order of their rowids
     std::vector<std::string> lost; ///< keys of rows of which nothing else could be read
 };
 
@@ -44,6 +45,7 @@ private:
     void overlaySchema();
     static bool keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged);
     void readFrom(Table const& table, std::string const& order, SalvagedTable& salvaged);
+    void readEach(Table const& table, SalvagedTable& salvaged);
     void readRound(Table const& table, SalvagedTable& salvaged);
     void readByKey(Table const& table, SalvagedTable& salvaged);
     std::unique_ptr<Rows> query(std::string const& text);
