@@ -228,7 +228,6 @@ struct RestrictedVfs::Calls
         bool const create = (flags & SQLITE_OPEN_CREATE) != 0;
         mode_t mode = 0644;
         Found found = Found::kRefused;
-        bool const reading = (flags & SQLITE_OPEN_READONLY) != 0;
         if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && name == layer.database) {
             found = layer.mayChange ? bind(name, status) : look(name, status);
         } else if ((flags & SQLITE_OPEN_MAIN_JOURNAL) != 0 && name == layer.journal && layer.mayChange) {
@@ -237,17 +236,13 @@ struct RestrictedVfs::Calls
             }
             mode = lstat(layer.database.c_str(), &status) == 0 ? status.st_mode & 0666 : mode;
             found = bind(name, status);
+            flags = (flags & ~SQLITE_OPEN_READONLY) | SQLITE_OPEN_READWRITE; // does not block on a FIFO
         }
-        // For writing, even if it is only read: that does not block on a FIFO which a user has exchanged for the file.
-        flags = (flags & ~SQLITE_OPEN_READONLY) | SQLITE_OPEN_READWRITE;
         // Before SQLite opens the name: it would change owner and mode of what another user has put there.
         if (found == Found::kRefused || (found == Found::kNothing && create && !createEmpty(name, mode))) {
             return SQLITE_CANTOPEN;
         }
         int const opened = layer.base->xOpen(layer.base, name, file, flags, outFlags);
-        if (outFlags != nullptr && reading && !layer.mayChange) {
-            *outFlags = (*outFlags & ~SQLITE_OPEN_READWRITE) | SQLITE_OPEN_READONLY;
-        }
         if (opened == SQLITE_OK) {
             // Version 1 of the methods has no shared memory and no mapped files.
             auto* const methods = reinterpret_cast<sqlite3_io_methods*>(reinterpret_cast<char*>(file) +

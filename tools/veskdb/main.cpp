@@ -8,14 +8,35 @@
 #include "tools/veskdb/refusal.h"
 
 #include <csignal>
+#include <fcntl.h>
+#include <sqlite3.h>
 
 using namespace veskdb;
+
+namespace {
+
+int openWithoutBlocking(char const* path, int flags, int mode)
+{
+    return open(path, flags | O_NONBLOCK | O_NOCTTY, mode);
+}
+
+/// In a folder that other users may write to, a FIFO may take a database's place at the moment when SQLite opens it.
+void keepSQLiteFromBlocking()
+{
+    sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+    if (files != nullptr && files->iVersion >= 3) {
+        files->xSetSystemCall(files, "open", reinterpret_cast<sqlite3_syscall_ptr>(openWithoutBlocking));
+    }
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
     common::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like any other,
     std::signal(SIGXFSZ, SIG_IGN); // and so is the limit on file sizes
+    keepSQLiteFromBlocking();
     try {
         auto const command = readCommandLine(argc, argv);
         if (!command) {
