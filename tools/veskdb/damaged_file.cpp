@@ -189,10 +189,8 @@ void DamagedFile::open()
 {
     std::size_t const pageSize = pageSizeOf(image, database);
     std::size_t const pages = (image.size() + pageSize - 1) / pageSize;
-    image.resize(pages * pageSize, '\0');
     image[18] = image[19] = 1; // no write-ahead log
     setNumber(image, 28, pages);
-    image.replace(92, 4, image, 24, 4); // so that the number of pages is valid
     sqlite3* opened = nullptr;
     sqlite3_open(":memory:", &opened);
     connection.reset(opened);
@@ -272,10 +270,11 @@ void DamagedFile::readFrom(Table const& table, std::string const& order, Salvage
     std::optional<int64_t> last;
     while (rows->next()) {
         int64_t const rowid = rows->rowid();
-        keep(table, rowid, rows->row(), salvaged);
-        bool const ordered = !last || (order == "rowid" ? rowid > *last : rowid < *last);
-        salvaged.misplaced = salvaged.misplaced || !ordered;
-        last = rowid;
+        if (keep(table, rowid, rows->row(), salvaged)) {
+            bool const ordered = !last || (order == "rowid" ? rowid > *last : rowid < *last);
+            salvaged.misplaced = salvaged.misplaced || !ordered;
+            last = rowid;
+        }
     }
     salvaged.damaged = salvaged.damaged || salvaged.misplaced || rows->damaged();
 }
@@ -295,13 +294,17 @@ void DamagedFile::readEach(Table const& table, SalvagedTable& salvaged)
     }
 }
 
+/// Keeps the first row of each rowid.
+///
+/// @return whether the row may have been written like this
 bool DamagedFile::keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged)
 {
     if (!isPlausible(table, row)) {
         salvaged.damaged = true;
         return false;
     }
-    return salvaged.rows.emplace(rowid, row).second;
+    salvaged.rows.emplace(rowid, row);
+    return true;
 }
 
 /// Reads between the rows that were reached from both ends: SQLite can seek a rowid behind a damaged page.
@@ -318,10 +321,11 @@ void DamagedFile::readRound(Table const& table, SalvagedTable& salvaged)
         int64_t last = next - 1;
         bool reachedKnown = false;
         while (!reachedKnown && rows->next()) {
-            salvaged.misplaced = salvaged.misplaced || rows->rowid() <= last;
-            last = std::max(last, rows->rowid());
-            reachedKnown = salvaged.rows.count(rows->rowid()) > 0;
-            keep(table, rows->rowid(), rows->row(), salvaged);
+            int64_t const rowid = rows->rowid();
+            reachedKnown = salvaged.rows.count(rowid) > 0;
+            bool const kept = keep(table, rowid, rows->row(), salvaged);
+            salvaged.misplaced = salvaged.misplaced || (kept && rowid <= last);
+            last = std::max(last, rowid);
         }
         if (!reachedKnown && !rows->damaged()) {
             return;
