@@ -916,6 +916,8 @@ TEST_F(VeskdbRecords, AreImportedAsTheyWereExported)
     EXPECT_EQ(exported(), before);
     sql(pdb, "UPDATE payloads SET productName = NULL WHERE PayloadID = 'APP'");
     EXPECT_THAT(veskdb("export pdb").err, HasSubstr("payload 'APP': its productName is null"));
+    sql(pdb, "UPDATE payloads SET productName = CAST(x'6100' AS TEXT) WHERE PayloadID = 'APP'");
+    EXPECT_THAT(veskdb("export pdb").err, HasSubstr("its productName is a value with a NUL byte"));
 }
 
 TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
@@ -1012,6 +1014,11 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         EXPECT_THAT(sql("/new.db", "SELECT count(*) FROM payloads"), ElementsAre(each.payloads));
         EXPECT_EQ(veskdb("restore pdb --from /new.db --yes").status, 0);
     }
+    unlink(pdb.c_str());
+    sql(pdb, "PRAGMA page_size = 1024; VACUUM");
+    mustDo("add pdb APP --family F --name N --version 1 --signature s");
+    writeFile("/damaged.db", over(readFile(pdb), 0, std::string(100, '\xFF')));
+    EXPECT_EQ(veskdb("salvage pdb --from /damaged.db --to /small.db").status, 0);
     refuses({{"$veskdb salvage pdb --to /damaged.db", 2, "exists already"},
              {"$veskdb salvage pdb --to \"" + pdbBackup + "\"", 2, "exists already"},
              {"mv \"$pdb\" $root/live; $veskdb salvage pdb --from /live --to '" + pdb +
