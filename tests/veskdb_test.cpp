@@ -181,6 +181,7 @@ TEST_F(Veskdb, ReadingLeavesEverythingAsItIs)
          "\ndependencies\tAPP\tOLD\t1\tUpgrades\nupgraded_payloads\tOLD\tAPP\npayload_data\t0\tINS"},
         {"list pcd 1", 0, "1\t{E2B9}\tDefaultDriverPayload\t{E2B9}\n"},
         {"list pcd 1 '{E2B9}' None", 1, ""},
+        {"find E2B9", 0, "pcd\tdomain_data\t1/{E2B9}/DefaultDriverPayload\tsubDomain\n"},
         {"show pdb NONE", 1, ""},
         {"list cache", 1, ""},
         {"list vesk", 0,
@@ -209,17 +210,18 @@ TEST_F(Veskdb, ShowsRecordsToPeopleAndPrograms)
 {
     makeMachine();
     sql(pcd,
-        "INSERT INTO domain_data VALUES('2', x'6380FF', 'line' || char(10) || char(27, 155, 8238), NULL),"
+        "INSERT INTO domain_data VALUES('2', x'6380FF', 'line' || char(10) || char(27, 155, 8238, 8294), NULL),"
         " ('10', x'FF', 'q', 'a\"b\\')");
     EXPECT_EQ(veskdb("list cache").out, "-1\tsub\ttab\\there\t-v\n");
-    EXPECT_EQ(veskdb("list pcd 2").out, "2\tc\\x80\xFF\tline\\n\\x1B\\xC2\\x9B\\xE2\\x80\\xAE\t\\N\n");
+    EXPECT_EQ(veskdb("list pcd 2").out,
+              "2\tc\\x80\xFF\tline\\n\\x1B\\xC2\\x9B\\xE2\\x80\\xAE\\xE2\\x81\\xA6\t\\N\n");
     EXPECT_EQ(veskdb("list pcd 10").out, "10\t\xFF\tq\ta\"b\\\\\n");
 
     Json const settings = Json::parse(veskdb("list --json pcd").out);
     EXPECT_EQ(settings.size(), 3U);
     EXPECT_EQ(settings[1], (Json{{"domain", "2"},
                                  {"subDomain", "c\xEF\xBF\xBD\xEF\xBF\xBD"},
-                                 {"key", "line\n\x1B\xC2\x9B\xE2\x80\xAE"},
+                                 {"key", "line\n\x1B\xC2\x9B\xE2\x80\xAE\xE2\x81\xA6"},
                                  {"value", nullptr},
                                  {"hex", {{"subDomain", "6380FF"}}}}));
     Json const payload = Json::parse(veskdb("show pdb APP --json").out);
@@ -654,10 +656,13 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
     writeFile("/text", "text");
     (void)!symlink("/copies.db", "/link");
-    refuses({{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
-             {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},
-             {"$veskdb backup pcd --to /link", 2, "is a link"}},
-            [] { return std::pair(namesIn("/"), readFile("/copies.db") + readFile("/text")); });
+    refuses(
+        {{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
+         {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},
+         {"ln -s 'Library/Application Support/Zelko/Zelko PCD' $root/alias; $veskdb backup pcd --to /alias/pcd.db; status=$?; rm $root/alias; exit $status",
+          2, "is the master store itself"},
+         {"$veskdb backup pcd --to /link", 2, "is a link"}},
+        [] { return std::pair(namesIn("/"), readFile("/copies.db") + readFile("/text")); });
 
     // The next backup removes the temporary file of a killed one, but not of one that is still running.
     writeFile(pdbBackup + ".veskdb-killed", "1234");
