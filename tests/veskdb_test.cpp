@@ -89,7 +89,7 @@ protected:
                 "ordinary=\"setpriv --reuid 1234 --regid 2345 --clear-groups --inh-caps=+sys_chroot "
                 "--ambient-caps=+sys_chroot /proc/self/fd/9 --root $root\"\n"
                 "hasty=" +
-                (UNDER_SANITIZERS ? "" : "'env LD_PRELOAD=" WITHOUT_SLEEP "'") +
+                (UNDER_SANITIZERS ? "" : "'env LD_PRELOAD=" FAST_CLOCK "'") +
                 "\n"
                 "hold() { mkfifo $root.go $root.done; sqlite3 \"$pdb\" <$root.go >/dev/null & "
                 "exec 5>$root.go; echo \"$1\" >&5; echo \".shell : >$root.done\" >&5; : <$root.done; "
@@ -425,7 +425,15 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
             records);
     }
     if (!UNDER_SANITIZERS) {
-        std::string const preload = "LD_PRELOAD='" WITHOUT_LOCKS " " WITHOUT_SLEEP "' $veskdb ";
+        // A clock that is fast: what a large or crafted database would take.
+        sql(cache,
+            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000) INSERT INTO "
+            "domain_data SELECT 1, 'many', i, i FROM n");
+        EXPECT_THAT(shell("$hasty $veskdb list cache").err,
+                    HasSubstr("it takes more than 10 seconds to read"));
+        EXPECT_EQ(veskdb("list cache").status, 0);
+        sql(cache, "DELETE FROM domain_data WHERE subDomain = 'many'");
+        std::string const preload = "LD_PRELOAD='" WITHOUT_LOCKS " " FAST_CLOCK "' $veskdb ";
         refuses({{preload + "list pdb", 2, "the file system grants no locks"},
                  {preload + "set pdb APP --data 0 K V", 2, "the file system grants no locks"}},
                 records);
@@ -827,6 +835,9 @@ TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
          "{\"PayloadID\":\"ANTI\",\"productFamily\":\"F\",\"productName\":\"R \\\"1\\\"\",\"version\":\"1\",\"signature\":"
          "\"s\",\"installState\":0,\"dependencies\":[{\"PayloadIDb\":\"APP\",\"type\":0},{\"PayloadIDb\":\"GONE\",\"type\":"
          "2}],\"payload_data\":[],\"upgraded_payloads\":[]}\n"},
+        {"export pdb APP", 0,
+         "\"payload_data\":[{\"domain\":0,\"key\":\"INSTALLDIR\",\"value\":\"/Applications/Fendrial\"},"
+         "{\"domain\":3,\"key\":\"raw\",\"value\":{\"hex\":\"61FF0A\"}}],\"upgraded_payloads\":[\"OLD\"]}\n"},
         {"export pdb NONE", 1, ""},
         {"export cache", 0,
          "{\"domain\":-1,\"subDomain\":\"sub\",\"key\":\"tab\\there\",\"value\":\"-v\"}\n"},

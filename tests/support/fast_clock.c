@@ -1,0 +1,29 @@
+/* Preloaded into a program: its clock advances a second each time it is read, and its waits end at once. At its end it
+   prints how long it would have waited. */
+#define _GNU_SOURCE
+#include <stdio.h>
+#include <time.h>
+#include <unistd.h>
+
+#pragma GCC visibility push(default)
+static unsigned long waited;
+
+int clock_gettime(clockid_t clock, struct timespec* time)
+{
+    static time_t seconds;
+    (void)clock;
+    time->tv_sec = ++seconds;
+    time->tv_nsec = 0;
+    return 0;
+}
+
+int usleep(useconds_t microseconds)
+{
+    waited += microseconds;
+    return 0;
+}
+
+__attribute__((destructor)) static void print(void)
+{
+    fprintf(stderr, "waited %lu ms\n", waited / 1000);
+}
