@@ -538,7 +538,8 @@ TEST_F(Veskdb, VerifyReportsEachFaultWithItsFileAndTheNextStep)
         {"body",
          [] {
              sql(pdb,
-                 "DROP TRIGGER ctd_payloads; CREATE TRIGGER ctd_payloads BEFORE DELETE ON payloads BEGIN SELECT 1; END");
+                 "DROP TRIGGER ctd_payloads; CREATE TRIGGER ctd_payloads BEFORE DELETE ON payloads BEGIN SELECT "
+                 "1; END");
          },
          pdb, "its trigger ctd_payloads is not as the installer creates it", "restore pdb"},
         {"key",
@@ -664,13 +665,13 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
     writeFile("/text", "text");
     (void)!symlink("/copies.db", "/link");
-    refuses(
-        {{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
-         {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},
-         {"ln -s 'Library/Application Support/Zelko/Zelko PCD' $root/alias; $veskdb backup pcd --to /alias/pcd.db; status=$?; rm $root/alias; exit $status",
-          2, "is the master store itself"},
-         {"$veskdb backup pcd --to /link", 2, "is a link"}},
-        [] { return std::pair(namesIn("/"), readFile("/copies.db") + readFile("/text")); });
+    refuses({{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
+             {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},
+             {"ln -s 'Library/Application Support/Zelko/Zelko PCD' $root/alias; $veskdb backup pcd --to "
+              "/alias/pcd.db; status=$?; rm $root/alias; exit $status",
+              2, "is the master store itself"},
+             {"$veskdb backup pcd --to /link", 2, "is a link"}},
+            [] { return std::pair(namesIn("/"), readFile("/copies.db") + readFile("/text")); });
 
     // The next backup removes the temporary file of a killed one, but not of one that is still running.
     writeFile(pdbBackup + ".veskdb-killed", "1234");
@@ -780,10 +781,12 @@ protected:
     {
         makeMachine();
         mustDo(
-            "add pdb ANTI --family F --name 'R \"1\"' --version 1 --signature s --conflicts APP --relation requires GONE");
+            "add pdb ANTI --family F --name 'R \"1\"' --version 1 --signature s --conflicts APP --relation "
+            "requires GONE");
         sql(pdb, "INSERT INTO user_actions VALUES('APP', 'ann', '1700000000');"
                  "INSERT INTO payload_data VALUES('APP', '3', 'raw', CAST(x'61FF0A' AS TEXT));"
-                 "UPDATE payloads SET installTime = 1234567890 WHERE PayloadID = 'OLD'");
+                 "UPDATE payloads SET installTime = 1234567890 WHERE PayloadID = 'OLD';"
+                 "UPDATE payloads SET installTime = 1 WHERE PayloadID = 'ANTI'");
         mustDo("set pdb OLD --conflicts NOWHERE");
         mustDo("set pcd 10 s k v");
         mustDo("set pcd 2 s k v");
@@ -795,7 +798,8 @@ TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
 {
     writeFile("/other.db", readFile(pdb));
     sql("/other.db",
-        "UPDATE payloads SET installState = 7 WHERE PayloadID = 'APP'; DELETE FROM payloads WHERE PayloadID = "
+        "UPDATE payloads SET installState = 7 WHERE PayloadID = 'APP'; UPDATE payloads SET installTime = 1.5 "
+        "WHERE PayloadID = 'ANTI'; DELETE FROM payloads WHERE PayloadID = "
         "'OLD'; INSERT INTO payload_data VALUES('APP', 4, 'k/', x'0A')");
     writeFile("/root2" + pdb, readFile("/other.db"));
     struct
@@ -818,7 +822,8 @@ TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
         {"diff pcd", 2, ""},
         {"diff pdb /none", 2, ""},
         {"diff pdb /other.db", 1,
-         "~ payloads APP installState 7 -> installed\n+ payloads OLD\n+ dependencies OLD/NOWHERE\n- payload_data APP/4/k/\n"},
+         "~ payloads ANTI installTime 1.5 -> 1970-01-01T00:00:01Z\n~ payloads APP installState 7 -> installed\n+ "
+         "payloads OLD\n+ dependencies OLD/NOWHERE\n- payload_data APP/4/k/\n"},
         {"diff pdb /other.db /root2", 0, ""},
         {"diff pdb '"
          "/Library/Application Support/Zelko/vesk/pdb.db' /root2",
@@ -832,7 +837,8 @@ TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
         {"list actions NONE", 0, ""},
         {"show pdb APP", 0, "\nuser_actions\tAPP\tann\t2023-11-14T22:13:20Z\n"},
         {"export pdb ANTI", 0,
-         "{\"PayloadID\":\"ANTI\",\"productFamily\":\"F\",\"productName\":\"R \\\"1\\\"\",\"version\":\"1\",\"signature\":"
+         "{\"PayloadID\":\"ANTI\",\"productFamily\":\"F\",\"productName\":\"R "
+         "\\\"1\\\"\",\"version\":\"1\",\"signature\":"
          "\"s\",\"installState\":0,\"dependencies\":[{\"PayloadIDb\":\"APP\",\"type\":0},{\"PayloadIDb\":\"GONE\",\"type\":"
          "2}],\"payload_data\":[],\"upgraded_payloads\":[]}\n"},
         {"export pdb APP", 0,
@@ -868,6 +874,7 @@ TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
         json("why pdb APP --json")["conflicts"],
         Json::parse(R"([{"PayloadID": "ANTI", "PayloadIDb": "APP", "onRecord": true, "installState": 0}])"));
     EXPECT_EQ(json("diff pdb /other.db --json"), Json::parse(R"([
+        {"difference": "changed", "table": "payloads", "key": "ANTI", "column": "installTime", "old": 1.5, "new": 1},
         {"difference": "changed", "table": "payloads", "key": "APP", "column": "installState", "old": 7, "new": 2},
         {"difference": "added", "table": "payloads", "key": "OLD", "column": null, "old": null, "new": null},
         {"difference": "added", "table": "dependencies", "key": "OLD/NOWHERE", "column": null, "old": null,
@@ -939,7 +946,8 @@ TEST_F(VeskdbRecords, AreImportedAsTheyWereExported)
 TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
 {
     sql(pdb,
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 400) INSERT INTO payloads SELECT 'P' || "
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 400) INSERT INTO payloads "
+        "SELECT 'P' || "
         "i, 'F', hex(zeroblob(40)), 'V', 'S', 2, i FROM n; INSERT INTO payload_data SELECT PayloadID, 0, 'K', 'V' FROM "
         "payloads; INSERT INTO upgraded_payloads SELECT 'from' || PayloadID, PayloadID FROM payloads");
     std::string const sound = readFile(pdb);

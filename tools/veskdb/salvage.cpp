@@ -54,9 +54,9 @@ std::size_t insert(VeskiDataStore& store, Table const& table, SalvagedTable cons
     for (std::size_t each = 1; each <= table.columns.size(); ++each) {
         parameters += fmt::format("{}?{}", each == 1 ? "" : ", ", each);
     }
-    bool const seeded = table.name == "pcd_meta" || table.name == "dependency_type";
-    std::string const text = fmt::format("INSERT {} INTO {} ({}) VALUES ({})", seeded ? "OR REPLACE" : "",
-                                         table.name, fmt::join(table.columns, ", "), parameters);
+    std::string const text =
+        fmt::format("INSERT {} INTO {} ({}) VALUES ({})", table.name == "dependency_type" ? "OR REPLACE" : "",
+                    table.name, fmt::join(table.columns, ", "), parameters);
     sqlite3_stmt* compiled = nullptr;
     sqlite3_prepare_v2(store.db, text.c_str(), -1, &compiled, nullptr);
     std::unique_ptr<sqlite3_stmt, StatementCloser> const statement(compiled);
