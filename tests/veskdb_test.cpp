@@ -1018,6 +1018,8 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         {"sound", sound, 0, "403", "tables\tpayloads\t403\t403\ttrue\n"},
         {"schema", std::string(page, '\0') + sound.substr(page), 0, "403", ""},
         {"header", over(sound, 0, std::string(100, '\xFF')), 0, "403", ""},
+        {"header and a root", over(over(sound, 0, hole), rootOf("dependency_type"), hole), 1, "403",
+         "tables\tdependency_type\t0\t0\tfalse\n"},
         {"cut", sound.substr(0, sound.size() - 10), 0, "403", ""},
         {"index", over(sound, pagesOf(sound, '\x0A', "P399")[0], hole), 0, "403", ""},
         {"moved, in write-ahead mode", over(moved, 18, "\2\2"), 0, "403", ""},

@@ -62,15 +62,30 @@ Fresh createFresh(Database const& database, std::size_t pageSize)
     return fresh;
 }
 
-/// How many of a fresh database's tables and indexes have their first page at the same place of an image.
+/// Whether a page of a table or index may begin at a place of an image: the first cell of a page is at its end, where the
+/// content of an empty page begins, 65536 being written as 0.
+bool isPage(std::string const& image, std::size_t at, std::size_t pageSize)
+{
+    if (at + pageSize > image.size()) {
+        return false;
+    }
+    char const kind = image[at];
+    std::size_t const cells = numberAt(image, at + 3, 2);
+    std::size_t const pointers = at + (kind == 2 || kind == 5 ? 12 : 8);
+    std::size_t highest = cells == 0 ? (numberAt(image, at + 5, 2) + 65535) % 65536 : 0;
+    for (std::size_t each = 0; each < std::min(cells, pageSize / 4); ++each) {
+        highest = std::max(highest, numberAt(image, pointers + 2 * each, 2));
+    }
+    bool const known = kind == 2 || kind == 5 || kind == 10 || kind == 13;
+    return known && highest < pageSize && highest >= pageSize / 2;
+}
+
+/// How many of a fresh database's tables and indexes may have their first page at the same place of an image.
 std::size_t rootsIn(std::string const& image, Fresh const& fresh, std::size_t pageSize)
 {
     return static_cast<std::size_t>(
-        std::count_if(fresh.roots.begin(), fresh.roots.end(), [&](std::size_t page) {
-            std::size_t const at = (page - 1) * pageSize;
-            char const kind = at < image.size() ? image[at] : '\0';
-            return kind == 2 || kind == 5 || kind == 10 || kind == 13;
-        }));
+        std::count_if(fresh.roots.begin(), fresh.roots.end(),
+                      [&](std::size_t page) { return isPage(image, (page - 1) * pageSize, pageSize); }));
 }
 
 /// The size of an image's pages: the header's if it is possible, else the one that fits best.
