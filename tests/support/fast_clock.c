@@ -1,6 +1,5 @@
-/* Preloaded into a program: its clock advances a second each time it is read, and its waits end at once. At its end it
-   prints how long it would have waited. */
-#define _GNU_SOURCE
+/* Preloaded into a program: its clock advances by a second each time it is read, and its waits end at once. When it
+ * ends, it prints how long it would have waited. */
 #include <stdio.h>
 #include <time.h>
 #include <unistd.h>

@@ -1,5 +1,4 @@
 /* Preloaded into a program: its file system grants no locks. */
-#define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
