@@ -247,7 +247,6 @@ struct RestrictedVfs::Calls
             // Version 1 of the methods has no shared memory and no mapped files.
             auto* const methods = reinterpret_cast<sqlite3_io_methods*>(reinterpret_cast<char*>(file) +
                                                                         methodsOffset(*layer.base));
-            std::memset(methods, 0, sizeof *methods);
             std::memcpy(methods, file->pMethods, offsetof(sqlite3_io_methods, xShmMap));
             methods->iVersion = 1;
             file->pMethods = methods;

@@ -146,6 +146,11 @@ TEST_F(FileHelpers, AccessOfDatabases)
         EXPECT_EQ(accessOf("/db"), each.folder);
         EXPECT_EQ(accessOf("/db/file.db"), each.file);
     }
+    for (char const* path : {"/db", "/db/file.db"}) { // only the owner differs
+        ASSERT_EQ(chown(path, ordinaryUser, 80), 0);
+    }
+    EXPECT_EQ(veskiSetDbAccess("/db", "file.db", true), kVeskOK);
+    EXPECT_EQ(accessOf("/db/file.db"), "0666 0:80");
     EXPECT_EQ(veskiSetDbAccess("/missing", "file.db", true), kVeskOK);
     EXPECT_EQ(veskiSetDbAccess("/db", std::string(1024, 'n'), false), kVeskOK); // the folder alone
     EXPECT_EQ(accessOf("/db"), "0755 0:80");
@@ -170,6 +175,10 @@ TEST_F(FileHelpers, LinksAreFollowedOnlyWhereOthersMayNotWrite)
             EXPECT_EQ(readFile("/elsewhere"), shared ? "old" : "new");
             EXPECT_EQ(veskiCopyDatabaseFile("/db/file.db", "/copy"), !shared);
             EXPECT_EQ(readFile("/copy"), shared ? "" : "new");
+            unlink("/db/file.db");
+            writeFile("/db/file.db", "its own");
+            EXPECT_TRUE(veskiCopyDatabaseFile("/db/file.db", "/copy"));
+            EXPECT_EQ(readFile("/copy"), "its own");
         }
     }
 }

@@ -7,6 +7,7 @@
 #include "tools/hookhost/messages.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fmt/format.h>
@@ -54,7 +55,7 @@ std::chrono::milliseconds readTimeout(std::string const& text)
         refuse(fmt::format("invalid --timeout '{}'; give seconds above 0, such as 30 or 0.5, at most {:.0f}",
                            text, most));
     }
-    return std::chrono::milliseconds(std::llround(std::ceil(seconds * 1000)));
+    return std::chrono::milliseconds(std::max(1LL, std::llround(seconds * 1000)));
 }
 
 OutputFormat readFormat(std::string const& text)
