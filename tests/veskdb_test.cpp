@@ -717,6 +717,10 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
         {"ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
         {"ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
         {"$ordinary backup pdb", 2, "no file can be created there"},
+        {"cd \"$root" + zelko +
+             "backup\"; mv pdb.db ..; mkdir pdb.db; $veskdb backup pdb; status=$?; rmdir pdb.db; "
+             "mv ../pdb.db .; exit $status",
+         2, "is not a file; move it away"},
         {"journal=\"$root" + pdbBackup +
              "-journal\"; : >\"$journal\"; $veskdb backup pdb; status=$?; rm \"$journal\"; "
              "exit $status",
@@ -780,6 +784,10 @@ TEST_F(Veskdb, RestoreRefusesUnsafeSourcesAndTargets)
         {"$ordinary restore cache --from /cache.db --yes", 2, "/cache.db': it cannot be replaced"},
         {"$ordinary restore pdb --yes", 2, "cannot be locked: kVeskAccessDenied (11)"},
         {"ulimit -f 16; $veskdb restore pdb --yes", 2, "cannot be copied"},
+        {"cd \"$root" + zelko +
+             "vesk\"; mv vesk.db ..; mkdir vesk.db; $veskdb restore vesk --yes; status=$?; "
+             "rmdir vesk.db; mv ../vesk.db .; exit $status",
+         2, "is not a file; move it away"},
         {"hold 'BEGIN; SELECT count(*) FROM payloads;'; $hasty $veskdb restore pdb --yes; status=$?; release; "
          "exit $status",
          2, busy},
