@@ -273,6 +273,15 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
         EXPECT_EQ(exists(target) ? accessOf(target) : "", each.copied);
         EXPECT_EQ(readFile(target), each.copied.empty() ? "" : "events");
     }
+    for (mode_t const mode : {0755, 0775}) { // of a folder in it: copied if only root may write it
+        makeHome();
+        give(library, 0, 0);
+        unlink(older.c_str());
+        writeFile(older + "/folder/file", "events");
+        ASSERT_EQ(chmod((older + "/folder").c_str(), mode), 0);
+        EXPECT_EQ(carryEventsOver(), created);
+        EXPECT_EQ(exists(target), mode == 0755);
+    }
 }
 
 TEST_F(Home, NothingIsReachedByAnExchangeAtAnyMoment)
