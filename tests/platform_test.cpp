@@ -103,7 +103,8 @@ TEST_F(Platform, SizesAndDatesMayExceed32Bits)
         EXPECT_TRUE(path == std::string("/folder") ? home.isUsable(path) : platform::fileExists(path));
     }
     ASSERT_EQ(mkdir("/empty", 0755) + chdir("/empty"), 0);
-    EXPECT_TRUE(home.createFolders("/folder") && home.createFolders("/folder/a/b/c"));
+    EXPECT_TRUE(home.createFolders("/folder") && home.createFolders("/folder/a/b"));
+    EXPECT_TRUE(platform::createDirectoryTree("/folder/c/d/e", 0755));
     EXPECT_TRUE(namesIn("/empty").empty());
     EXPECT_EQ(accessOf("/folder/a/b"), "0755 0:0");
     EXPECT_FALSE(home.createFolders("/folder/late") || home.createFolders("/folder/late/a"));

@@ -14,5 +14,6 @@ int main(int count, char* arguments[])
     for (int i = 0; i < count; ++i) {
         fprintf(file, "%s\n", arguments[i]);
     }
-    return fclose(file) == 0 ? 0 : 1;
+    fclose(file);
+    return 1; /* never 0: a test must not pass because its own process has become this program */
 }
