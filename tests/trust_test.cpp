@@ -273,7 +273,8 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
         EXPECT_EQ(exists(target) ? accessOf(target) : "", each.copied);
         EXPECT_EQ(readFile(target), each.copied.empty() ? "" : "events");
     }
-    for (mode_t const mode : {0755, 0775}) { // of a folder in it: copied if only root may write it
+    for (mode_t const mode :
+         {mode_t{0755}, mode_t{0775}}) { // of a folder in it: copied if only root may write it
         makeHome();
         give(library, 0, 0);
         unlink(older.c_str());
