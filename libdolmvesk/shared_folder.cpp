@@ -127,7 +127,7 @@ Found bind(char const* path, struct stat& status)
 
 /// Creates a file that is root's from the start. Fails if the path exists.
 ///
-/// @param mode  permission bits, less the process's umask
+/// @param mode  permission bits, less the process's umask. SQLite gives an empty journal its database's mode
 bool createEmpty(char const* path, mode_t mode)
 {
     return Descriptor(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode)).isOpen();

@@ -15,9 +15,9 @@ bool existingStore(StoreDescription const& store, std::string& path)
     return databasePath(store.folder, store.file, path) && veskiFileExists(path);
 }
 
-/// Forms the path of the databases' root folder. Earlier versions left that folder writable by everyone if they were
-/// installed with an open umask; this ends here.
-bool withdrawnRoot(std::string& root)
+/// Forms the path of the databases' root folder, and withdraws the right of all to write it: earlier versions left it
+/// writable by everyone if they were installed with an open umask.
+bool rootClosedToOthers(std::string& root)
 {
     bool const formed = veskiDbPath(root);
     if (formed) {
@@ -57,7 +57,7 @@ int32_t openStoreSession(StoreDescription const& store, VeskSession** out)
     }
     int32_t const status = reportingNoMemory([&] {
         std::string folder;
-        if (!withdrawnRoot(folder) || !appendAll(store.folder, folder)) {
+        if (!rootClosedToOthers(folder) || !appendAll(store.folder, folder)) {
             // Deliberate: the handle stays in *out, without a store: see veskOpenSession.
             (void)session.release();
             return int32_t{kVeskFailed};
@@ -106,7 +106,7 @@ int32_t backUp(StoreDescription const& store)
     return reportingNoMemory([&] {
         std::string live;
         std::string copy; // first the path of its folder
-        if (!existingStore(store, live) || !withdrawnRoot(copy) || !appendAll(backupFolder, copy)) {
+        if (!existingStore(store, live) || !rootClosedToOthers(copy) || !appendAll(backupFolder, copy)) {
             return int32_t{kVeskNotFound};
         }
         int32_t const status = veskiDirectoryExists(copy) ? int32_t{kVeskOK} : veskiCreateDirectory(copy);

@@ -65,8 +65,8 @@ __attribute__((noinline)) void note(int signal, siginfo_t const& info, void* con
         crash.frameCount = 1;
     }
     int const room = static_cast<int>(crash.frames.size()) - crash.frameCount;
-    constexpr int ownFrames =
-        3; // this function, the handler, and the system's function that calls the handler
+    // This function, the handler, and the system's function that calls the handler.
+    constexpr int ownFrames = 3;
     void* addresses[ownFrames + std::tuple_size<decltype(crash.frames)>::value];
     int const count = backtrace(addresses, ownFrames + room);
     for (int each = ownFrames; each < count; ++each) {

@@ -379,8 +379,8 @@ int runInWorker(Run& run, std::function<int(Run&)> const& work, std::function<vo
     adoptOrphans();
     HostSignals const signals;
     pid_t const host = getpid();
-    run.state->current =
-        CurrentCall{0, run.state->sinceBegin()}; // the first step; making an overlay does not count
+    // The first step begins now: making an overlay does not count.
+    run.state->current = CurrentCall{0, run.state->sinceBegin()};
     pid_t const worker = fork();
     if (worker < 0) {
         throw Refusal(kExitHostError, fmt::format("cannot start a worker process: {}", std::strerror(errno)));

@@ -39,8 +39,8 @@ void setNumber(std::string& image, std::size_t offset, std::size_t number)
 struct Fresh
 {
     std::string image;
-    std::set<std::size_t>
-        roots; ///< first pages of tables and indexes, counted from 1; the other pages hold the schema
+    /// First pages of tables and indexes, counted from 1; the other pages hold the schema.
+    std::set<std::size_t> roots;
 };
 
 Fresh createFresh(Database const& database, std::size_t pageSize)

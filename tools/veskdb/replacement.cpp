@@ -188,12 +188,13 @@ bool Replacement::takeFreeName() const
     if (linkat(folder.get(), name.c_str(), folder.get(), base.c_str(), 0) == 0) {
         return unlinkat(folder.get(), name.c_str(), 0) == 0;
     }
-    struct stat status = {};
-    if (errno != EEXIST && fstatat(folder.get(), base.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        errno = EEXIST;
+    if (errno == EEXIST) {
+        return false;
     }
-    // On a file system without hard links.
-    return errno != EEXIST && renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
+    // On a file system without hard links, an empty file of our own takes the name first.
+    platform::Descriptor const reserved(
+        openat(folder.get(), base.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    return reserved.isOpen() && renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
 }
 
 /// Not a hard link: the library does not accept a database with two names.

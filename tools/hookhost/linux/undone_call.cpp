@@ -1,7 +1,6 @@
 #include "tools/hookhost/undone_call.h"
 
 #include <cstring>
-#include <type_traits>
 #include <ucontext.h>
 
 namespace hookhost {
@@ -14,15 +13,6 @@ struct Registers
     explicit Registers(void* context) : machine(static_cast<ucontext_t*>(context)->uc_mcontext) {}
 
     mcontext_t& machine;
-#if defined(__aarch64__)
-    unsigned long long& programCounter = machine.pc;
-    unsigned long long& stackPointer = machine.sp;
-
-    void returnFromCall() const
-    {
-        programCounter = machine.regs[30];
-    }
-#else
 #if defined(__x86_64__)
     greg_t& programCounter = machine.gregs[REG_RIP];
     greg_t& stackPointer = machine.gregs[REG_RSP];
@@ -39,7 +29,6 @@ struct Registers
         programCounter = *top; // where a call has put the return address
         stackPointer += static_cast<greg_t>(sizeof(greg_t));
     }
-#endif
 };
 
 } // namespace
@@ -59,10 +48,8 @@ UndoneCall::~UndoneCall()
 {
     if (registers != nullptr) {
         Registers const changed(registers);
-        changed.programCounter =
-            static_cast<std::remove_reference_t<decltype(changed.programCounter)>>(programCounter);
-        changed.stackPointer =
-            static_cast<std::remove_reference_t<decltype(changed.stackPointer)>>(stackPointer);
+        changed.programCounter = static_cast<greg_t>(programCounter);
+        changed.stackPointer = static_cast<greg_t>(stackPointer);
     }
 }
 
