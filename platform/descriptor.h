@@ -11,7 +11,7 @@ class Descriptor
 {
 public:
     /// @param opened  the result of open(2), owned from now on; nothing is open if it is negative
-    explicit Descriptor(int opened) : value(opened) {}
+    explicit Descriptor(int opened = -1) : value(opened) {}
     Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept
     {

@@ -155,7 +155,7 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --format raw --mode install $run", "0/3 \n0/0 \n0/1 \n0/2 \n0/4 \n", "^fixture loaded\n$"},
         {0, "$hookhost --format raw --mode uninstall --phase post-payload --phase 0 --phase post-payload $run", "2/2 \n2/0 \n2/2 \n", ""},
         {0, "$hookhost --format raw --mode -2 --phase 0xFFFFFFFF $run", "-2/4294967295 \n", ""},
-        {0, "$hookhost --format raw --mode 0xffffffff --phase -1 $run", "-1/4294967295 \n", ""},
+        {0, "$hookhost --format raw --mode 0XffffFFFF --phase -1 $run", "-1/4294967295 \n", ""},
         {0, "$hookhost --format raw --mode=reinstall --phase=1 -D say=a=b -Dsay=second $run", "1/1 a=b\n", ""},
         // The first status other than 0 is the run's, and ends nothing.
         {122, "$hookhost --format raw --mode 0 --phase 0 --phase 2 --phase 1 -D times=61 $run", "0/0 \n0/2 \n0/1 \n", ""},
@@ -163,9 +163,10 @@ TEST_F(Hookhost, CallsAndReports)
         {123, "$hookhost --format raw --mode 0 --phase 1 -D times=256 $run", "0/1 \n", ""},
         {7, "$hookhost --format raw --mode 0 --phase 1 -D times=7 --no-log-callback $run", "", ""},
         {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240 \\342\\200\\256 \\340\\200\\200')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0 \\\\xE2\\\\x80\\\\xAE \xE0\\\\x80\\\\x80\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
-        {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m"\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
+        {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\303(')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m )" "\xEF\xBF\xBD" R"(\("\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
+        {0, "$hookhost --list $product", "(entry point .*\n){3}install/pre-system-check +InstallPreSystemCheckProc +exported\n(.*\n){13}uninstall/session-close +UninstallSessionCloseProc +exported\n", ""},
         {126, "PRINTED_WHEN_LOADED=text $hookhost --list $lacking", "entry point .*InitSession +exported\n.*HookProc +exported\n.*CloseSession  missing\n", "text"},
         {9, "STATUS_OF_OPEN_ENTRY=9 $hookhost --mode 0 --phase 1 $run", ".* install/open-entry \\d+ = status 9 .*\n.* 0/1 \n.* = status 0 .*\n", "^$"},
         {0, "$hookhost --list $product", "((?!missing)[^])*", ""},

@@ -190,6 +190,7 @@ TEST_F(Veskdb, ReadingLeavesEverythingAsItIs)
         {"show vesk C", 0, "dolm_collection\tcollectionID\tC\n"},
         {"verify", 1, "\t/Library/Application Support/Zelko/vesk/pdb.db\tits mode is 0664, not 0644\t"},
         {"info", 0, "pdb\trows\tpayloads 2, dependencies 1, "},
+        {"info", 0, "cache\tbackup\t\\N\n"},
     };
     auto const before = everything();
     for (std::string const user : {"$veskdb ", "$ordinary "}) {
@@ -229,8 +230,28 @@ TEST_F(Veskdb, ShowsRecordsToPeopleAndPrograms)
     EXPECT_GT(payload["payloads"]["installTime"], 1000000000);
     EXPECT_EQ(payload["dependencies"][0]["PayloadIDb"], "OLD");
     for (char const* const other : {"list pdb", "list vesk", "show vesk P", "verify", "info"}) {
-        EXPECT_TRUE(Json::accept(veskdb(std::string("--json ") + other).out)) << other;
+        std::string const out = veskdb(std::string("--json ") + other).out;
+        EXPECT_EQ(nlohmann::ordered_json::parse(out, nullptr, false).dump(2) + "\n", out);
     }
+    EXPECT_EQ(
+        Json::parse(veskdb("--json info").out)["pdb"],
+        (Json{{"path", "/Library/Application Support/Zelko/vesk/pdb.db"},
+              {"present", true},
+              {"size", statusOf(pdb).st_size},
+              {"owner", accessOf(pdb).substr(5)},
+              {"mode", "0644"},
+              {"modified", statusOf(pdb).st_mtime},
+              {"schema_version", "1"},
+              {"schema_compatibility_version", "1"},
+              {"rows",
+               {{"payloads", 2},
+                {"dependencies", 1},
+                {"upgraded_payloads", 1},
+                {"payload_data", 1},
+                {"user_actions", 0}}},
+              {"unreadable", nullptr},
+              {"backup", "/Library/Application Support/Zelko/backup/pdb.db"},
+              {"backup_modified", statusOf("/Library/Application Support/Zelko/backup/pdb.db").st_mtime}}));
 
     std::string const table = shell("script -qec \"$veskdb list pdb\" /dev/null").out;
     EXPECT_THAT(table,
@@ -259,6 +280,7 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
         {"list", 2, "list needs a database"},
         {"list ddb", 2, "'ddb' is unknown; give pdb, pcd, cache or vesk"},
         {"list pdb X", 2, "too many words"},
+        {"list pdb pcd", 2, "too many words"},
         {"set vesk A --state installed", 2, "no set for vesk (the catalogue)"},
         {"remove vesk A", 2, "no remove for vesk (the catalogue)"},
         {"list pdb --state none", 2, "--state 'none' is unknown; give installed, not-installed or all"},
@@ -683,7 +705,9 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     sql(pdb, "UPDATE payloads SET installState = 0 WHERE PayloadID = 'OLD'");
     EXPECT_EQ(accessOf("/" + namesIn("/")[2]).substr(0, 4), "0644");
     EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
-    writeFile("/text", "text");
+    writeFile("/empty", "");
+    mustDo("backup pcd --to /empty");
+    writeFile("/text", "t");
     (void)!symlink("/copies.db", "/link");
     refuses({{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
              {"$veskdb backup pdb --to /copies.db", 2, "neither empty nor a copy of the payload database"},

@@ -1,5 +1,6 @@
 #include "tests/support/shell.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +15,9 @@ ShellResult runShell(ScratchRoot const& root, std::string const& script)
         std::string const err = root.outsidePath() + ".err";
         std::string const start =
             "exec >" + out + " 2>" + err + "\nunset LANG LC_ALL; export HOME=/nonexistent\n";
+        for (int const each : {SIGHUP, SIGINT, SIGQUIT}) {
+            signal(each, SIG_DFL); // nohup and shells' background jobs ignore them
+        }
         int const ended = std::system((start + "root=" + root.outsidePath() + "\n" + script).c_str());
         result = {WEXITSTATUS(ended), readFile(out), readFile(err)};
         unlink(out.c_str());

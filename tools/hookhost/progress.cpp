@@ -21,7 +21,7 @@ Progress::~Progress()
 void Progress::advance()
 {
     ++count;
-    if (!onTerminal || count % 256 != 0 || std::chrono::steady_clock::now() < next) {
+    if (!onTerminal || std::chrono::steady_clock::now() < next) {
         return;
     }
     next = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace hookhost {
 
@@ -19,15 +18,10 @@ bool isSystemFolder(std::string const& path)
 FolderTree::FolderTree(std::string const& root)
     : rootFolder(open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
-    if (rootFolder < 0) {
+    if (!rootFolder.isOpen()) {
         throw Refusal(kExitHostError,
                       fmt::format("root '{}' cannot be read: {}", root, std::strerror(errno)));
     }
-}
-
-FolderTree::~FolderTree()
-{
-    close(rootFolder);
 }
 
 Tree FolderTree::read(Tree const& before, std::function<void()> const& each) const
@@ -39,8 +33,8 @@ Tree FolderTree::read(Tree const& before, std::function<void()> const& each) con
         tree[path] = readEntry(folder, name, isKnown ? &*known->second : nullptr);
         each();
     };
-    add(rootFolder, ".", "/");
-    walk(rootFolder, ".", "/", [&](int folder, std::string const& name, std::string const& path) {
+    add(rootFolder.get(), ".", "/");
+    walk(rootFolder.get(), ".", "/", [&](int folder, std::string const& name, std::string const& path) {
         bool const belongs = !isSystemFolder(path);
         if (belongs) {
             add(folder, name, path);

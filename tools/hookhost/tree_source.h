@@ -2,6 +2,7 @@
 #ifndef TOOLS_HOOKHOST_TREE_SOURCE_H
 #define TOOLS_HOOKHOST_TREE_SOURCE_H
 
+#include "platform/descriptor.h"
 #include "tools/hookhost/tree_entry.h"
 
 #include <functional>
@@ -38,13 +39,11 @@ public:
     /// @param root  the root folder
     /// @throws Refusal if it cannot be read
     explicit FolderTree(std::string const& root);
-    ~FolderTree() override;
-
     Tree read(Tree const& before, std::function<void()> const& each) const override;
     std::optional<TreeEntry> original(std::string const& path) const override;
 
 private:
-    int const rootFolder;
+    platform::Descriptor const rootFolder;
 };
 
 } // namespace hookhost

@@ -13,10 +13,7 @@ void createInMemory(VeskiDataStore& store, Database const& database, int version
     store.schemaLists = database.store->schemas;
     store.schemaType = database.store->type;
     store.status = sqlite3_open(":memory:", &store.db) == SQLITE_OK ? kVeskOK : kVeskNoMemory;
-    int32_t status = store.status;
-    if (status == kVeskOK && pageSize != 0) {
-        status = store.queryNR("PRAGMA page_size = %d", pageSize);
-    }
+    int32_t status = store.queryNR("PRAGMA page_size = %d", pageSize); // 0 changes nothing
     for (int step = 1; status == kVeskOK && step <= version; ++step) {
         status = store.loadSchema(step);
     }

@@ -10,62 +10,71 @@
 #include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace veskdb {
 
 namespace {
 
-void closeOnce(int& descriptor)
+using platform::Descriptor;
+
+[[noreturn]] void refuse(int error)
 {
-    if (descriptor >= 0) {
-        close(descriptor);
-    }
-    descriptor = -1;
+    throw Refusal(kExitError,
+                  fmt::format("--format svg needs Graphviz's program dot: {}; install the package "
+                              "graphviz, or give --format dot or mermaid",
+                              std::strerror(error)));
 }
+
+/// A pipe that no program inherits.
+class Pipe
+{
+public:
+    Pipe()
+    {
+        std::array<int, 2> ends{};
+        if (pipe(ends.data()) != 0) {
+            refuse(errno);
+        }
+        for (int const end : ends) {
+            fcntl(end, F_SETFD, FD_CLOEXEC);
+        }
+        reader = Descriptor(ends[0]);
+        writer = Descriptor(ends[1]);
+    }
+
+    Descriptor reader;
+    Descriptor writer;
+};
 
 } // namespace
 
 Renderer::Renderer()
 {
-    std::array<int, 2> graph{};
-    std::array<int, 2> picture{};
-    std::array<int, 2> failure{};
-    for (auto* const each : {&graph, &picture, &failure}) {
-        if (pipe(each->data()) != 0 || fcntl((*each)[0], F_SETFD, FD_CLOEXEC) != 0 ||
-            fcntl((*each)[1], F_SETFD, FD_CLOEXEC) != 0) {
-            throw Refusal(kExitError, fmt::format("dot cannot be started: {}", std::strerror(errno)));
-        }
-    }
+    Pipe graph;
+    Pipe picture;
+    Pipe failure;
     child = fork();
     if (child == 0) {
-        dup2(graph[0], STDIN_FILENO);
-        dup2(picture[1], STDOUT_FILENO);
+        dup2(graph.reader.get(), STDIN_FILENO);
+        dup2(picture.writer.get(), STDOUT_FILENO);
         execlp("dot", "dot", "-Tsvg", static_cast<char*>(nullptr));
         int const error = errno;
-        _exit(write(failure[1], &error, sizeof error) > 0 ? 127 : 126);
+        _exit(write(failure.writer.get(), &error, sizeof error) > 0 ? 127 : 126);
     }
-    close(graph[0]);
-    close(picture[1]);
-    close(failure[1]);
-    input = graph[1];
-    output = picture[0];
-    int error = child < 0 ? errno : 0;
-    bool const failed = child < 0 || read(failure[0], &error, sizeof error) == sizeof error;
-    close(failure[0]);
-    if (failed) {
-        closeOnce(input);
-        closeOnce(output);
-        throw Refusal(kExitError,
-                      fmt::format("--format svg needs Graphviz's program dot: {}; install the package "
-                                  "graphviz, or give --format dot or mermaid",
-                                  std::strerror(error)));
+    failure.writer = Descriptor();
+    int error = errno;
+    if (child < 0 || read(failure.reader.get(), &error, sizeof error) == sizeof error) {
+        refuse(error);
     }
+    input = std::move(graph.writer);
+    output = std::move(picture.reader);
 }
 
 Renderer::~Renderer()
 {
-    closeOnce(input);
-    closeOnce(output);
+    input = Descriptor();
+    output = Descriptor();
     if (child > 0) {
         waitpid(child, nullptr, 0);
     }
@@ -73,12 +82,12 @@ Renderer::~Renderer()
 
 std::string Renderer::draw(std::string const& graph)
 {
-    int const error = common::writeAll(input, graph); // dot reads everything before it draws
-    closeOnce(input);
+    int const error = common::writeAll(input.get(), graph); // dot reads everything before it draws
+    input = Descriptor();
     std::string picture;
     std::array<char, 65536> buffer;
     ssize_t count = 0;
-    while ((count = read(output, buffer.data(), buffer.size())) > 0) {
+    while ((count = read(output.get(), buffer.data(), buffer.size())) > 0) {
         picture.append(buffer.data(), static_cast<std::size_t>(count));
     }
     int status = 0;

@@ -2,6 +2,8 @@
 #ifndef TOOLS_VESKDB_RENDERER_H
 #define TOOLS_VESKDB_RENDERER_H
 
+#include "platform/descriptor.h"
+
 #include <string>
 #include <sys/types.h>
 
@@ -26,8 +28,8 @@ public:
 
 private:
     pid_t child = -1;
-    int input = -1;
-    int output = -1;
+    platform::Descriptor input;
+    platform::Descriptor output;
 };
 
 } // namespace veskdb

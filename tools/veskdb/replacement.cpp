@@ -107,14 +107,12 @@ Replacement::Replacement(std::string const& targetPath)
     require(folder.isOpen(), folderPart(target), "no file can be created there");
     struct stat status = {};
     do {
-        if (file >= 0) {
-            close(file);
-        }
         name = randomName(base);
-        file = openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        require(file >= 0 || errno == EEXIST, folderPart(target), "no file can be created there");
+        file = platform::Descriptor(
+            openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        require(file.isOpen() || errno == EEXIST, folderPart(target), "no file can be created there");
         // Before it was locked, another process may have removed it as a leftover.
-    } while (file < 0 || flock(file, LOCK_EX | LOCK_NB) != 0 || fstat(file, &status) != 0 ||
+    } while (flock(file.get(), LOCK_EX | LOCK_NB) != 0 || fstat(file.get(), &status) != 0 ||
              status.st_nlink != 1);
 }
 
@@ -122,10 +120,6 @@ Replacement::~Replacement()
 {
     if (!published) {
         unlinkat(folder.get(), name.c_str(), 0);
-    }
-    close(file);
-    if (kept >= 0) {
-        close(kept);
     }
 }
 
@@ -142,7 +136,7 @@ void Replacement::copyFrom(RecordReader const& source) const
         errno = EIO;
         bool const read = source.readBytes(buffer.data(), static_cast<int>(size), offset);
         int const error =
-            read ? common::writeAll(file, {buffer.data(), static_cast<std::size_t>(size)}) : errno;
+            read ? common::writeAll(file.get(), {buffer.data(), static_cast<std::size_t>(size)}) : errno;
         errno = error;
         require(error == 0, target, "the database cannot be copied there");
         offset += size;
@@ -151,24 +145,25 @@ void Replacement::copyFrom(RecordReader const& source) const
 
 void Replacement::write(std::string_view bytes) const
 {
-    errno = common::writeAll(file, bytes);
+    errno = common::writeAll(file.get(), bytes);
     require(errno == 0, target, "the file cannot be written");
 }
 
 void Replacement::setAccess(uid_t owner, gid_t group, mode_t mode) const
 {
-    if (fchown(file, owner, group) != 0) {
-        (void)!fchown(file, static_cast<uid_t>(-1), group);
+    if (fchown(file.get(), owner, group) != 0) {
+        (void)!fchown(file.get(), static_cast<uid_t>(-1), group);
     }
-    fchmod(file, mode);
+    fchmod(file.get(), mode);
 }
 
 std::string Replacement::replaceTarget()
 {
-    require(fsync(file) == 0, target, "the new file cannot be synced to disk");
+    require(fsync(file.get()) == 0, target, "the new file cannot be synced to disk");
     std::string const aside = keepAside();
-    bool const placed =
-        kept < 0 ? takeFreeName() : renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
+    bool const placed = !kept.isOpen()
+                            ? takeFreeName()
+                            : renameat(folder.get(), name.c_str(), folder.get(), base.c_str()) == 0;
     if (!placed) {
         int const error = errno;
         if (!aside.empty()) {
@@ -200,12 +195,13 @@ bool Replacement::takeFreeName() const
 /// Not a hard link: the library does not accept a database with two names.
 std::string Replacement::keepAside()
 {
-    kept = openat(folder.get(), base.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (kept < 0 && errno == ENOENT) {
+    kept = platform::Descriptor(
+        openat(folder.get(), base.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!kept.isOpen() && errno == ENOENT) {
         return "";
     }
     struct stat status = {};
-    require(kept >= 0 && fstat(kept, &status) == 0, target, "it cannot be kept aside");
+    require(fstat(kept.get(), &status) == 0, target, "it cannot be kept aside");
     if (status.st_size == 0) {
         return "";
     }
@@ -222,7 +218,7 @@ std::string Replacement::keepAside()
         if (!made.isOpen()) {
             continue;
         }
-        bool const copied = copyBytes(kept, made.get());
+        bool const copied = copyBytes(kept.get(), made.get());
         (void)!fchown(made.get(), status.st_uid, status.st_gid);
         fchmod(made.get(), status.st_mode & 07777U);
         if (!copied || fsync(made.get()) != 0) {

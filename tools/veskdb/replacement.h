@@ -58,8 +58,9 @@ private:
     std::string const base; ///< the target's name in its folder
     platform::Descriptor const folder;
     std::string name;
-    int file = -1;
-    int kept = -1; ///< the previous file, open until the end: closing it releases this process's locks on it
+    platform::Descriptor file;
+    platform::Descriptor
+        kept; ///< the previous file, open until the end: closing it releases this process's locks on it
     bool published = false;
 };
 

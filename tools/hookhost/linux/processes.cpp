@@ -1,6 +1,5 @@
 #include "tools/hookhost/processes.h"
 
-#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -63,10 +62,8 @@ std::vector<RunningProcess> runningDescendants()
     std::map<pid_t, Listed> all;
     std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), closedir);
     for (dirent const* entry = nullptr; folder && (entry = readdir(folder.get())) != nullptr;) {
-        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) != 0) {
-            pid_t const id = static_cast<pid_t>(std::atoi(entry->d_name));
-            all[id] = readProcess(id);
-        }
+        auto const id = static_cast<pid_t>(std::atoi(entry->d_name)); // 0 for what is no process
+        all[id] = readProcess(id);
     }
     std::vector<RunningProcess> running;
     for (auto const& [id, process] : all) {
