@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -55,19 +54,14 @@ class VersionReading
 public:
     /// @param shared  whether other users may have crafted the file. Only then are views, functions, long values and
     ///                large schemas restricted, too: an administrator's own views must not prevent a file's upgrade
-    VersionReading(sqlite3* database, bool shared)
-        : db(database), mostChecks(shared ? mostChecksOfShared : mostChecksOfOwn)
+    VersionReading(sqlite3* database, bool shared) : db(database), restricted(shared)
     {
-        sqlite3_progress_handler(db, instructionsBetweenChecks, isOver, this);
-        if (shared) {
-            for (auto& limit : limits) {
-                limit.value = sqlite3_limit(db, limit.category, limit.value);
-            }
-            for (auto& setting : settings) {
-                sqlite3_db_config(db, setting.operation, -1, &setting.value);
-                sqlite3_db_config(db, setting.operation, 0, nullptr);
-            }
-            bounded = true;
+        auto* const interrupt = +[](void*) { return 1; };
+        sqlite3_progress_handler(db, shared ? mostInstructionsOfShared : mostInstructionsOfOwn, interrupt,
+                                 nullptr);
+        if (restricted) {
+            exchangeLimits();
+            sqlite3_db_config(db, enableViews, 0, nullptr); // for good: the library uses none
         }
     }
     VersionReading(VersionReading const&) = delete;
@@ -75,53 +69,37 @@ public:
     ~VersionReading()
     {
         sqlite3_progress_handler(db, 0, nullptr, nullptr);
-        if (bounded) {
-            for (auto const& limit : limits) {
-                sqlite3_limit(db, limit.category, limit.value);
-            }
-            for (auto const& setting : settings) {
-                sqlite3_db_config(db, setting.operation, setting.value, nullptr);
-            }
+        if (restricted) {
+            exchangeLimits();
         }
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    // Reading the versions of an intact file takes some hundred VDBE instructions. Of a schema, a row takes about ten,
-    // but its text is parsed between two of them and can take fifty times its length in memory.
-    static int const instructionsBetweenChecks = 1000;
-    static int const mostChecksOfOwn = 1000;
-    static int const mostChecksOfShared = 2;
-
-    static int isOver(void* object)
-    {
-        auto& reading = *static_cast<VersionReading*>(object);
-        return ++reading.checks > reading.mostChecks || Clock::now() > reading.end ? 1 : 0;
-    }
+    // Of a statement. Reading the versions of an intact file takes some hundred VDBE instructions. Of a schema, a row
+    // takes about ten, but its text is parsed between two of them and can take fifty times its length in memory.
+    static int const mostInstructionsOfOwn = 1'000'000;
+    static int const mostInstructionsOfShared = 2'000;
+    static int const enableViews = 1015; // SQLITE_DBCONFIG_ENABLE_VIEW; older SQLite versions ignore it
 
     struct Limit
     {
         int category;
         int value; // to set, then the one to restore
     };
-    struct Setting
+
+    void exchangeLimits()
     {
-        int operation;
-        int value; // to restore
-    };
+        for (auto& limit : limits) {
+            limit.value = sqlite3_limit(db, limit.category, limit.value);
+        }
+    }
 
     sqlite3* const db;
-    int const mostChecks;
-    Clock::time_point const end = Clock::now() + std::chrono::seconds(2);
-    int checks = 0;
-    bool bounded = false;
+    bool const restricted;
     std::array<Limit, 4> limits = {{{SQLITE_LIMIT_LENGTH, 1'000'000},
                                     {SQLITE_LIMIT_SQL_LENGTH, 2'000},
                                     {SQLITE_LIMIT_FUNCTION_ARG, 0},
                                     {SQLITE_LIMIT_VDBE_OP, 10'000}}};
-    // SQLITE_DBCONFIG_ENABLE_VIEW and SQLITE_DBCONFIG_TRUSTED_SCHEMA of newer SQLite versions; older ones ignore them.
-    std::array<Setting, 2> settings = {{{1015, 1}, {1017, 1}}};
 };
 
 /// A write transaction of a store. The destructor rolls it back unless it has been committed.
@@ -495,19 +473,6 @@ int32_t VeskiDataStore::queryList(char const*** values, char const* format, ...)
     return kVeskOK;
 }
 
-char const* VeskiDataStore::copyText(char const* text, unsigned long size)
-{
-    auto* const copy = static_cast<char*>(pool.malloc(size + 1));
-    if (copy == nullptr) {
-        return nullptr;
-    }
-    if (text != nullptr) {
-        std::memcpy(copy, text, size);
-    }
-    copy[size] = '\0';
-    return copy;
-}
-
 /// Copies the text of a column into the pool; null for an SQL NULL.
 int32_t VeskiDataStore::textOfColumn(sqlite3_stmt* statement, int column, char const*& text)
 {
@@ -517,6 +482,8 @@ int32_t VeskiDataStore::textOfColumn(sqlite3_stmt* statement, int column, char c
         return sqlite3_column_type(statement, column) == SQLITE_NULL ? kVeskOK : kVeskNoMemory;
     }
     // Not sqlite3_column_bytes: it locks the connection for each text, and callers read only up to the first zero.
-    text = copyText(value, std::strlen(value));
+    size_t const size = std::strlen(value) + 1;
+    void* const copy = pool.malloc(size);
+    text = copy != nullptr ? static_cast<char const*>(std::memcpy(copy, value, size)) : nullptr;
     return text != nullptr ? kVeskOK : kVeskNoMemory;
 }

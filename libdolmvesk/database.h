@@ -189,13 +189,6 @@ public:
     /// @return a buffer that lives as long as the store; null if there is no memory
     void* allocBuffer(unsigned long size) { return pool.malloc(size); }
 
-    /// Copies a text into the pool.
-    ///
-    /// @param text  null: an empty text is copied
-    /// @param size  bytes before the terminator
-    /// @return the copy, which lives as long as the store; null if there is no memory
-    char const* copyText(char const* text, unsigned long size);
-
 private:
     std::unique_ptr<class RestrictedVfs> restrictedVfs; ///< in a folder that others may write; else null
     std::shared_ptr<void> keptDescriptors;              ///< see veskiKeepDescriptors

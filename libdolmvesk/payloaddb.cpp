@@ -7,7 +7,6 @@
 #include <climits>
 #include <cstring>
 #include <ctime>
-#include <sqlite3.h>
 
 static_assert(sizeof(void*) != 4 || sizeof(PdbPayloadInfo) == 28, "seven 32-bit words");
 
@@ -158,56 +157,6 @@ int32_t recordUpgrades(VeskiDataStore& store, char const* payloadID)
                            [&](char const* other, bool&) { return writeUpgrade(store, other, payloadID); });
 }
 
-struct TableDeleter
-{
-    void operator()(char** table) const { sqlite3_free_table(table); }
-};
-
-struct TextDeleter
-{
-    void operator()(char* text) const { sqlite3_free(text); }
-};
-
-/// Reads a payload's record, through the connection itself: the store's queries return either one column or a flat
-/// list.
-int32_t readPayload(VeskiDataStore& store, char const* payloadID, PdbPayloadInfo& out)
-{
-    std::unique_ptr<char, TextDeleter> const statement(
-        sqlite3_mprintf("SELECT payloadID, productFamily, productName, version, signature, installState, "
-                        "installTime FROM payloads WHERE PayloadID = '%q'",
-                        payloadID));
-    if (statement == nullptr) {
-        return kVeskNoMemory;
-    }
-    char** cells = nullptr;
-    int rows = 0;
-    int columns = 0;
-    int const code = sqlite3_get_table(store.db, statement.get(), &cells, &rows, &columns, nullptr);
-    std::unique_ptr<char*, TableDeleter> const table(cells);
-    if (code != SQLITE_OK) {
-        return veskiSQLiteErrorMap(code);
-    }
-    if (rows == 0) {
-        return kVeskNotFound;
-    }
-    if (columns != 7) {
-        return kVeskError;
-    }
-    char const* const* const row = cells + columns; // after the column names
-    char const* texts[5];
-    for (int column = 0; column < 5; ++column) {
-        texts[column] = store.copyText(row[column], row[column] != nullptr ? std::strlen(row[column]) : 0);
-        if (texts[column] == nullptr) {
-            return kVeskNoMemory;
-        }
-    }
-    auto const number = [&](int column) {
-        return row[column] != nullptr ? veskiDecimalNumber(row[column]) : 0;
-    };
-    out = {texts[0], texts[1], texts[2], texts[3], texts[4], number(5), number(6)};
-    return kVeskOK;
-}
-
 } // namespace
 
 StoreDescription const payloadDatabase = {kSessionKindPayload, payloadFolder, dbName, gPdbSchemas, false,
@@ -313,7 +262,18 @@ int32_t pdbGetPayload(VeskSession* session, char const* payloadID, PdbPayloadInf
         return kVeskInvalidArgument;
     }
     return withStore(session, [&](VeskiDataStore& store) {
-        return store.status == kVeskOK ? readPayload(store, payloadID, *out) : int32_t{kVeskNotFound};
+        char const** row = nullptr;
+        int32_t const status =
+            store.queryList(&row,
+                            "SELECT payloadID, productFamily, productName, version, signature, installState, "
+                            "installTime FROM payloads WHERE PayloadID = '%q'",
+                            payloadID);
+        if (status == kVeskOK) {
+            auto const text = [&](int column) { return row[column] != nullptr ? row[column] : empty_string; };
+            auto const number = [&](int column) { return veskiDecimalNumber(text(column)); };
+            *out = {text(0), text(1), text(2), text(3), text(4), number(5), number(6)};
+        }
+        return status;
     });
 }
 

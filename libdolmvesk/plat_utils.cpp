@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <libgen.h>
@@ -60,20 +61,14 @@ private:
 class DatabaseSource
 {
 public:
-    /// @throws std::bad_alloc, even if it is SQLite that runs out of memory
-    explicit DatabaseSource(std::string const& source) : vfs(sqlite3_vfs_find(nullptr))
+    explicit DatabaseSource(std::string const& source) : vfs(sqlite3_vfs_find(nullptr)), code(open(source))
     {
-        if (vfs != nullptr) {
-            code = open(source);
-        }
         if (cannotBeOpened()) {
             // The file layer opens no link: like SQLite, pass it the resolved path.
-            std::vector<char> resolved(static_cast<size_t>(vfs->mxPathname) + 1);
-            int const found = vfs->xFullPathname(vfs, source.c_str(), vfs->mxPathname + 1, resolved.data());
+            std::array<char, PATH_MAX> resolved;
+            int const found =
+                vfs->xFullPathname(vfs, source.c_str(), static_cast<int>(resolved.size()), resolved.data());
             code = (found & 0xFF) == SQLITE_OK ? open(resolved.data()) : code;
-        }
-        if (code == SQLITE_NOMEM) {
-            throw std::bad_alloc();
         }
     }
     DatabaseSource(DatabaseSource const&) = delete;
@@ -110,7 +105,7 @@ private:
     sqlite3_vfs* vfs;
     std::unique_ptr<char[]> storage; // new[] aligns it for any object
     sqlite3_file* file = nullptr;
-    int code = SQLITE_NOMEM;
+    int code;
 };
 
 bool isSameFile(struct stat const& one, struct stat const& other)
@@ -128,7 +123,7 @@ Descriptor openTarget(std::string const& path, mode_t mode)
     struct stat status = {};
     bool const usable = fstat(target.get(), &status) == 0 && S_ISREG(status.st_mode) &&
                         (!shared || status.st_nlink == 1) && ftruncate(target.get(), 0) == 0;
-    return usable ? std::move(target) : Descriptor(-1);
+    return usable ? std::move(target) : Descriptor();
 }
 
 /// Copies the bytes that the source had when it was examined.
@@ -152,9 +147,7 @@ void giveAccessByPath(std::string const& path, DatabaseAccess const& access)
     if (stat(path.c_str(), &status) != 0) {
         return;
     }
-    if (isSuperUser() && (status.st_uid != access.owner || status.st_gid != access.group)) {
-        (void)!chown(path.c_str(), access.owner, access.group);
-    }
+    (void)!chown(path.c_str(), access.owner, access.group);
     (void)chmod(path.c_str(), (status.st_mode & S_IFDIR) != 0 ? access.folder : access.file);
 }
 
@@ -205,13 +198,12 @@ uint32_t veskiGetFileModTime(std::string const& path)
 
 bool veskiPathParent(std::string const& path, std::string& parent)
 {
-    parent = path; // dirname writes into its argument
-    char const* const folder = dirname(parent.data());
-    if (folder == parent.data()) {
-        parent.resize(std::strlen(folder));
-    } else {
-        parent = folder;
+    parent = path;
+    char const* const folder = dirname(parent.data()); // which cuts its argument
+    if (folder != parent.data()) {
+        parent = folder; // "." or "/"
     }
+    parent.resize(std::strlen(parent.c_str()));
     return true;
 }
 
@@ -220,9 +212,7 @@ bool veskiPathAppend(std::string const& base, std::string_view tail, std::string
     if (base.size() + tail.size() > longestPath) {
         return false;
     }
-    if (&out != &base) {
-        out = base;
-    }
+    out = base;
     if (tail.empty()) {
         return true;
     }
@@ -277,7 +267,7 @@ bool veskiLoadFileContents(std::string const& path, std::vector<unsigned char>& 
         return true;
     }
     Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen() || static_cast<uintmax_t>(status.st_size) > out.max_size()) {
+    if (static_cast<uintmax_t>(status.st_size) > out.max_size()) {
         return false;
     }
     out.resize(static_cast<size_t>(status.st_size));

@@ -3,7 +3,6 @@
 #include "platform/descriptor.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -103,10 +102,9 @@ enum class Found
 
 Found look(char const* path, struct stat& status)
 {
-    if (lstat(path, &status) != 0) {
-        return errno == ENOENT ? Found::kNothing : Found::kRefused;
-    }
-    return isAcceptable(status) ? Found::kAcceptable : Found::kRefused;
+    return lstat(path, &status) != 0 ? Found::kNothing
+           : isAcceptable(status)    ? Found::kAcceptable
+                                     : Found::kRefused;
 }
 
 /// Examines a file and makes it root's: no other user can then exchange it in a sticky folder.
@@ -125,12 +123,11 @@ Found bind(char const* path, struct stat& status)
     return bound ? Found::kAcceptable : Found::kRefused;
 }
 
-/// Creates a file that is root's from the start. Fails if the path exists.
-///
-/// @param mode  permission bits, less the process's umask. SQLite gives an empty journal its database's mode
-bool createEmpty(char const* path, mode_t mode)
+/// Creates a file that is root's from the start. Fails if the path exists. SQLite gives an empty journal its
+/// database's owner and mode.
+bool createEmpty(char const* path)
 {
-    return Descriptor(open(path, O_RDWR | O_CREAT | O_EXCL | examined, mode)).isOpen();
+    return Descriptor(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644)).isOpen();
 }
 
 /// Makes a folder root's and sticky if others may write it: then only a file's owner can exchange it.
@@ -171,7 +168,7 @@ bool veskiWithdrawFromOthers(std::string const& path)
     if ((status.st_mode & S_IWOTH) == 0) {
         return true;
     }
-    Descriptor const opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | examined));
+    Descriptor const opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | examined));
     return fstat(opened.get(), &status) == 0 && isRoots() &&
            fchmod(opened.get(), status.st_mode & 07777 & ~mode_t{S_IWOTH}) == 0;
 }
@@ -198,9 +195,7 @@ void veskiGiveAccessInSharedFolder(std::string const& path, DatabaseAccess const
         if (status.st_uid != access.owner || status.st_gid != access.group) {
             giveOwner(file, access.owner, access.group);
         }
-        if ((status.st_mode & 07777) != mode) {
-            giveMode(file, path, status, mode);
-        }
+        giveMode(file, path, status, mode);
     }
     keepOpen(std::move(file));
 }
@@ -209,13 +204,6 @@ void veskiGiveAccessInSharedFolder(std::string const& path, DatabaseAccess const
 struct RestrictedVfs::Calls
 {
     static RestrictedVfs& layerOf(sqlite3_vfs* vfs) { return *static_cast<RestrictedVfs*>(vfs); }
-
-    /// Offset of a file's methods: after the record of SQLite's own layer.
-    static size_t methodsOffset(sqlite3_vfs const& base)
-    {
-        size_t const alignment = alignof(sqlite3_io_methods);
-        return (static_cast<size_t>(base.szOsFile) + alignment - 1) / alignment * alignment;
-    }
 
     static int open(sqlite3_vfs* vfs, char const* name, sqlite3_file* file, int flags, int* outFlags)
     {
@@ -226,32 +214,21 @@ struct RestrictedVfs::Calls
         }
         struct stat status = {};
         bool const create = (flags & SQLITE_OPEN_CREATE) != 0;
-        mode_t mode = 0644;
         Found found = Found::kRefused;
-        if ((flags & SQLITE_OPEN_MAIN_DB) != 0 && name == layer.database) {
+        if (name == layer.database) {
             found = layer.mayChange ? bind(name, status) : look(name, status);
-        } else if ((flags & SQLITE_OPEN_MAIN_JOURNAL) != 0 && name == layer.journal && layer.mayChange) {
+        } else if (name == layer.journal && layer.mayChange) {
             if (create) { // SQLite holds a writer's lock, so an existing journal is of no use
                 unlink(name);
             }
-            mode = lstat(layer.database.c_str(), &status) == 0 ? status.st_mode & 0666 : mode;
             found = bind(name, status);
             flags = (flags & ~SQLITE_OPEN_READONLY) | SQLITE_OPEN_READWRITE; // does not block on a FIFO
         }
         // Before SQLite opens the name: it would change owner and mode of what another user has put there.
-        if (found == Found::kRefused || (found == Found::kNothing && create && !createEmpty(name, mode))) {
+        if (found == Found::kRefused || (found == Found::kNothing && create && !createEmpty(name))) {
             return SQLITE_CANTOPEN;
         }
-        int const opened = layer.base->xOpen(layer.base, name, file, flags, outFlags);
-        if (opened == SQLITE_OK) {
-            // Version 1 of the methods has no shared memory and no mapped files.
-            auto* const methods = reinterpret_cast<sqlite3_io_methods*>(reinterpret_cast<char*>(file) +
-                                                                        methodsOffset(*layer.base));
-            std::memcpy(methods, file->pMethods, offsetof(sqlite3_io_methods, xShmMap));
-            methods->iVersion = 1;
-            file->pMethods = methods;
-        }
-        return opened;
+        return layer.base->xOpen(layer.base, name, file, flags, outFlags);
     }
 
     static int remove(sqlite3_vfs* vfs, char const* name, int syncFolder)
@@ -287,7 +264,6 @@ RestrictedVfs::RestrictedVfs(std::string path, bool becomesRoots)
                             sizeof(sqlite3_vfs)};
     int const version = std::min(base->iVersion, 3);
     std::memcpy(static_cast<sqlite3_vfs*>(this), base, sizes[version - 1]);
-    szOsFile = static_cast<int>(Calls::methodsOffset(*base) + sizeof(sqlite3_io_methods));
     pNext = nullptr;
     zName = ownName.c_str();
     xOpen = Calls::open;

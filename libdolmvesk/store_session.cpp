@@ -20,20 +20,17 @@ bool existingStore(StoreDescription const& store, std::string& path)
 bool rootClosedToOthers(std::string& root)
 {
     bool const formed = veskiDbPath(root);
-    if (formed) {
-        veskiWithdrawFromOthers(root);
-    }
+    veskiWithdrawFromOthers(root);
     return formed;
 }
 
 bool appendAll(char const* const* components, std::string& path)
 {
-    for (; *components != nullptr; ++components) {
-        if (!veskiPathAppend(path, *components, path)) {
-            return false;
-        }
+    bool appended = true;
+    for (; *components != nullptr && appended; ++components) {
+        appended = veskiPathAppend(path, *components, path);
     }
-    return true;
+    return appended;
 }
 
 } // namespace

@@ -44,7 +44,7 @@ public:
     /// Gives a folder the home's own owner, group, permission bits and dates, each if the rights allow it.
     void giveOwnAttributes(std::string const& below) const;
 
-    /// Copies a file, or a folder with all its contents, with owner, group, permission bits and dates, each if the
+    /// Copies a file, or a folder with all its contents, with owner and group, permission bits and dates, each if the
     /// rights allow it. A link is copied as a link. No copied file keeps a set-user, set-group or sticky bit: its owner
     /// may differ from the source's. Holes are preserved.
     ///

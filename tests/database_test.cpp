@@ -20,11 +20,16 @@ char const createTrigger[] = "CREATE TRIGGER refuse BEFORE UPDATE ON items WHEN 
 char const* const first[] = {createMeta, versionRow, compatibleRow, createItems, createTrigger, nullptr};
 char const* const second[] = {"UPDATE pcd_meta SET value = 2 WHERE key = 'schema_version'",
                               "ALTER TABLE items ADD COLUMN unit TEXT", nullptr};
+char const* const lengthy[] = {
+    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200000) "
+    "SELECT count(*) FROM n",
+    second[0], nullptr};
 char const* const broken[] = {"INSERT INTO items (name) VALUES ('half')", "no such statement", nullptr};
 char const* const deferred[] = {"PRAGMA foreign_keys = OFF", "CREATE TABLE half (x)",
                                 "CREATE TABLE other (x)", nullptr};
 
 StatementList const twoVersions[] = {first, second, nullptr};
+StatementList const lengthySecond[] = {first, lengthy, nullptr};
 StatementList const brokenFirst[] = {broken, second, nullptr};
 StatementList const brokenSecond[] = {first, broken, nullptr};
 StatementList const oneVersion[] = {first, nullptr};
@@ -114,6 +119,8 @@ TEST_F(DataStore, OpeningDependsOnWhatThePathNames)
 
 TEST_F(DataStore, SchemaVersionsAreLoadedOneByOne)
 {
+    EXPECT_EQ(open(lengthySecond)->status, kVeskOK); // only reading a file's versions is limited
+    root.renew();
     auto const store = open(oneVersion, kSchemaTypePayload);
     for (int version : {0, -1, INT32_MIN}) {
         EXPECT_EQ(store->loadSchema(version), kVeskInvalidArgument);
@@ -189,7 +196,14 @@ TEST_F(DataStore, TheFirstChangeOpensTheTransaction)
     EXPECT_EQ(store->queryNR("UPDATE items SET amount = 10"), kVeskOK);
     EXPECT_EQ(store->rollback(), kVeskOK);
     EXPECT_EQ(store->rollback(), kVeskOK);
-    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 11"), kVeskOK);
+    // Without a transaction, nothing is changed.
+    auto const denyTransactions = [](void*, int action, char const*, char const*, char const*, char const*) {
+        return action == SQLITE_TRANSACTION ? SQLITE_DENY : SQLITE_OK;
+    };
+    sqlite3_set_authorizer(store->db, denyTransactions, nullptr);
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 11"), kVeskAccessDenied);
+    sqlite3_set_authorizer(store->db, nullptr, nullptr);
+    EXPECT_EQ(store->queryNR("UPDATE items SET amount = 12"), kVeskOK);
     EXPECT_EQ(store->dbClose(), kVeskOK); // closing commits nothing
     EXPECT_EQ(rows(file, "SELECT amount FROM items"), "9");
 }

@@ -2,7 +2,9 @@
 #include "tests/support/log_recorder.h"
 #include "tests/support/scratch_root.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
+#include <iterator>
 
 using namespace testing_support;
 
@@ -14,6 +16,9 @@ TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhaseAndRefusesOthers)
 {
     LogRecorder recorder;
     // clang-format off
+    using Lines = std::vector<std::string>;
+    std::string const helpers = "* Opening PDB Session", identifier = "* Inside Creating UUID", code = "* Begin Extracting Tessarine ZelkoCode";
+    std::string const events = "* Function start, to copy customevents.dat file from previous install";
     std::string const procedures[3][5] = {
         {"InstallPreSystemCheckProc", "PrePayloadInstallProc", "PostPayloadInstallProc", "InstallSessionOpenProc", "InstallSessionCloseProc"},
         {"ReinstallPreSystemCheckProc", "PrePayloadReinstallProc", "PostPayloadReinstallProc", "ReinstallSessionOpenProc", "ReinstallSessionCloseProc"},
@@ -33,9 +38,17 @@ TEST_F(HookDispatch, RunsTheProcedureOfEachModeAndPhaseAndRefusesOthers)
             EXPECT_EQ(lines[0], known       ? "::FT::In " + procedures[mode][phase]
                                 : knownMode ? "::FT::Unsupported entry mode specified."
                                             : "::FT::Unsupported install mode specified.");
-            // Only phases with custom actions log more lines.
-            EXPECT_EQ(lines.size() > 1, known && (phase == kHookPreSystemCheck ||
-                                                  (phase == kHookPostPayload && mode != kHookUninstall)));
+            // The custom actions that run, by their first lines.
+            std::vector<std::string> actions;
+            std::copy_if(lines.begin(), lines.end(), std::back_inserter(actions), [&](auto const& line) {
+                return line == helpers || line == identifier || line == events || line == code;
+            });
+            bool const postPayload = known && phase == kHookPostPayload;
+            EXPECT_EQ(actions, known && phase == kHookPreSystemCheck   ? Lines{helpers}
+                               : postPayload && mode == kHookInstall   ? (Lines{identifier, events})
+                               : postPayload && mode == kHookReinstall ? (Lines{code, events})
+                                                                       : Lines());
+            EXPECT_EQ(lines.size() > 1, !actions.empty());
             EXPECT_EQ(QvInstallerCustomHookProc(properties, phase, mode, 77, nullptr), status);
         }
     }

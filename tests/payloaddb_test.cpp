@@ -175,9 +175,11 @@ TEST_F(PayloadDatabase, MarkingInstalledChecksConflictsAndRecordsUpgrades)
 
 TEST_F(PayloadDatabase, AddingReplacesTheRecordAndKeepsRelationsAndData)
 {
-    openWith("CREATE TRIGGER t BEFORE INSERT ON dependencies WHEN NEW.PayloadIDb = 'bad' BEGIN SELECT "
-             "RAISE(ABORT, ''); END; CREATE TRIGGER u BEFORE UPDATE ON payloads WHEN NEW.PayloadID = 'U' "
-             "BEGIN SELECT RAISE(ABORT, ''); END");
+    openWith(
+        "CREATE TRIGGER t BEFORE INSERT ON dependencies WHEN NEW.PayloadIDb = 'bad' BEGIN SELECT "
+        "RAISE(ABORT, ''); END; CREATE TRIGGER u BEFORE UPDATE ON payloads WHEN NEW.PayloadID = 'U' "
+        "BEGIN SELECT RAISE(ABORT, ''); END; CREATE TRIGGER v BEFORE INSERT ON payloads WHEN NEW.PayloadID = 'V' "
+        "BEGIN SELECT RAISE(ABORT, ''); END");
     char const *const conflicts[] = {"B", "C", no}, *const upgrades[] = {"C", "D", no};
     char const* const withBad[] = {"E", "bad", "F", no};
     EXPECT_TRUE(allGive(kVeskOK, {pdbAddPayload(s, "A", "old", "old", "old", "old", conflicts, upgrades),
@@ -192,7 +194,8 @@ TEST_F(PayloadDatabase, AddingReplacesTheRecordAndKeepsRelationsAndData)
 
     // The first failure ends the call, and what it has written stays. Only a refused time stamp is ignored.
     EXPECT_TRUE(allGive(kVeskConstraint, {pdbAddPayload(s, "A", "", "", "", "", withBad, upgrades),
-                                          pdbAddPayload(s, "N", "", "", "", "", nullptr, withBad)}));
+                                          pdbAddPayload(s, "N", "", "", "", "", nullptr, withBad),
+                                          pdbAddPayload(s, "V", "", "", "", "", upgrades, nullptr)}));
     EXPECT_EQ(stored("SELECT PayloadID || PayloadIDb FROM dependencies WHERE PayloadIDb > 'D'"), "AE,NE");
     EXPECT_EQ(pdbAddPayload(s, "U", "", "", "", "", nullptr, nullptr), kVeskOK);
     EXPECT_EQ(stored("SELECT installTime FROM payloads WHERE PayloadID = 'U'"), "NULL");
@@ -210,6 +213,9 @@ TEST_F(PayloadDatabase, RemovingAlsoRemovesUpgradedOriginals)
         {"X", kVeskOK, "Q,R", // a null entry ends the list
          "DROP TABLE upgraded_payloads; CREATE TABLE upgraded_payloads (payloadIDOriginal, payloadIDUpgraded); "
          "INSERT INTO upgraded_payloads VALUES ('P', 'X'), (NULL, 'X'), ('Q', 'X')"},
+        {"X", kVeskOK, "P,Q,R", // so does a null second one
+         "DROP TABLE upgraded_payloads; CREATE TABLE upgraded_payloads (payloadIDOriginal, payloadIDUpgraded); "
+         "INSERT INTO upgraded_payloads VALUES ('P', NULL), ('Q', 'X')"},
         {"X", kVeskError, "P,Q,R,X", "ALTER TABLE upgraded_payloads RENAME COLUMN payloadIDOriginal TO x"},
     };
     // clang-format on
@@ -251,6 +257,9 @@ TEST_F(PayloadDatabase, PayloadsAreListedAndRead)
                   each.texts);
         EXPECT_TRUE(i.installTime == each.time && i.installState == each.state && state == each.state);
     }
+    VeskSession withoutStore{nullptr, kSessionKindPayload};
+    EXPECT_EQ(pdbGetInstallState(&withoutStore, "late", &(state = 77)), kVeskNoDataStore);
+    EXPECT_EQ(state, 0);
     EXPECT_EQ(pdbSetInstallState(s, "unknown", kPdbInstalled), kVeskOK); // no row, no error
 }
 

@@ -1,6 +1,7 @@
 #include "libdolmvesk/plat_utils.h"
 #include "libdolmvesk/vesk_status.h"
 #include "tests/support/database_file.h"
+#include "tests/support/faults.h"
 #include "tests/support/scratch_root.h"
 
 #include <gmock/gmock.h>
@@ -28,17 +29,21 @@ TEST_F(FileHelpers, PathsAreJoinedWithOneSlash)
         EXPECT_EQ(veskiPathAppend(each.base, each.tail, out), !each.joined.empty());
         EXPECT_EQ(out, each.joined.empty() ? "untouched" : each.joined);
     }
+    std::string parent;
+    EXPECT_TRUE(veskiPathParent("/a/b", parent) && parent == "/a");
 }
 
 TEST_F(FileHelpers, OnlyTheSuperUserCreatesFolders)
 {
     writeFile("/a/file", "");
+    ASSERT_EQ(symlink("nowhere", "/a/lost"), 0);
     // clang-format off
     struct { std::string path; int32_t asRoot, asUser; } const cases[] = {
         {"/a/b/c", kVeskOK, kVeskAccessDenied},
         {"/a", kVeskOK, kVeskOK},
         {"/a/file", kVeskIOError, kVeskIOError},
         {"/a/file/b", kVeskIOError, kVeskIOError},
+        {"/a/lost", kVeskIOError, kVeskAccessDenied},
         {"/a/d/" + std::string(300, 'n'), kVeskInvalidArgument, kVeskAccessDenied},
     };
     // clang-format on
@@ -49,7 +54,7 @@ TEST_F(FileHelpers, OnlyTheSuperUserCreatesFolders)
                 EXPECT_EQ(veskiCreatePath(each.path), each.asUser) << each.path;
             }
         });
-        EXPECT_EQ(namesIn("/a"), Texts{"file"});
+        EXPECT_EQ(namesIn("/a"), (Texts{"file", "lost"}));
     }
     umask(077);
     for (auto const& each : cases) {
@@ -57,6 +62,11 @@ TEST_F(FileHelpers, OnlyTheSuperUserCreatesFolders)
     }
     EXPECT_EQ(veskiCreateDirectory("/a/file"), kVeskIOError);
     EXPECT_EQ(veskiCreateDirectory("/a/b"), kVeskOK);
+    EXPECT_EQ(veskiCreateDirectory("/missing/a"), kVeskIOError);
+    arm({" mkdir ", EACCES}, 1, Strike::kOnce);
+    EXPECT_EQ(veskiCreateDirectory("/a/c"), kVeskAccessDenied);
+    EXPECT_TRUE(disarm());
+    EXPECT_EQ(veskiGetFileModTime("/a/c"), 0U);
     EXPECT_EQ(accessOf("/a/b/c"), "0775 0:0");
     EXPECT_EQ(umask(022), 077U);
 }
@@ -72,6 +82,7 @@ TEST_F(FileHelpers, CopiesAreCompleteAtEverySize)
         writeFile("/source", content);
         chmod("/source", 0600);
         writeFile("/target", std::string(50000, 'o'));
+        chmod("/target", 0660);
         EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/target"));
         EXPECT_TRUE(readFile("/target") == content);
         EXPECT_EQ(accessOf("/target") + accessOf("/source"), "0644 0:00600 0:0");
@@ -80,6 +91,20 @@ TEST_F(FileHelpers, CopiesAreCompleteAtEverySize)
         EXPECT_TRUE(std::string(bytes.begin(), bytes.end()) == content);
         EXPECT_FALSE(veskiLoadFileContents("/missing", bytes) || veskiLoadFileContents("/", bytes));
     }
+    std::vector<unsigned char> bytes{9};
+    ASSERT_EQ(mkfifo("/pipe", 0644), 0);
+    EXPECT_TRUE(veskiLoadFileContents("/pipe", bytes) && bytes.empty());
+    EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/pipe"));
+    writeFile("/large", "");
+    ASSERT_EQ(truncate("/large", off_t{5} << 30), 0);
+    EXPECT_FALSE(sizeof(void*) == 4 && veskiLoadFileContents("/large", bytes));
+    unlink("/target");
+    ASSERT_EQ(chmod("/source", 0604), 0);
+    arm({" write ", ENOSPC}, 2, Strike::kOnce);
+    EXPECT_FALSE(veskiCopyDatabaseFile("/source", "/target"));
+    EXPECT_TRUE(disarm());
+    EXPECT_EQ(accessOf("/target"), "0604 0:0"); // what a failure leaves has the mode of the source
+    ASSERT_EQ(chmod("/source", 0600), 0);
     EXPECT_FALSE(veskiCopyDatabaseFile("/missing", "/target"));
     EXPECT_TRUE(veskiCopyDatabaseFile("/source", "/missing/target")); // nothing is copied; not an error
     EXPECT_FALSE(exists("/missing"));

@@ -23,6 +23,7 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace testing_support;
@@ -63,11 +64,11 @@ void plantLink(std::string const& to, std::string const& path)
 
 __user_cap_header_struct capabilityHeader = {_LINUX_CAPABILITY_VERSION_3, 0};
 
-uint32_t effectiveCapabilities()
+uint64_t effectiveCapabilities()
 {
     __user_cap_data_struct data[2] = {};
     EXPECT_EQ(syscall(SYS_capget, &capabilityHeader, data), 0);
-    return data[0].effective | data[1].effective;
+    return data[0].effective | uint64_t{data[1].effective} << 32U;
 }
 
 std::vector<int> descriptorsForPrograms()
@@ -93,19 +94,37 @@ void expectNothingForPrograms()
 Texts carryEventsOver()
 {
     static Texts lines;
+    static uint64_t capabilities;
     lines.clear();
-    copyCustomEventsDATfileFromPreviousInstall({nullptr, 0, 0, 0, [](char const* line) {
-                                                    EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
-                                                    EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
-                                                    EXPECT_EQ(getgroups(0, nullptr), 2);
-                                                    int deathSignal = 0;
-                                                    prctl(PR_GET_PDEATHSIG, &deathSignal);
-                                                    EXPECT_TRUE(deathSignal == SIGUSR1 ||
-                                                                !HOME_IN_ENVIRONMENT_COUNTS);
-                                                    lines.push_back(LogRecorder::shortened(line));
-                                                }});
+    capabilities = effectiveCapabilities();
+    copyCustomEventsDATfileFromPreviousInstall(
+        {nullptr, 0, 0, 0, [](char const* line) {
+             EXPECT_EQ(setfsuid(static_cast<uid_t>(-1)), 0);
+             EXPECT_EQ(setfsgid(static_cast<gid_t>(-1)), 0);
+             gid_t groups[2] = {};
+             EXPECT_EQ(getgroups(2, groups), 2);
+             EXPECT_THAT(groups, ElementsAre(7, 8));
+             EXPECT_EQ(effectiveCapabilities(), capabilities);
+             int deathSignal = 0;
+             prctl(PR_GET_PDEATHSIG, &deathSignal);
+             EXPECT_TRUE((deathSignal == SIGUSR1 && prctl(PR_GET_DUMPABLE) == 1) ||
+                         !HOME_IN_ENVIRONMENT_COUNTS);
+             lines.push_back(LogRecorder::shortened(line));
+         }});
     lines.erase(lines.begin());
     return lines;
+}
+
+/// Makes folders inside each other in place of the older events file.
+void nestFolders(int levels)
+{
+    unlink(older.c_str());
+    std::string deepest = older;
+    for (int level = 1; level < levels; ++level) {
+        deepest += "/d";
+    }
+    makeFolders(deepest);
+    give(older);
 }
 
 class Home : public ScratchRootTest
@@ -115,7 +134,7 @@ protected:
     {
         SKIP_WITHOUT_OTHER_USERS();
         gid_t const groups[] = {7, 8};
-        ASSERT_EQ(setgroups(2, groups) + prctl(PR_SET_PDEATHSIG, SIGUSR1), 0);
+        ASSERT_EQ(setgroups(2, groups) + prctl(PR_SET_PDEATHSIG, SIGUSR1) + prctl(PR_SET_DUMPABLE, 1), 0);
     }
     void TearDown() override
     {
@@ -159,8 +178,7 @@ TEST_F(Home, NothingIsReachedThatItsOwnerCannotReach)
         {"a hard link for the version folder", [] { link("/victims/file", versionFolder.c_str()); }, created},
         {"a hard link for the data folder", [] { makeFolders(versionFolder); give(versionFolder);
             link("/victims/file", dataFolder.c_str()); }, {existed[0], existed[1], existed[2], "::FT::Giving Permission to Tessarine", existed[3]}},
-        {"folders without end", [] { unlink(older.c_str()); std::string deep = older;
-            for (int level = 0; level < 150; ++level) { deep += "/d"; } makeFolders(deep); give(older); }, created},
+        {"too many nested folders", [] { nestFolders(101); }, created},
         {"a folder with a file that its owner cannot read", [] { unlink(older.c_str()); makeFolders(older); give(older);
             link("/victims/file", (older + "/file").c_str()); }, created},
     };
@@ -174,6 +192,10 @@ TEST_F(Home, NothingIsReachedThatItsOwnerCannotReach)
         expectUntouchedVictims();
     }
     EXPECT_THAT(namesIn(dataFolder), IsEmpty()); // after the last case: no partial copy is left
+    makeHome();
+    nestFolders(100);
+    carryEventsOver();
+    EXPECT_TRUE(exists(target + "/d") || !HOME_IN_ENVIRONMENT_COUNTS);
 }
 
 TEST_F(Home, ACopiedLinkIsItsOwnersAndLeadsNowhere)
@@ -215,7 +237,9 @@ TEST_F(Home, HonestLinksAreFollowed)
         EXPECT_EQ(carryEventsOver(), created);
         EXPECT_EQ(readFile(target), "events");
         EXPECT_EQ(accessOf(target), "0644 501:20");
+        arm({" linkat ", EIO}, 1, Strike::kOnce);
         EXPECT_THAT(carryEventsOver(), ElementsAre(existed[1], existed[2], existed[3]));
+        EXPECT_FALSE(disarm()) << "copied, although the file exists";
     }
 }
 
@@ -224,12 +248,17 @@ TEST_F(Home, AFolderClosedToItsOwnerIsOpened)
     makeHome();
     makeFolders("/elsewhere/Tessarine");
     give("/elsewhere");
-    ASSERT_EQ(chmod("/elsewhere/Tessarine", 0500) + chmod(home.c_str(), 0751), 0);
+    give("/elsewhere/Tessarine", ann, 30);
+    ASSERT_EQ(chmod("/elsewhere/Tessarine", 0100) + chmod(home.c_str(), 0751), 0);
     plantLink("/elsewhere", versionFolder);
     EXPECT_EQ(carryEventsOver(), (Texts{existed[0], existed[1], existed[2],
                                         "::FT::Giving Permission to Tessarine", existed[3]}));
     EXPECT_EQ(accessOf("/elsewhere/Tessarine"), "0751 501:20");
     EXPECT_EQ(readFile(target), "events");
+    timespec const dates[] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(chmod("/elsewhere", 0500) + utimensat(AT_FDCWD, home.c_str(), dates, 0), 0);
+    carryEventsOver();
+    EXPECT_EQ(statusOf("/elsewhere").st_mtime, 2000);
 }
 
 TEST_F(Home, RootsOwnFoldersAreServedByRoot)
@@ -242,6 +271,7 @@ TEST_F(Home, RootsOwnFoldersAreServedByRoot)
     struct { char const* name; std::function<void()> arrange; Texts lines; std::string access, copied; } const cases[] = {
         {"all of it is root's", [] {}, created, "0751 501:20", "0600 0:0"},
         {"a data folder of root's alone", [] { makeFolders(dataFolder); chmod(dataFolder.c_str(), 0700); }, existed, "0700 0:0", "0600 0:0"},
+        {"an older folder of root's alone", [] { chmod((product + "11.0/Tessarine").c_str(), 0700); }, created, "0751 501:20", "0600 0:0"},
         {"a dangling link for the events file", [] { unlink(older.c_str()); symlink("nowhere", older.c_str()); }, Texts(4, created[0]), "", ""},
         {"a file for the data folder", [] { makeFolders(versionFolder); writeFile(dataFolder, ""); chmod(dataFolder.c_str(), 0600); },
          {existed[0], existed[1], existed[2], opened, existed[3]}, "0600 0:0", ""},
@@ -318,20 +348,33 @@ TEST_F(Home, NothingIsReachedByAnExchangeAtAnyMoment)
     }
 }
 
-TEST_F(Home, ALinkThatIsExchangedWhileItIsCopiedIsNotCutShort)
+TEST_F(Home, WhatIsExchangedWhileItIsCopiedIsCopiedWholeOrNotAtAll)
 {
-    for (int nth = 1, struck = 1; struck != 0; ++nth) {
-        makeHome();
-        ASSERT_EQ(rename(older.c_str(), (older + "1").c_str()), 0);
-        plantLink("customevents.dat1", older);
-        intrude = [] { unlink(older.c_str()), plantLink("./customevents.dat1", older); };
-        arm({" setfsuid ", 0}, nth, Strike::kIntrusion);
-        carryEventsOver();
-        struck = disarm() ? 1 : 0;
-        if (exists(target)) {
-            EXPECT_THAT(std::filesystem::read_symlink(target),
-                        testing::AnyOf("customevents.dat1", "./customevents.dat1"))
-                << nth;
+    auto const plantPipe = [] { mkfifo(older.c_str(), 0666); };
+    auto const plantOneLink = [] { plantLink("customevents.dat1", older); };
+    auto const plantOther = [] { plantLink("./customevents.dat1", older); };
+    auto const plantFile = [] { writeFile(older, "events"), give(older); };
+    auto const plantShorter = [] { writeFile(older, ""); };
+    for (auto const& [first, second] :
+         std::initializer_list<std::pair<std::function<void()>, std::function<void()>>>{
+             {plantOneLink, plantOther}, {plantFile, plantPipe}, {plantFile, plantShorter}}) {
+        for (int nth = 1, struck = 1; struck != 0 && !HasFailure(); ++nth) {
+            SCOPED_TRACE(nth);
+            makeHome();
+            ASSERT_EQ(rename(older.c_str(), (older + "1").c_str()), 0);
+            first();
+            intrude = [&plant = second] { unlink(older.c_str()), plant(); };
+            arm({" setfsuid sendfile64 ", 0}, nth, Strike::kIntrusion);
+            alarm(20);
+            carryEventsOver();
+            alarm(0);
+            struck = disarm() ? 1 : 0;
+            if (exists(target) && std::filesystem::is_symlink(target)) {
+                EXPECT_THAT(std::filesystem::read_symlink(target),
+                            testing::AnyOf("customevents.dat1", "./customevents.dat1"));
+            } else if (exists(target)) {
+                EXPECT_THAT(readFile(target), testing::AnyOf("events", ""));
+            }
         }
     }
 }
@@ -355,6 +398,7 @@ TEST_F(Home, AUserWhoOpensTheCopyReadsNothingThatOnlyRootMayRead)
         struck = disarm() ? 1 : 0;
         char byte = 0;
         EXPECT_FALSE(read(opened, &byte, 1) == 1) << nth;
+        EXPECT_TRUE(!exists(target) || readFile(target) == "events") << nth;
         close(opened);
     }
 }
@@ -380,22 +424,71 @@ TEST_F(Home, ACopyIsPublishedWhereTheFileSystemLacksCalls)
         EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
         EXPECT_EQ(readFile(target), HOME_IN_ENVIRONMENT_COUNTS ? "newer" : "events");
     }
+    makeHome();
+    nestFolders(1);
+    arm({" renameat2 ", EINVAL}, 1, Strike::kFromThenOn);
+    carryEventsOver();
+    EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
+    EXPECT_FALSE(HOME_IN_ENVIRONMENT_COUNTS && !namesIn(dataFolder).empty());
 }
 
 TEST_F(Home, NothingIsLookedAtWithoutTheRightsOfItsOwner)
 {
-    makeHome();
-    inChildProcess([] {
-        __user_cap_data_struct data[2] = {};
-        ASSERT_EQ(syscall(SYS_capget, &capabilityHeader, data), 0);
-        data[0].effective &= ~(1U << CAP_SETUID);
-        ASSERT_EQ(syscall(SYS_capset, &capabilityHeader, data), 0);
-        prctl(PR_SET_PDEATHSIG, SIGUSR1);
-        EXPECT_EQ(carryEventsOver(), Texts(4, created[0]));
-    });
+    for (int const capability : {CAP_SETUID, CAP_SETGID}) {
+        makeHome();
+        inChildProcess([&] {
+            __user_cap_data_struct data[2] = {};
+            ASSERT_EQ(syscall(SYS_capget, &capabilityHeader, data), 0);
+            data[0].effective &= ~(1U << static_cast<unsigned>(capability));
+            ASSERT_EQ(syscall(SYS_capset, &capabilityHeader, data), 0);
+            prctl(PR_SET_PDEATHSIG, SIGUSR1);
+            EXPECT_EQ(carryEventsOver(), Texts(4, created[0]));
+        });
+    }
+    platform::Account const account = {ann, staff};
+    arm({" getgroups ", EINVAL}, 2, Strike::kOnce);
+    EXPECT_FALSE(platform::ThreadRights(&account).taken() && HOME_IN_ENVIRONMENT_COUNTS);
+    disarm();
     makeHome();
     ASSERT_EQ(chown(home.c_str(), 0, 0) + chmod(home.c_str(), 01777), 0);
     EXPECT_EQ(carryEventsOver(), Texts(4, created[0])); // root's own rights would follow any user's links
+}
+
+TEST_F(Home, TheDeathOfAParentIsToldWhenTheRightsAreGivenBack)
+{
+    if (!HOME_IN_ENVIRONMENT_COUNTS) {
+        GTEST_SKIP() << "macOS knows no such signal";
+    }
+    int told[2] = {}, taken[2] = {}, alive[2] = {};
+    ASSERT_EQ(pipe(told) + pipe(taken) + pipe(alive), 0);
+    static int answer;
+    answer = told[1];
+    char byte = 0;
+    pid_t const parent = fork();
+    if (parent == 0) {
+        if (fork() != 0) {
+            _exit(read(taken[0], &byte, 1) == 1 ? 0 : 1); // dies as soon as its child has the rights
+        }
+        close(alive[1]);
+        signal(SIGUSR1, [](int) { _exit(write(answer, "s", 1) == 1 ? 0 : 1); });
+        prctl(PR_SET_PDEATHSIG, SIGUSR1);
+        {
+            platform::Account const account = {ann, staff};
+            platform::ThreadRights const rights(&account);
+            (void)!write(taken[1], "t", 1);
+            (void)!read(alive[0], &byte, 1); // until the last process that has the other end is gone
+        }
+        _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(parent, &status, 0), parent);
+    for (int const end : {alive[1], told[1]}) {
+        close(end);
+    }
+    EXPECT_EQ(read(told[0], &byte, 1), 1) << "the child has ended without the signal";
+    for (int const end : {told[0], taken[0], taken[1], alive[0]}) {
+        close(end);
+    }
 }
 
 // --- the machine's own folders
@@ -416,16 +509,33 @@ TEST_F(Machine, AnOpenMaskLeavesNothingOpen)
     };
     Texts const closed = {"0755 0:0", "0755 0:0", "0755 0:0", "0644 0:0"};
     umask(0);
+    intrude = expectNothingForPrograms;
+    arm({" write ", 0}, 1, Strike::kIntrusion);
     createUUIDFile(LogRecorder::session());
+    EXPECT_EQ(disarm(), HOME_IN_ENVIRONMENT_COUNTS);
     EXPECT_EQ(access(), closed);
     // As earlier versions left them.
+    for (auto const& path : paths) {
+        chmod(path.c_str(), statusOf(path).st_mode | 0022);
+    }
+    ASSERT_EQ(link(paths[3].c_str(), "/second"), 0);
+    createUUIDFile(LogRecorder::session());
+    EXPECT_EQ(accessOf("/second"), "0666 0:0"); // perhaps another user's second name
+    ASSERT_EQ(unlink("/second"), 0);
     for (auto const& path : paths) {
         chmod(path.c_str(), statusOf(path).st_mode | 0022);
     }
     VeskSession* session = nullptr;
     EXPECT_EQ(pdbOpenSession(&session) + pdbCloseSession(session), 0);
     EXPECT_EQ(access()[0], "0775 0:0");
+    ASSERT_EQ(chown(paths[0].c_str(), ann, staff) + chmod(paths[0].c_str(), 0777), 0);
+    veskBackup();
+    EXPECT_EQ(access()[0], "0777 501:20"); // only what is root's
+    ASSERT_EQ(chown(paths[0].c_str(), 0, 0) + chmod(paths[0].c_str(), 0775), 0);
     createUUIDFile(LogRecorder::session());
+    arm({" fchmod ", EIO}, 1, Strike::kOnce);
+    createUUIDFile(LogRecorder::session());
+    EXPECT_FALSE(disarm()) << "changed although it is closed";
     EXPECT_EQ(access(), (Texts{"0775 0:0", "0775 0:0", "0775 0:0", "0664 0:0"}));
     // Not through a link that was planted while the folder was writable.
     makeFolders("/open");
@@ -444,7 +554,13 @@ TEST_F(Machine, RootsLinksToOtherVolumesAreFollowedByBackups)
         makeFolders("/volume");
         ASSERT_EQ(rename(file.c_str(), volume.c_str()) + symlink(volume.c_str(), file.c_str()), 0);
         opened(open);
+        intrude = expectNothingForPrograms;
+        arm({" write ", 0}, 1, Strike::kIntrusion);
         EXPECT_EQ(backUp(), kVeskOK);
+        EXPECT_TRUE(disarm());
+        arm({" read ", 0}, 1, Strike::kIntrusion);
+        std::vector<unsigned char> bytes;
+        EXPECT_TRUE(veskiLoadFileContents(file, bytes) && disarm());
         std::string const backup = backupPath + file.substr(file.rfind('/'));
         EXPECT_TRUE(exists(backup) && readFile(backup) == readFile(volume));
         // A backup that is a hard link to the database itself.
@@ -528,6 +644,8 @@ TEST_F(SharedStore, NothingIsReachedByAnExchangeAtAnyMoment)
                 unlink(journal.c_str());
                 writeFile(cacheFile, content);
                 give(cacheFile);
+                chown(cacheFile.substr(0, cacheFile.rfind('/')).c_str(), ann, staff);
+                chmod(cacheFile.substr(0, cacheFile.rfind('/')).c_str(), 0777);
                 std::filesystem::remove_all("/victims");
                 writeFile("/victims/file", "");
                 ASSERT_EQ(chmod("/victims/file", 04640), 0);
@@ -543,7 +661,7 @@ TEST_F(SharedStore, NothingIsReachedByAnExchangeAtAnyMoment)
                                     : mkfifo(path.c_str(), 0666);
                     }
                 };
-                arm({" open64 fchownat chown chmod fchmod unlink pread64 pwrite64 fdatasync ", 0}, nth,
+                arm({" open64 fchownat chown fchown chmod fchmod unlink pread64 pwrite64 fdatasync ", 0}, nth,
                     Strike::kIntrusion);
                 alarm(20);
                 VeskSession* session = nullptr;
@@ -566,8 +684,38 @@ TEST_F(SharedStore, AFileOfAnotherUserBecomesRoots)
     std::string const folder = cacheFile.substr(0, cacheFile.rfind('/'));
     ASSERT_EQ(chown(cacheFile.c_str(), ann, staff) + chmod(cacheFile.c_str(), 0600), 0);
     ASSERT_EQ(chown(folder.c_str(), ann, staff) + chmod(folder.c_str(), 0777), 0);
+    intrude = [&] { EXPECT_EQ(accessOf(cacheFile) + ", " + accessOf(folder), "0600 0:20, 1777 0:20"); };
+    arm({" pread64 ", 0}, 1, Strike::kIntrusion); // SQLite's first look
     opened(pcdOpenCacheSession);
+    EXPECT_TRUE(disarm());
     EXPECT_EQ(accessOf(cacheFile) + ", " + accessOf(folder), "0666 0:80, 1777 0:80");
+    arm({" fchownat ", EPERM}, 1, Strike::kOnce);
+    opened(pcdOpenCacheSession);
+    EXPECT_FALSE(disarm()) << "given to root again";
+}
+
+TEST_F(SharedStore, ItsFolderMayBeALinkOnlyOfRoots)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    std::string const folder = cacheFile.substr(0, cacheFile.rfind('/'));
+    ASSERT_EQ(rename(folder.c_str(), "/volume") + symlink("/volume", folder.c_str()), 0);
+    opened(pcdOpenCacheSession);
+    ASSERT_EQ(chown(folder.substr(0, folder.rfind('/')).c_str(), ann, staff),
+              0); // who could have planted the link
+    VeskSession* session = nullptr;
+    EXPECT_EQ(pcdOpenCacheSession(&session), kVeskAccessDenied);
+}
+
+TEST_F(SharedStore, NothingOfAPlantedJournalStaysInItsOwn)
+{
+    // SQLite takes it for one that was never begun, and would write over its beginning alone.
+    writeFile(journal, std::string(5000, '\0') + "planted");
+    auto const session = opened(pcdOpenCacheSession);
+    EXPECT_EQ(pcdSetDomainData(session.get(), 1, "s", "k", "v"), kVeskOK);
+    EXPECT_EQ(readFile(journal).find("planted"), std::string::npos);
+    EXPECT_EQ(session->store->queryNR("PRAGMA temp_store = 1"), kVeskOK);
+    EXPECT_EQ(session->store->queryNR("CREATE TEMP TABLE t AS SELECT randomblob(9000000)"), kVeskOK);
+    EXPECT_EQ(pcdSessionCommit(session.get()), kVeskOK);
 }
 
 TEST_F(SharedStore, ChangingItsAccessKeepsTheLocksOfThisProcess)
@@ -665,9 +813,23 @@ TEST_F(SharedStore, WriteAheadModeOpensAndCannotBeRead)
 
 TEST_F(SharedStore, CraftedVersionsCostLittle)
 {
+    std::string nested = "CREATE VIEW v0 AS SELECT 'schema_version' AS key, 1 AS value;";
+    std::string generated =
+        "CREATE TABLE pcd_meta (key TEXT, g0 AS (1)"; // each twice the program of the last
+    for (int level = 1; level < 30; ++level) {
+        char text[100];
+        std::snprintf(text, sizeof text, "CREATE VIEW v%d AS SELECT * FROM v%d UNION ALL SELECT * FROM v%d;",
+                      level, level - 1, level - 1);
+        nested += text;
+        std::snprintf(text, sizeof text, ", g%d AS (g%d + g%d)", level, level - 1, level - 1);
+        generated += text;
+    }
+    nested += "CREATE VIEW pcd_meta AS SELECT * FROM v29";
+    generated += ", value AS (g29 + g29)); INSERT INTO pcd_meta VALUES ('schema_version')";
     for (
         char const* crafted :
-        {"CREATE VIEW pcd_meta AS SELECT 'schema_version' AS key, hex(zeroblob(400000000)) AS value",
+        {nested.c_str(), generated.c_str(),
+         "CREATE VIEW pcd_meta AS SELECT 'schema_version' AS key, hex(zeroblob(400000000)) AS value",
          "CREATE VIEW pcd_meta AS WITH RECURSIVE n(key, value) AS (SELECT 1, 1 UNION ALL SELECT key + 1, 1 FROM n) "
          "SELECT * FROM n",
          "CREATE TABLE pcd_meta (key TEXT, value TEXT AS (hex(zeroblob(400000000)))); INSERT INTO pcd_meta VALUES "
@@ -689,6 +851,10 @@ TEST_F(SharedStore, CraftedVersionsCostLittle)
             EXPECT_LT(usage.ru_maxrss, UNDER_SANITIZERS ? 500000 : 60000); // KiB, of the test program, too
             EXPECT_GE(sqlite3_limit(session->store->db, SQLITE_LIMIT_LENGTH, -1), 1'000'000'000);
             EXPECT_GE(sqlite3_limit(session->store->db, SQLITE_LIMIT_FUNCTION_ARG, -1), 100);
+            EXPECT_EQ(session->store->queryNR(
+                          "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE "
+                          "i < 100000) SELECT count(*) FROM n"),
+                      kVeskOK);
         });
     }
 }

@@ -13,7 +13,7 @@ std::string homeDirectory()
         return home;
     }
     passwd const* const user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+    return user != nullptr ? user->pw_dir : "";
 }
 
 } // namespace platform

@@ -19,11 +19,9 @@ struct FileAttributes
 
 namespace {
 
-constexpr int readFolder = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
-
 Descriptor openFolderIn(int folder, std::string const& name)
 {
-    return Descriptor(openat(folder, name.c_str(), readFolder | O_NOFOLLOW));
+    return Descriptor(openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 /// Removes the first component from a path that begins with "/", and returns it.
@@ -52,7 +50,7 @@ std::string nameOf(std::string const& below)
 /// @return not open if a folder is missing, is a link, or is not a closed root folder
 Descriptor openClosedFolder(std::string const& home, std::string_view below, bool create)
 {
-    Descriptor folder(open(home.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    Descriptor folder(open(home.c_str(), O_PATH | O_CLOEXEC));
     bool inHome = true;
     while (folder.isOpen() && !below.empty()) {
         std::string const name = takeComponent(below);
@@ -62,10 +60,10 @@ Descriptor openClosedFolder(std::string const& home, std::string_view below, boo
             mkdirat(folder.get(), name.c_str(), 0755);
             next = openFolderIn(folder.get(), name);
         }
-        folder = isClosedRootFolder(next.get()) ? std::move(next) : Descriptor(-1);
+        folder = isClosedRootFolder(next.get()) ? std::move(next) : Descriptor();
         inHome = false;
     }
-    return inHome ? Descriptor(-1) : std::move(folder);
+    return inHome ? Descriptor() : std::move(folder);
 }
 
 /// Whether the thread may read, write and execute what a name leads to. Deliberate: not access(2), which checks the
@@ -75,7 +73,7 @@ bool mayUse(int folder, char const* name)
     return syscall(SYS_faccessat2, folder, name, R_OK | W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-/// Gives attributes to a folder that the thread may not open.
+/// Gives attributes to what a path leads to, each if the thread's rights allow it.
 void giveAttributesByPath(std::string const& path, struct stat const& source)
 {
     (void)!chown(path.c_str(), source.st_uid, source.st_gid);
@@ -105,7 +103,7 @@ HomeFolder::~HomeFolder() = default;
 
 Descriptor HomeFolder::rootsFolderOf(std::string const& below) const
 {
-    return foreign ? openClosedFolder(path, folderOf(below), false) : Descriptor(-1);
+    return foreign ? openClosedFolder(path, folderOf(below), false) : Descriptor();
 }
 
 bool HomeFolder::exists(std::string const& below) const
@@ -145,39 +143,28 @@ void HomeFolder::giveOwnAttributes(std::string const& below) const
         }
     }
     asOwner([&] {
-        if (Descriptor const item(open((path + below).c_str(), readFolder)); item.isOpen()) {
-            giveAttributes(item.get(), attributes->status);
-        } else if (errno == EACCES) {
-            giveAttributesByPath(path + below, attributes->status);
-        }
+        giveAttributesByPath(path + below, attributes->status);
         return true;
     });
 }
 
 bool HomeFolder::copy(std::string const& from, std::string const& to) const
 {
-    Descriptor source = rootsFolderOf(from);
-    Descriptor target = rootsFolderOf(to);
-    bool const rootsSource = source.isOpen();
-    bool const rootsTarget = target.isOpen();
-    auto const openAsOwner = [&](std::string_view folder) {
-        int opened = -1;
+    auto const open = [&](std::string const& below) {
+        if (Descriptor folder = rootsFolderOf(below); folder.isOpen()) {
+            return std::pair(std::move(folder), static_cast<Account const*>(nullptr));
+        }
+        int folder = -1;
         asOwner([&] {
-            return (opened = open((path + std::string(folder)).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) >=
-                   0;
+            folder = ::open((path + std::string(folderOf(below))).c_str(), O_PATH | O_CLOEXEC);
+            return true;
         });
-        return Descriptor(opened);
+        return std::pair(Descriptor(folder), account());
     };
-    if (!rootsSource) {
-        source = openAsOwner(folderOf(from));
-    }
-    if (!rootsTarget) {
-        target = openAsOwner(folderOf(to));
-    }
-    return source.isOpen() && target.isOpen() &&
-           copyItem({source.get(), nameOf(from), rootsSource ? nullptr : account()},
-                    {target.get(), nameOf(to), rootsTarget ? nullptr : account()},
-                    rootsSource || rootsTarget);
+    auto const& [source, sourceAccount] = open(from);
+    auto const& [target, targetAccount] = open(to);
+    return copyItem({source.get(), nameOf(from), sourceAccount}, {target.get(), nameOf(to), targetAccount},
+                    sourceAccount != account() || targetAccount != account());
 }
 
 } // namespace platform

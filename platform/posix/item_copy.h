@@ -22,8 +22,8 @@ struct Place
 /// user; in homes, folders belong to groups of ordinary users.
 bool isClosedRootFolder(int folder);
 
-/// Gives a file or folder the owner, group, permission bits and dates of another, each if the thread's rights allow
-/// it. A file gets no set-user, set-group or sticky bit.
+/// Gives a file or folder the owner and group, permission bits and dates of another of its kind, each if the thread's
+/// rights allow it. A file gets no set-user, set-group or sticky bit.
 void giveAttributes(int descriptor, struct stat const& source);
 
 /// Copies a file, link or folder: see HomeFolder::copy.

@@ -51,13 +51,10 @@ ThreadRights::ThreadRights(Account const* account)
         complete = true;
         return;
     }
-    int const count = getgroups(0, nullptr);
-    previousGroups.resize(count > 0 ? static_cast<size_t>(count) : 0);
-    if (count < 0 || getgroups(count, previousGroups.data()) != count) {
-        return;
-    }
     Capabilities capabilities;
-    if (!capabilities.read()) {
+    int const count = getgroups(0, nullptr);
+    previousGroups.resize(static_cast<size_t>(count));
+    if (getgroups(count, previousGroups.data()) != count || !capabilities.read()) {
         return;
     }
     previousCapabilities = {capabilities.sets[0].effective, capabilities.sets[1].effective};
@@ -65,10 +62,8 @@ ThreadRights::ThreadRights(Account const* account)
     previousParent = getppid();
     previousDumpable = prctl(PR_GET_DUMPABLE);
     previous = {threadUser(), threadGroup()};
-    changed = setThreadGroups({});
-    if (!changed) {
-        return;
-    }
+    changed = true;
+    bool const withoutGroups = setThreadGroups({});
     // The user last: with it go the rights to change the others.
     setfsgid(account->group);
     setfsuid(account->user);
@@ -76,7 +71,8 @@ ThreadRights::ThreadRights(Account const* account)
     // /proc/PID/cwd leads past folders that the user may not search.
     capabilities.sets[0].effective = 0;
     capabilities.sets[1].effective = 0;
-    complete = threadUser() == account->user && threadGroup() == account->group && capabilities.write();
+    complete = withoutGroups && threadUser() == account->user && threadGroup() == account->group &&
+               capabilities.write();
 }
 
 ThreadRights::~ThreadRights()
@@ -84,17 +80,17 @@ ThreadRights::~ThreadRights()
     if (changed) {
         setfsuid(previous.user);
         setfsgid(previous.group);
-        if (Capabilities capabilities; capabilities.read()) {
-            capabilities.sets[0].effective = previousCapabilities[0];
-            capabilities.sets[1].effective = previousCapabilities[1];
-            capabilities.write();
-        }
+        Capabilities capabilities;
+        capabilities.read();
+        capabilities.sets[0].effective = previousCapabilities[0];
+        capabilities.sets[1].effective = previousCapabilities[1];
+        capabilities.write();
         setThreadGroups(previousGroups);
         // The system clears both at every change of user.
         prctl(PR_SET_DUMPABLE, previousDumpable);
         prctl(PR_SET_PDEATHSIG, previousDeathSignal);
-        if (previousDeathSignal != 0 && getppid() != previousParent) {
-            raise(previousDeathSignal);
+        if (getppid() != previousParent) {
+            raise(previousDeathSignal); // 0 if none was requested: raises nothing
         }
     }
 }

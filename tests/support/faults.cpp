@@ -15,9 +15,9 @@ namespace testing_support {
 Fault const allFaults[faultKinds] = {
     {" malloc realloc ", ENOMEM},
     {" open64 openat64 ", EMFILE},
-    {" pread64 read ", EIO},
-    {" pwrite64 write ", EIO},
-    {" pwrite64 write ", ENOSPC},
+    {" pread64 read lseek64 ", EIO},
+    {" pwrite64 write sendfile64 ", EIO},
+    {" pwrite64 write sendfile64 ", ENOSPC},
     {" fdatasync fsync ", EIO},
     {" ftruncate64 unlink ", EIO},
     {" linkat rename renameat renameat2 symlinkat ", EIO},
@@ -117,6 +117,10 @@ FAILING_CALL(ssize_t, pread64, (int file, void* bytes, size_t size, off_t at), (
              -1)
 FAILING_CALL(ssize_t, pwrite64, (int file, void const* bytes, size_t size, off_t at), (file, bytes, size, at),
              true, -1)
+FAILING_CALL(off_t, lseek64, (int file, off_t offset, int from), (file, offset, from), true, -1)
+FAILING_CALL(ssize_t, sendfile64, (int target, int source, off_t* at, size_t size),
+             (target, source, at, size), true, -1)
+FAILING(getgroups, (int size, gid_t* groups), (size, groups))
 // Half of the bytes reach the file, as on a disk that has just become full.
 FAILING_CALL(ssize_t, write, (int file, void const* bytes, size_t size), (file, bytes, size), true,
              size > 1 ? original(file, bytes, size / 2) : -1)
