@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <iterator>
 
 namespace bench {
@@ -82,19 +81,6 @@ int recordConnection(sqlite3* database, char** /*error*/, void const* /*routines
 }
 
 } // namespace
-
-/// Preempts SQLite's own, which reports the statement but not that it collects a table of the rows.
-extern "C" int sqlite3_get_table(sqlite3* database, char const* text, char*** cells, int* rows, int* columns,
-                                 char** error)
-{
-    static auto* const original =
-        reinterpret_cast<decltype(&sqlite3_get_table)>(dlsym(RTLD_NEXT, "sqlite3_get_table"));
-    int const code = original(database, text, cells, rows, columns, error);
-    if (running != nullptr) {
-        running->calls.back().back().kind = kStepRunAsTable;
-    }
-    return code;
-}
 
 Recording record(Operation const& operation)
 {

@@ -8,7 +8,6 @@
 
 enum
 {
-    kFirstCapacity = 64,
     kCopyBufferSize = 16384
 };
 
@@ -17,22 +16,17 @@ static int keepText(struct Connection* connection, char const* text)
     if (text == NULL) {
         return SQLITE_OK;
     }
-    if (connection->count == connection->capacity) {
-        size_t const capacity = connection->capacity == 0 ? kFirstCapacity : 2 * connection->capacity;
-        char** const larger = realloc(connection->texts, capacity * sizeof *larger);
+    size_t const count = connection->count;
+    if ((count & (count - 1)) == 0) { // 0 or a power of 2: the array is full
+        char** const larger = realloc(connection->texts, (2 * count + 1) * sizeof *larger);
         if (larger == NULL) {
             return SQLITE_NOMEM;
         }
         connection->texts = larger;
-        connection->capacity = capacity;
     }
-    size_t const size = strlen(text) + 1;
-    char* const copy = malloc(size);
-    if (copy == NULL) {
-        return SQLITE_NOMEM;
-    }
-    connection->texts[connection->count++] = memcpy(copy, text, size);
-    return SQLITE_OK;
+    char* const copy = strdup(text);
+    connection->texts[connection->count++] = copy;
+    return copy != NULL ? SQLITE_OK : SQLITE_NOMEM;
 }
 
 static int readRows(struct Connection* connection, char const* text)
@@ -49,27 +43,12 @@ static int readRows(struct Connection* connection, char const* text)
     return code != SQLITE_OK ? code : finalized;
 }
 
-static int readTable(struct Connection* connection, char const* text)
-{
-    char** cells = NULL;
-    int rows = 0;
-    int columns = 0;
-    int code = sqlite3_get_table(connection->database, text, &cells, &rows, &columns, NULL);
-    for (int cell = columns; cell < (rows + 1) * columns && code == SQLITE_OK; ++cell) {
-        code = keepText(connection, cells[cell]);
-    }
-    sqlite3_free_table(cells);
-    return code;
-}
-
 static int runStatement(struct Connection* connection, struct Step const* step)
 {
     char const* const* const quoted = step->arguments;
     char* const text = sqlite3_mprintf(step->text, quoted[0], quoted[1], quoted[2], quoted[3], quoted[4],
                                        quoted[5], quoted[6], quoted[7]);
-    int const code = text == NULL                    ? SQLITE_NOMEM
-                     : step->kind == kStepRunAsTable ? readTable(connection, text)
-                                                     : readRows(connection, text);
+    int const code = text == NULL ? SQLITE_NOMEM : readRows(connection, text);
     sqlite3_free(text);
     return code;
 }
@@ -111,7 +90,7 @@ int closeConnection(struct Connection* connection)
         free(connection->texts[index]);
     }
     free(connection->texts);
-    *connection = (struct Connection){NULL, NULL, 0, 0};
+    *connection = (struct Connection){NULL, NULL, 0};
     return code;
 }
 
@@ -125,7 +104,6 @@ int replay(struct Connection* connections, struct Step const* steps, size_t coun
             code = sqlite3_open(step->text, &connection->database);
             break;
         case kStepRun:
-        case kStepRunAsTable:
             code = runStatement(connection, step);
             break;
         case kStepClose:

@@ -20,7 +20,6 @@ enum StepKind
 {
     kStepOpen,
     kStepRun,
-    kStepRunAsTable,
     kStepClose,
     kStepCopy ///< of a database file while connections to it may be open in this process
 };
@@ -39,7 +38,6 @@ struct Connection
     sqlite3* database; ///< null: not open
     char** texts;
     size_t count;
-    size_t capacity;
 };
 
 /// Runs steps in order.
