@@ -35,8 +35,9 @@ std::shared_ptr<void> veskiKeepDescriptors();
 void veskiGiveAccessInSharedFolder(std::string const& path, DatabaseAccess const& access);
 
 /// SQLite's default file layer, restricted to one database and its rollback journal, both regular files. Every other
-/// file counts as absent: it is neither opened nor deleted, whatever a journal names. So is shared memory, which other
-/// users could truncate: SQLite maps it only with a `-wal` file. A database in write-ahead mode opens and cannot be read.
+/// file counts as absent: it is neither opened nor deleted, whatever a journal names. Shared memory, which other users
+/// could truncate, is never used: SQLite maps it only next to a `-wal` file. A database in write-ahead mode opens and
+/// cannot be read.
 class RestrictedVfs : private sqlite3_vfs
 {
 public:

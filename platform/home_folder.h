@@ -60,11 +60,7 @@ private:
     template<class Step>
     bool asOwner(Step step) const
     {
-        if (!accessible) {
-            return false;
-        }
-        ThreadRights const rights(account());
-        return rights.taken() && step();
+        return accessible && withRights(account(), step);
     }
 
     /// Opens the folder of a path if it is one of root's as described above; POSIX systems only.

@@ -46,6 +46,18 @@ private:
     [[maybe_unused]] int previousDumpable = 0;
 };
 
+/// Runs a step with the rights of an account.
+///
+/// @param account  as above
+/// @param step     takes nothing and returns a bool
+/// @return what the step returns; false, and the step does not run, if the rights cannot be taken
+template<class Step>
+bool withRights(Account const* account, Step step)
+{
+    ThreadRights const rights(account);
+    return rights.taken() && step();
+}
+
 } // namespace platform
 
 #endif

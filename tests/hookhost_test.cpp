@@ -166,10 +166,9 @@ TEST_F(Hookhost, CallsAndReports)
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\303(')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m )" "\xEF\xBF\xBD" R"(\("\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
         {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
-        {0, "$hookhost --list $product", "(entry point .*\n){3}install/pre-system-check +InstallPreSystemCheckProc +exported\n(.*\n){13}uninstall/session-close +UninstallSessionCloseProc +exported\n", ""},
+        {0, "$hookhost --list $product", "(entry point .* exported\n){3}install/pre-system-check +InstallPreSystemCheckProc +exported\n(.* exported\n){13}uninstall/session-close +UninstallSessionCloseProc +exported\n", ""},
         {126, "PRINTED_WHEN_LOADED=text $hookhost --list $lacking", "entry point .*InitSession +exported\n.*HookProc +exported\n.*CloseSession  missing\n", "text"},
         {9, "STATUS_OF_OPEN_ENTRY=9 $hookhost --mode 0 --phase 1 $run", ".* install/open-entry \\d+ = status 9 .*\n.* 0/1 \n.* = status 0 .*\n", "^$"},
-        {0, "$hookhost --list $product", "((?!missing)[^])*", ""},
         {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
         {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
         {123, "$hookhost --mode 0 --phase 1 -D times=65536 $run", ".* 0/1 \n.* = status 65536 \\(0x10000\\) after .*\n", "0x10000.*123 stands for it"},

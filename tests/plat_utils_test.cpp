@@ -184,6 +184,7 @@ TEST_F(FileHelpers, AccessOfDatabases)
 
 TEST_F(FileHelpers, LinksAreFollowedOnlyWhereOthersMayNotWrite)
 {
+    SKIP_WITHOUT_OTHER_USERS();
     for (bool const shared : {false, true}) {
         for (auto* const plant : {symlink, link}) {
             SCOPED_TRACE(testing::Message() << shared << (plant == link ? " hard link" : " link"));

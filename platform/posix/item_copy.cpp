@@ -27,32 +27,13 @@ namespace {
 /// Deeper folders are not copied: each level takes stack and two descriptors, and a user can nest folders without end.
 constexpr int deepestFolder = 100;
 
-/// Runs a step with an account's rights.
-///
-/// @return its result; false if the rights cannot be taken
-template<class Step>
-bool with(Account const* account, Step step)
-{
-    ThreadRights const rights(account);
-    return rights.taken() && step();
-}
-
-/// Runs a step whose result does not matter with an account's rights, if they can be taken.
-template<class Step>
-void attempt(Account const* account, Step step)
-{
-    ThreadRights const rights(account);
-    if (rights.taken()) {
-        step();
-    }
-}
-
 /// Opens what exists at a place. Does not follow links or block on a FIFO.
 Descriptor openExisting(Place const& place, int flags)
 {
     int opened = -1;
-    attempt(place.account, [&] {
+    withRights(place.account, [&] {
         opened = openat(place.folder, place.name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        return opened >= 0;
     });
     return Descriptor(opened);
 }
@@ -94,8 +75,9 @@ bool copyFile(Place const& from, Place const& to, bool asSuperUser)
     struct stat status = {};
     fstat(source.get(), &status);
     int created = -1;
-    attempt(to.account, [&] {
+    withRights(to.account, [&] {
         created = openat(to.folder, to.name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        return created >= 0;
     });
     Descriptor const target(created);
     if (asSuperUser && to.account != nullptr && (status.st_mode & S_IROTH) == 0) {
@@ -104,7 +86,7 @@ bool copyFile(Place const& from, Place const& to, bool asSuperUser)
             return false;
         }
     }
-    return with(asSuperUser ? nullptr : to.account, [&] {
+    return withRights(asSuperUser ? nullptr : to.account, [&] {
         bool const copied = copyData(source.get(), target.get(), status.st_size);
         giveAttributes(target.get(), status);
         return copied && fsync(target.get()) == 0;
@@ -114,11 +96,11 @@ bool copyFile(Place const& from, Place const& to, bool asSuperUser)
 bool copyLink(Place const& from, Place const& to, struct stat const& status)
 {
     std::array<char, PATH_MAX> text = {}; // no link is longer
-    return with(from.account,
-                [&] {
-                    return readlinkat(from.folder, from.name.c_str(), text.data(), text.size() - 1) > 0;
-                }) &&
-           with(to.account, [&] {
+    return withRights(from.account,
+                      [&] {
+                          return readlinkat(from.folder, from.name.c_str(), text.data(), text.size() - 1) > 0;
+                      }) &&
+           withRights(to.account, [&] {
                bool const made = symlinkat(text.data(), to.folder, to.name.c_str()) == 0;
                (void)!fchownat(to.folder, to.name.c_str(), status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW);
                return made;
@@ -154,8 +136,8 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser, int depth)
     fstat(source.get(), &status);
     if (depth > deepestFolder ||
         (asSuperUser && from.account == nullptr && !isClosedRootFolder(source.get())) ||
-        !with(from.account, [&] { return namesIn(source.get(), names); }) ||
-        !with(to.account, [&] { return mkdirat(to.folder, to.name.c_str(), 0700) == 0; })) {
+        !withRights(from.account, [&] { return namesIn(source.get(), names); }) ||
+        !withRights(to.account, [&] { return mkdirat(to.folder, to.name.c_str(), 0700) == 0; })) {
         return false;
     }
     Descriptor const target = openFolder(to);
@@ -165,7 +147,7 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser, int depth)
             return false;
         }
     }
-    return with(to.account, [&] {
+    return withRights(to.account, [&] {
         giveAttributes(target.get(), status);
         return true;
     });
@@ -175,7 +157,8 @@ bool copyFolder(Place const& from, Place const& to, bool asSuperUser, int depth)
 bool create(Place const& from, Place const& to, bool asSuperUser, int depth)
 {
     struct stat status = {};
-    attempt(from.account, [&] { fstatat(from.folder, from.name.c_str(), &status, AT_SYMLINK_NOFOLLOW); });
+    withRights(from.account,
+               [&] { return fstatat(from.folder, from.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0; });
     switch (status.st_mode & S_IFMT) {
     case S_IFREG:
         return copyFile(from, to, asSuperUser);
@@ -191,16 +174,16 @@ bool create(Place const& from, Place const& to, bool asSuperUser, int depth)
 /// Removes what exists at a place, if the place's rights allow it.
 void removeItem(Place const& place, int depth)
 {
-    attempt(place.account, [&] { unlinkat(place.folder, place.name.c_str(), 0); });
+    withRights(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), 0) == 0; });
     Descriptor const folder = openFolder(place);
     std::vector<std::string> names;
     if (depth <= deepestFolder) {
-        attempt(place.account, [&] { namesIn(folder.get(), names); });
+        withRights(place.account, [&] { return namesIn(folder.get(), names); });
     }
     for (auto& name : names) {
         removeItem({folder.get(), name, place.account}, depth + 1);
     }
-    attempt(place.account, [&] { unlinkat(place.folder, place.name.c_str(), AT_REMOVEDIR); });
+    withRights(place.account, [&] { return unlinkat(place.folder, place.name.c_str(), AT_REMOVEDIR) == 0; });
 }
 
 /// Gives a complete copy its final name, unless something exists there.
@@ -208,7 +191,7 @@ bool publish(Place const& copy, Place const& target)
 {
     char const* const from = copy.name.c_str();
     char const* const to = target.name.c_str();
-    return with(target.account, [&] {
+    return withRights(target.account, [&] {
         if (linkat(copy.folder, from, target.folder, to, 0) == 0) {
             unlinkat(copy.folder, from, 0);
             return true;
@@ -247,8 +230,9 @@ void giveAttributes(int descriptor, struct stat const& source)
 bool copyItem(Place const& from, Place const& to, bool asSuperUser)
 {
     struct stat existing = {};
-    if (with(to.account,
-             [&] { return fstatat(to.folder, to.name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0; })) {
+    if (withRights(to.account, [&] {
+            return fstatat(to.folder, to.name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0;
+        })) {
         return false;
     }
     Place const copy = {to.folder, to.name + '.' + newUUIDString(), to.account};

@@ -53,8 +53,8 @@ ThreadRights::ThreadRights(Account const* account)
     }
     Capabilities capabilities;
     int const count = getgroups(0, nullptr);
-    previousGroups.resize(static_cast<size_t>(count));
-    if (getgroups(count, previousGroups.data()) != count || !capabilities.read()) {
+    previousGroups.resize(count < 0 ? 0 : static_cast<size_t>(count));
+    if (count < 0 || getgroups(count, previousGroups.data()) != count || !capabilities.read()) {
         return;
     }
     previousCapabilities = {capabilities.sets[0].effective, capabilities.sets[1].effective};
