@@ -135,9 +135,7 @@ void backUpOne(Database const& database, std::optional<std::string> const& to)
     }
     std::string const target = to ? *to : resolved(backupPathOf(database));
     auto const replaced = statusOf(target);
-    if (replaced && !S_ISREG(replaced->st_mode)) {
-        refuse(fmt::format("'{}' is not a file; move it away", target));
-    }
+    requireFile(target, replaced);
     requireNoJournal(source, database);
     requireNoJournal(target, database);
     warn(source, requireSound(source, database, "the database"));
@@ -202,15 +200,13 @@ int restore(Options const& options)
     if (live && isSameFile(*live, *copy)) {
         refuse(fmt::format("--from '{}' is the database itself; give a copy of it", source));
     }
-    if (live && !S_ISREG(live->st_mode)) {
-        refuse(fmt::format("'{}' is not a file; move it away", target));
-    }
+    requireFile(target, live);
     requireNoJournal(source, database);
     requireSafe(target);
     requireNoJournal(target, database);
     warn(source, requireSound(source, database, "the copy"));
-    requireConsent(fmt::format("{} {}, '{}', by '{}' of {}?", live ? "Replace" : "Bring back", database.title,
-                               target, source, isoTime(copy->st_mtime)),
+    requireConsent(fmt::format("{} {}, '{}', {} '{}' of {}?", live ? "Replace" : "Bring back", database.title,
+                               target, live ? "by" : "from", source, isoTime(copy->st_mtime)),
                    options.yes);
 
     HeldSignals const signals;

@@ -626,13 +626,13 @@ private:
         tuples[option] = {count, repeatable, std::move(take)};
     }
 
-    /// How many words after an option belong to it, in any form that has this option.
-    std::size_t wordsAfter(std::string const& option) const
+    /// How many words after an option belong to it, in any form of a verb, or of the program, that has this option.
+    std::size_t wordsAfter(std::string const& option, CLI::App const& above) const
     {
         for (auto const& form : forms) {
             CLI::Option const* const known = form.first->get_option_no_throw(option);
             auto const tuple = tuples.find(known);
-            if (known != nullptr) {
+            if (known != nullptr && (&above == &app || form.first->get_parent() == &above)) {
                 return tuple != tuples.end()                 ? tuple->second.words
                        : known->get_items_expected_max() > 0 ? 1
                                                              : 0;
@@ -648,7 +648,7 @@ private:
         for (std::size_t next = 0; next < words.size() && words[next] != "--" && forms.count(at) == 0;) {
             std::string const word = words[next];
             if (isOption(word)) {
-                next += 1 + wordsAfter(word);
+                next += 1 + wordsAfter(word, *at);
                 continue;
             }
             auto const below = at->get_subcommands({});

@@ -21,6 +21,13 @@ std::optional<struct stat> statusOf(std::string const& path)
     throw Refusal(kExitError, fmt::format("'{}': {}", path, std::strerror(errno)));
 }
 
+void requireFile(std::string const& path, std::optional<struct stat> const& status)
+{
+    if (status && !S_ISREG(status->st_mode)) {
+        throw Refusal(kExitError, fmt::format("'{}' is not a file; move it away", path));
+    }
+}
+
 std::string ownerOf(struct stat const& status)
 {
     return fmt::format("{}:{}", status.st_uid, status.st_gid);

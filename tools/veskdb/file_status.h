@@ -14,6 +14,10 @@ namespace veskdb {
 /// @throws Refusal (kExitError) if this user may not examine it
 std::optional<struct stat> statusOf(std::string const& path);
 
+/// @param status  of the path, which need not exist
+/// @throws Refusal (kExitError) if the path leads to something other than a file
+void requireFile(std::string const& path, std::optional<struct stat> const& status);
+
 /// Owner and group as "0:80", and the permission bits as "0644".
 std::string ownerOf(struct stat const& status);
 std::string modeOf(struct stat const& status);

@@ -83,6 +83,7 @@ int recover(Options const& options)
         throw Refusal(kExitNotFound,
                       fmt::format("{}, '{}': {}", database.title, path, describeStatus(kVeskNotFound)));
     }
+    requireFile(path, status);
     requireSafe(path);
     if (!hasLeftovers(path)) {
         printMessage({"'", path.c_str(), "': there is nothing to recover"});
