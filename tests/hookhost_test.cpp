@@ -71,61 +71,26 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
         writeFile(path, std::string(library).replace(offset, 1, 1, static_cast<char>(value)));
     };
     writePatched("/in/wordsize", 4, 3 - library[4]);
-    writePatched("/in/machine", 18, 40);
-    writePatched("/in/object", 16, 1);
     writeFile("/in/damaged", library.substr(0, 200));
     writeFile("/in/file", "text, and long enough to hold the header of a library in its sixty-four bytes");
-    writeFile("/in/empty", "");
     makeFolders("/in/closed");
     ASSERT_EQ(chmod("/in/closed", 0), 0);
 
     // clang-format off
     struct { int status; char const* command; char const* message; } const cases[] = {
-        {125, "$hookhost $run", "--mode is missing.*install, reinstall, uninstall"},
-        {125, "$hookhost --mode instal $run", "--mode 'instal' is unknown.*install, reinstall, uninstall"},
-        {125, "$hookhost --mode 4294967296 $run", "'4294967296'.*32-bit"},
-        {125, "$hookhost --mode -2147483649 $run", "'-2147483649'"},
-        {125, "$hookhost --mode 0x $run", "'0x'"},
-        {125, "$hookhost --mode 0 --phase preload $run", "--phase 'preload'.*pre-payload, post-payload"},
-        {125, "$hookhost --mode 0 -D code $run", "--property 'code' has no '='.*NAME=VALUE"},
-        {125, "$hookhost --mode 0 --property =x $run", "'=x' has no name.*NAME=VALUE"},
-        {125, "$hookhost --mode 0 --timeout 0 $run", "--timeout '0'.*seconds above 0"},
-        {125, "$hookhost --mode 0 --timeout nan $run", "--timeout 'nan'"},
-        {125, "$hookhost --mode 0 --timeout 5s $run", "--timeout '5s'"},
-        {125, "$hookhost --mode 0 --format xml $run", "'xml'.*text, raw, jsonl"},
-        {125, "$hookhost --mode 0 --changes --home / $fixture", "--changes cannot watch the machine itself"},
         {125, "$hookhost --mode 0 --changes --home / --root /// $fixture", "--changes cannot watch the machine itself"},
-        {125, "$hookhost --mode 0 --keep $root/k $run", "add --overlay"},
         {125, "$hookhost --mode 0 --overlay --keep $in $run", "--keep .*/in' is not empty"},
         {125, "setpriv --bounding-set=-sys_admin $hookhost --mode 0 --overlay $run", "--overlay requires root"},
         {125, "unshare --user --map-root-user $hookhost --mode 0 --overlay --keep $root/called --home / $fixture", "the kernel refuses an overlay of '/'"},
-        {125, "$hookhost --mode 0 --expect pre-load=0 $run", "--expect 'pre-load=0'.*'pre-load' is unknown.*pre-payload"},
-        {125, "$hookhost --mode 0 --expect signal:x $run", "'signal:x' is no outcome.*signal:N"},
-        {125, "$hookhost --mode 0 --expect-log a=b $run", "phase 'a' is unknown"},
-        {125, "$hookhost --mode 0 --explain --format raw $run", "--explain.*text or jsonl"},
-        {125, "$hookhost --mode 0 --debug gdb $run", "--debug 'gdb' is unknown; give wait"},
         {125, "$hookhost --mode 0 --frob $run", "--frob.*--help"},
-        {125, "$hookhost --mode 0 --home= $run", "--home= has no value"},
-        {125, "$hookhost --mode 0 --home ann --root $root $fixture", "--home 'ann' is relative.*absolute"},
-        {125, "$hookhost --list --mode 0 $fixture", "--list.*leave out --mode"},
-        {125, "$hookhost --mode 0", "PLUGIN is required"},
-        {125, "$hookhost --mode 0 --root $root/none $fixture", "/none'.*no such folder"},
         {125, "$hookhost --mode 0 --root '' $fixture", "root ''.*no such folder"},
         {125, "$hookhost -n --mode 0 --root $in/file $fixture", "/in/file'.*not a folder"},
         {125, "setpriv --bounding-set=-dac_override,-dac_read_search $hookhost --mode 0 --root $in/closed $fixture", "/in/closed'.*may not enter"},
         {125, "setpriv --bounding-set=-sys_chroot $hookhost --mode 0 $run", "super-user.*unshare"},
         {126, "$hookhost --mode 0 --home / --root $root $lacking", "does not export QvInstallerCustomHookCloseSession"},
-        {127, "$hookhost --mode 0 --root $root $in/none", "/in/none'.*No such file"},
-        {127, "$hookhost --mode 0 --root $root $in", "/in'.*not a file"},
         {127, "$hookhost -n --mode 0 --root $root $in/file", "/in/file'.*not a dynamic library"},
-        {127, "$hookhost --mode 0 --root $root $in/empty", "/in/empty'.*not a dynamic library"},
         {127, "$hookhost --mode 0 --root $root $in/wordsize", "/in/wordsize'.*(32-bit.*64|64-bit.*32)-bit"},
-        {127, "$hookhost --mode 0 --root $root $in/machine", "/in/machine'.*arm"},
-        {127, "$hookhost --mode 0 --root $root $in/object", "/in/object'.*-shared"},
         {127, "$hookhost --mode 0 --root $root $in/damaged", "/in/damaged'.*cannot be loaded"},
-        {127, "$hookhost -n --mode 0 $in/damaged", "/in/damaged'.*is damaged"},
-        {126, "$hookhost -n --mode 0 $lacking", "does not export QvInstallerCustomHookCloseSession"},
-        {125, "$hookhost --mode 0 --null-properties -D a=b $run", "--null-properties.*leave out"},
         {125, "$hookhost --mode 0 --phase 'a\nb' $run", "--phase 'a\\\\nb' is unknown"},
     };
     // clang-format on
@@ -165,14 +130,9 @@ TEST_F(Hookhost, CallsAndReports)
         {3, "$hookhost --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\302\\2331m \\302\\240 \\342\\200\\256 \\340\\200\\200')\" $run", start + "1/1 two\\\\nlines \xFF \\\\x1B\\[1m \\\\xC2\\\\x9B1m \xC2\xA0 \\\\xE2\\\\x80\\\\xAE \xE0\\\\x80\\\\x80\n" + start + "= status 3 after \\d+\\.\\d ms\n", ""},
         {3, "$hookhost --format jsonl --mode reinstall --phase 1 -D times=3 -D \"say=$(printf 'two\\nlines \\377 \\033[1m \\303(')\" $run", R"(\{.*"mode":"reinstall","phase":"pre-payload","pid":(\d+),"message":"1/1 two\\nlines )" "\xEF\xBF\xBD" R"( \\u001b\[1m )" "\xEF\xBF\xBD" R"(\("\}\n\{.*"pid":\1,"outcome":"returned","status":3.*\}\n)", ""},
         {0, "$hookhost --mode 0 --phase 2 $run -D act=twice", ".* (\\d+) 0/2 \n.* (?!\\1 )\\d+ copy\n.* \\1 original\n.* \\1 = status 0 .*\n", ""}, // the copy is ended
-        {0, "$hookhost -n --mode 1 --phase 2 --phase 9 -D code=A $run", "[^]*property code=A\n[^]*InitSession\\(\\)\n.*Proc\\(properties, 2, 1, 0, log\\) for reinstall/post-payload\n.*, 9, 1, 0, log\\) for reinstall/9\n.*CloseSession\\(\\)\n[^]*", "^$"},
-        {0, "$hookhost --list $product", "(entry point .* exported\n){3}install/pre-system-check +InstallPreSystemCheckProc +exported\n(.* exported\n){13}uninstall/session-close +UninstallSessionCloseProc +exported\n", ""},
         {126, "PRINTED_WHEN_LOADED=text $hookhost --list $lacking", "entry point .*InitSession +exported\n.*HookProc +exported\n.*CloseSession  missing\n", "text"},
         {9, "STATUS_OF_OPEN_ENTRY=9 $hookhost --mode 0 --phase 1 $run", ".* install/open-entry \\d+ = status 9 .*\n.* 0/1 \n.* = status 0 .*\n", "^$"},
-        {0, "$hookhost --format raw --mode install --home /Users/ann --root $root $product", "::FT::In InstallSessionOpenProc\n[^]*Successfully created UUID\n[^]*", ""},
-        {3, "$hookhost --mode 7 --phase 7 --root $root $product", "[^]*", ""},
         {123, "$hookhost --mode 0 --phase 1 -D times=65536 $run", ".* 0/1 \n.* = status 65536 \\(0x10000\\) after .*\n", "0x10000.*123 stands for it"},
-        {123, "$hookhost --format jsonl --mode 0 --phase 1 -D times=65536 $run", "[^]*", "^\\{\"type\":\"notice\",\"message\":\"status 65536 "},
         {0, "for format in text jsonl; do $hookhost --mode 7 --phase 7 --explain --format $format --root $root $product; done;"
             " script -qec \"$hookhost --mode 7 --phase 7 --explain --root '$root' '$product'\" /dev/null | tr -d '\\r'",
             ".* ::FT::Unsupported install mode specified\\.  the install mode is not [^]*\"meaning\":\"the install mode is not [^]* specified\\.\n {15}the install mode is not .*\n.*= status 3.*\n", "^$"},
@@ -181,7 +141,6 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print -D log='= status 0'", ".*/pre-payload \\d+ 0/1 \n.* \\\\x3D status 0\n.*/pre-payload (\\d+) 1> one\n.* three\n.* \\1 2> = fo\\\\\\\\ur\n.* 1> two\n.* = status 0 .*\n", "^$"},
         {0, "$hookhost --format raw --mode 0 --phase 1 $run -D act=print", "0/1 \nthree\none\ntwo", "= fo\\\\ur\n$"},
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print --no-capture", ".* 0/1 \n.* three\n.* = status 0 .*\n", "= fo\\\\ur\none\ntwo$"},
-        {0, "$hookhost -n --mode 0 --phase 1 $run -D 'code=a\n= status 0'", "[^]*code=a\\\\n= status 0\n[^]*", "^$"},
         // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
@@ -196,10 +155,8 @@ TEST_F(Hookhost, CallsAndReports)
         {1, "script -qec \"$hookhost --mode 0 --phase 1 -D times=1 --home / --root '$root' '$fixture'\" /dev/null | tail -1; exit 1", ".*\x1B\\[31m= status 1 .*\x1B\\[0m\r\n", "^$"},
         // Without HOME, the user database outside the root has it.
         {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
-        {0, "$hookhost --version", "hookhost \\d+\\.\\d+\n", "^$"},
     });
     // clang-format on
-    EXPECT_TRUE(exists("/Library/Application Support/Zelko/Fendrial Tessarine/12/UUID.plist"));
 }
 
 TEST_F(Hookhost, WritesRecordsWhole)

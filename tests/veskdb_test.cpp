@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -15,7 +14,6 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-using Json = nlohmann::json;
 
 namespace {
 
@@ -170,178 +168,44 @@ TEST_F(Veskdb, ReadingLeavesEverythingAsItIs)
     chmod(pdb.c_str(), 0664);
     sql(vesk, "UPDATE pcd_meta SET value = 1 WHERE key = 'schema_version'");
     unlink(cache.c_str());
-    struct
-    {
-        char const* arguments;
-        int status;
-        char const* out;
-    } const cases[] = {
-        {"list pdb --state installed", 0, "installed\tAPP\t12.0\tHalvorick\tFendrial 12 Tessarine\t2"},
-        {"show pdb APP", 0,
-         "\ndependencies\tAPP\tOLD\t1\tUpgrades\nupgraded_payloads\tOLD\tAPP\npayload_data\t0\tINS"},
-        {"list pcd 1", 0, "1\t{E2B9}\tDefaultDriverPayload\t{E2B9}\n"},
-        {"list pcd 1 '{E2B9}' None", 1, ""},
-        {"find E2B9", 0, "pcd\tdomain_data\t1/{E2B9}/DefaultDriverPayload\tsubDomain\n"},
-        {"show pdb NONE", 1, ""},
-        {"list cache", 1, ""},
-        {"list vesk", 0,
-         "dolm_payload\tP\t1\tF\tN\ts\ndolm_collection\tC\tP\t1970-01-01T00:00:05Z\t1970-01-01T00:00:06Z\n"
-         "dolm_collection_payload\tC\tP\tnot-installed\t1970-01-01T00:00:07Z\n"},
-        {"show vesk C", 0, "dolm_collection\tcollectionID\tC\n"},
-        {"verify", 1, "\t/Library/Application Support/Zelko/vesk/pdb.db\tits mode is 0664, not 0644\t"},
-        {"info", 0, "pdb\trows\tpayloads 2, dependencies 1, "},
-        {"info", 0, "cache\tbackup\t\\N\n"},
+    std::pair<char const*, int> const cases[] = {
+        {"list pdb", 0},
+        {"list pcd 1 '{E2B9}' None", 1},
+        {"list cache", 1},
+        {"list vesk", 0},
+        {"show pdb APP", 0},
+        {"show vesk C", 0},
+        {"why pdb APP", 0},
+        {"find E2B9", 0},
+        {"graph pdb --format svg", 0},
+        {"diff pdb", 0},
+        {"export pdb", 0},
+        {"info", 0},
+        {"verify", 1},
     };
     auto const before = everything();
     for (std::string const user : {"$veskdb ", "$ordinary "}) {
-        for (auto const& each : cases) {
-            SCOPED_TRACE(user + each.arguments);
+        for (auto const& [arguments, status] : cases) {
+            SCOPED_TRACE(user + arguments);
             if (user == "$ordinary " && !ordinaryUserWorks()) {
                 continue;
             }
-            ShellResult const result = shell(user + each.arguments);
-            EXPECT_EQ(result.status, each.status) << result.err;
-            EXPECT_THAT(result.out, HasSubstr(each.out));
+            ShellResult const result = shell(user + arguments);
+            EXPECT_EQ(result.status, status) << result.err;
             EXPECT_EQ(everything(), before);
         }
     }
+    EXPECT_THAT(shell("cd / && PATH=/none " VESKDB " --root $root graph pdb --format svg").err,
+                HasSubstr("install the package graphviz"));
 }
 
-TEST_F(Veskdb, ShowsRecordsToPeopleAndPrograms)
+TEST_F(Veskdb, TheExitStatusDoesNotDependOnItsOutput)
 {
     makeMachine();
-    sql(pcd,
-        "INSERT INTO domain_data VALUES('2', x'6380FF', 'line' || char(10) || char(27, 155, 8238, 8294), NULL),"
-        " ('10', x'FF', 'q', 'a\"b\\')");
-    EXPECT_EQ(veskdb("list cache").out, "-1\tsub\ttab\\there\t-v\n");
-    EXPECT_EQ(veskdb("list pcd 2").out,
-              "2\tc\\x80\xFF\tline\\n\\x1B\\xC2\\x9B\\xE2\\x80\\xAE\\xE2\\x81\\xA6\t\\N\n");
-    EXPECT_EQ(veskdb("list pcd 10").out, "10\t\xFF\tq\ta\"b\\\\\n");
-
-    Json const settings = Json::parse(veskdb("list --json pcd").out);
-    EXPECT_EQ(settings.size(), 3U);
-    EXPECT_EQ(settings[1], (Json{{"domain", "2"},
-                                 {"subDomain", "c\xEF\xBF\xBD\xEF\xBF\xBD"},
-                                 {"key", "line\n\x1B\xC2\x9B\xE2\x80\xAE\xE2\x81\xA6"},
-                                 {"value", nullptr},
-                                 {"hex", {{"subDomain", "6380FF"}}}}));
-    Json const payload = Json::parse(veskdb("show pdb APP --json").out);
-    EXPECT_EQ(payload["payloads"]["installState"], 2);
-    EXPECT_GT(payload["payloads"]["installTime"], 1000000000);
-    EXPECT_EQ(payload["dependencies"][0]["PayloadIDb"], "OLD");
-    for (char const* const other : {"list pdb", "list vesk", "show vesk P", "verify", "info"}) {
-        std::string const out = veskdb(std::string("--json ") + other).out;
-        EXPECT_EQ(nlohmann::ordered_json::parse(out, nullptr, false).dump(2) + "\n", out);
-    }
-    EXPECT_EQ(
-        Json::parse(veskdb("--json info").out)["pdb"],
-        (Json{{"path", "/Library/Application Support/Zelko/vesk/pdb.db"},
-              {"present", true},
-              {"size", statusOf(pdb).st_size},
-              {"owner", accessOf(pdb).substr(5)},
-              {"mode", "0644"},
-              {"modified", statusOf(pdb).st_mtime},
-              {"schema_version", "1"},
-              {"schema_compatibility_version", "1"},
-              {"rows",
-               {{"payloads", 2},
-                {"dependencies", 1},
-                {"upgraded_payloads", 1},
-                {"payload_data", 1},
-                {"user_actions", 0}}},
-              {"unreadable", nullptr},
-              {"backup", "/Library/Application Support/Zelko/backup/pdb.db"},
-              {"backup_modified", statusOf("/Library/Application Support/Zelko/backup/pdb.db").st_mtime}}));
-
-    std::string const table = shell("script -qec \"$veskdb list pdb\" /dev/null").out;
-    EXPECT_THAT(table,
-                HasSubstr("STATE          ID   VERSION  FAMILY     NAME                   CHANGED\r\n"));
-    EXPECT_THAT(table, HasSubstr("installed      APP  12.0     Halvorick  Fendrial 12 Tessarine  2"));
-}
-
-TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
-{
-    makeMachine();
-    mustDo("add pdb RIVAL --family F --name N --version 1 --signature s --conflicts OLD");
-    for (auto const& [arguments, shown] :
-         {std::pair("--help", "veskdb set pdb ID [--state"),
-          std::pair("set --help", "veskdb set pcd|cache DOMAIN"), std::pair("--version", "veskdb 12."),
-          std::pair("verify --help", "[DB]...")}) {
-        EXPECT_THAT(shell(std::string("$veskdb ") + arguments).out, HasSubstr(shown)) << arguments;
-    }
-    struct
-    {
-        char const* arguments;
-        int status;
-        char const* reason;
-    } const cases[] = {
-        {"", 2, "the verb is missing"},
-        {"frob pdb", 2, "'frob' is unknown"},
-        {"list", 2, "list needs a database"},
-        {"list ddb", 2, "'ddb' is unknown; give pdb, pcd, cache or vesk"},
-        {"list pdb X", 2, "too many words"},
-        {"list pdb pcd", 2, "too many words"},
-        {"set vesk A --state installed", 2, "no set for vesk (the catalogue)"},
-        {"remove vesk A", 2, "no remove for vesk (the catalogue)"},
-        {"list pdb --state none", 2, "--state 'none' is unknown; give installed, not-installed or all"},
-        {"list pdb --yes", 2, "--yes does not go with"},
-        {"list pcd one", 2, "domain 'one'"},
-        {"set pcd 2147483648 a b c", 2, "domain '2147483648'"},
-        {"add pdb NEW --family F --name N --version 1", 2, "--signature is missing"},
-        {"add pdb '' --family F --name N --version 1 --signature s", 2, "cannot be empty"},
-        {"add pdb APP --family F --name N --version 1 --signature s", 2, "on record already; give --replace"},
-        {"set pdb APP", 2, "nothing to set"},
-        {"set pdb APP --data 0 KEY", 2, "--data"},
-        {"set pdb APP --state=", 2, "--state= has no value"},
-        {"set pdb NONE --state installed", 1, "payload 'NONE': kVeskNotFound (8)"},
-        {"set pdb NONE --data 0 K V", 1, "payload 'NONE': kVeskNotFound (8)"},
-        {"set pdb OLD --state installed", 2, "in conflict with 'RIVAL': kVeskConflict (16)"},
-        {"set pdb OLD --relation conflicts OLD", 2, "cannot be in conflict with itself"},
-        {"add pdb A --family F --name N --version 1 --signature s --conflicts A", 2, "conflict with itself"},
-        {"set pdb OLD --relation likes APP", 2,
-         "the type of relation 'likes' is unknown; give conflicts, upgrades"},
-        {"set pdb OLD --data 6 K V", 2, "invalid domain '6' of payload data; give a number from 0 to 5"},
-        {"set pdb OLD --value-from /none", 2, "--value-from needs --data"},
-        {"set pcd 1 a b c --value-from /none", 2, "not both"},
-        {"set pcd 1 a b --value-from none", 2, "--value-from 'none' is relative"},
-        {"set pcd 1 a b --value-from /none", 2, "No such file"},
-        {"remove pdb APP --relation OLD", 2, "(upgrades)? There is no terminal"},
-        {"remove pdb APP --data 0 INSTALLDIR", 2, "no terminal"},
-        {"remove pdb APP --relation NONE --yes", 1, "kVeskNotFound (8)"},
-        {"remove pdb APP --data 0 NONE --yes", 1, "kVeskNotFound (8)"},
-        {"restore pdb --yes=", 2, "has no value"},
-        {"backup pdb --to \"/Library/Application Support/Zelko/backup/vesk.db\"", 2,
-         "the catalogue itself, its backup"},
-        {"remove pdb NONE --yes", 1, "kVeskNotFound (8)"},
-        {"remove pdb APP", 2,
-         "with it, what it has upgraded: 'OLD'? There is no terminal to ask on; give --yes"},
-        {"remove pcd 1 '{E2B9}' none", 1, "kVeskNotFound (8)"},
-        {"remove pcd 1 none --yes", 1, "kVeskNotFound (8)"},
-        {"backup pcd", 2, "give --to FILE"},
-        {"restore cache --yes", 2, "give --from FILE"},
-        {"backup pdb vesk --to /x", 2, "one database"},
-        {"backup pcd --to x", 2, "--to 'x' is relative"},
-        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/pdb.db\"", 2,
-         "is the payload database itself"},
-        {"backup pdb --to \"/Library/Application Support/Zelko/vesk/vesk.db\"", 2, "is the catalogue itself"},
-        {"add pdb A --family F --name N --version 1 --signature s --conflicts B --upgrades B", 2, "not both"},
-        {"restore pdb", 2, "no terminal"},
-        {"restore pdb --yes --from /none", 1, "kVeskNotFound (8)"},
-        {"verify --root /none", 2, "root"},
-    };
     std::string const before = recordBytes();
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.arguments);
-        ShellResult const result = veskdb(each.arguments);
-        EXPECT_EQ(result.status, each.status);
-        EXPECT_EQ(result.out, "");
-        EXPECT_THAT(result.err, AllOf(testing::StartsWith("veskdb: "), HasSubstr(each.reason)));
-    }
-    EXPECT_EQ(shell("printf 'n\\n' | script -qec \"$veskdb remove pdb APP\" /dev/null").status, 1);
     EXPECT_EQ(shell("setpriv --bounding-set=-sys_chroot $veskdb list pdb").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb list pdb >&-").status, 2);
-    // The exit status does not depend on the message.
     EXPECT_EQ(shell("$veskdb frob 2>/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb --help >/dev/full").status, 2);
     EXPECT_EQ(shell("$veskdb show pdb NONE 2>/dev/full").status, 1);
@@ -354,38 +218,29 @@ TEST_F(Veskdb, RefusesWithReasonAndExitStatus)
     EXPECT_TRUE(recordBytes() == before);
 }
 
-TEST_F(Veskdb, ChangesRecords)
+TEST_F(Veskdb, AsksOnATerminal)
 {
     makeMachine();
-    mustDo("set pdb APP --state not-installed --data 3 K -value");
-    EXPECT_THAT(sql(pdb, "SELECT installState FROM payloads WHERE PayloadID='APP'"), ElementsAre("0"));
-    EXPECT_THAT(sql(pdb, "SELECT value FROM payload_data WHERE domain = 3"), ElementsAre("-value"));
-    mustDo("add --replace pdb APP --family F2 --name N2 --version 13 --signature ''");
-    EXPECT_THAT(sql(pdb, "SELECT productName, installState FROM payloads WHERE PayloadID='APP'"),
-                ElementsAre("N2", "0"));
-    mustDo(
-        "set pdb APP --relation load-lang-pack LANG --conflicts RIVAL --relation requires LIB --state installed");
-    EXPECT_THAT(sql(pdb, "SELECT type, PayloadIDb FROM dependencies WHERE PayloadID = 'APP' ORDER BY type"),
-                ElementsAre("0", "RIVAL", "1", "OLD", "2", "LIB", "7", "LANG"));
-    mustDo("remove pdb APP --relation LIB --yes");
-    mustDo("remove pdb APP --data 3 K --yes");
-    EXPECT_THAT(sql(pdb, "SELECT type FROM dependencies ORDER BY type; SELECT key FROM payload_data"),
-                ElementsAre("0", "1", "7", "INSTALLDIR"));
+    for (auto const& [answer, status] :
+         {std::pair("n", 1), std::pair("", 1), std::pair("y", 0), std::pair("Y", 0), std::pair("yes", 0)}) {
+        SCOPED_TRACE(answer);
+        mustDo("add --replace pdb OLD --family F --name N --version 1 --signature s");
+        EXPECT_EQ(shell(std::string("echo ") + answer + " | script -qec \"$veskdb remove pdb OLD\" /dev/null")
+                      .status,
+                  status);
+        EXPECT_EQ(veskdb("show pdb OLD").status, status == 0 ? 1 : 0);
+    }
+}
+
+TEST_F(Veskdb, StoresValuesOfAnySizeByteForByte)
+{
+    makeMachine();
     std::string const value = "two\nlines\xFF\n" + std::string(2000000, 'x') + "\n";
     writeFile("/value", value);
     mustDo("set pdb APP --data 0 K --value-from /value");
     EXPECT_EQ(shell("$veskdb set cache 1 sub big --value-from - <\"$root/value\"").status, 0);
     EXPECT_TRUE(sql(pdb, "SELECT value FROM payload_data WHERE key = 'K'")[0] == value);
     EXPECT_TRUE(sql(cache, "SELECT value FROM domain_data WHERE key = 'big'")[0] == value);
-    EXPECT_THAT(shell("printf 'a\\0b' | $veskdb set cache 1 sub big --value-from -").err, HasSubstr("NUL"));
-    mustDo("set pdb APP --state not-installed");
-    mustDo("set pcd 1 '{E2B9}' second 2");
-    mustDo("remove pcd 1 '{E2B9}' second");
-    EXPECT_THAT(sql(pcd, "SELECT key FROM domain_data"), ElementsAre("DefaultDriverPayload"));
-    mustDo("remove pcd 1 '{E2B9}' --yes");
-    EXPECT_THAT(sql(pcd, "SELECT key FROM domain_data"), ElementsAre());
-    EXPECT_EQ(shell("printf 'y\\n' | script -qec \"$veskdb remove pdb APP\" /dev/null").status, 0);
-    EXPECT_THAT(sql(pdb, "SELECT PayloadID FROM payloads"), ElementsAre());
 }
 
 TEST_F(Veskdb, ChangesAreAllOrNothing)
@@ -845,155 +700,6 @@ protected:
         mustDo("backup pdb");
     }
 };
-
-TEST_F(VeskdbRecords, AreExplainedAndComparedWithoutAChange)
-{
-    writeFile("/other.db", readFile(pdb));
-    sql("/other.db",
-        "UPDATE payloads SET installState = 7 WHERE PayloadID = 'APP'; UPDATE payloads SET installTime = 1.5 "
-        "WHERE PayloadID = 'ANTI'; DELETE FROM payloads WHERE PayloadID = "
-        "'OLD'; INSERT INTO payload_data VALUES('APP', 4, 'k/', x'0A')");
-    writeFile("/root2" + pdb, readFile("/other.db"));
-    struct
-    {
-        char const* arguments;
-        int status;
-        char const* out;
-    } const cases[] = {
-        {"why pdb APP", 1, "payload\treason\tin conflict with it and on record, in any state: 'ANTI'\n"},
-        {"why pdb APP", 1,
-         "conflicts\tANTI\tAPP\ttrue\tnot-installed\nupgrades\tAPP\tOLD\ttrue\tnot-installed\n"},
-        {"why pdb APP", 1,
-         "removed_with_it\tAPP\tinstalled\t1\t2\nremoved_with_it\tOLD\tnot-installed\t1\t0\n"},
-        {"why pdb APP", 1, "\nupgraded_payloads\tOLD\tAPP\n"},
-        {"why pdb OLD", 0, "can be marked installed\ttrue\n"},
-        {"why pdb OLD", 0,
-         "\nconflicts\tOLD\tNOWHERE\tfalse\t\\N\nupgrades\tAPP\tOLD\ttrue\tinstalled\nupgraded_payloads\tOLD\tAPP\n"},
-        {"why pdb NONE", 1, ""},
-        {"diff pdb", 0, ""},
-        {"diff pcd", 2, ""},
-        {"diff pdb /none", 2, ""},
-        {"diff pdb /other.db", 1,
-         "~ payloads ANTI installTime 1.5 -> 1970-01-01T00:00:01Z\n~ payloads APP installState 7 -> installed\n+ "
-         "payloads OLD\n+ dependencies OLD/NOWHERE\n- payload_data APP/4/k/\n"},
-        {"diff pdb /other.db /root2", 0, ""},
-        {"diff pdb '"
-         "/Library/Application Support/Zelko/vesk/pdb.db' /root2",
-         1, "- payloads OLD\n- dependencies OLD/NOWHERE\n+ payload_data APP/4"},
-        {"find E2B9", 0, "pcd\tdomain_data\t1/{E2B9}/DefaultDriverPayload\tsubDomain\n"},
-        {"find Tessarine pdb", 0, "pdb\tpayloads\tAPP\tproductName\n"},
-        {"find 45678", 0, "pdb\tpayloads\tOLD\tinstallTime\n"},
-        {"find Tessarine vesk", 1, ""},
-        {"find '%' ", 1, ""},
-        {"list actions", 0, "APP\tann\t2023-11-14T22:13:20Z\n"},
-        {"list actions NONE", 0, ""},
-        {"show pdb APP", 0, "\nuser_actions\tAPP\tann\t2023-11-14T22:13:20Z\n"},
-        {"export pdb ANTI", 0,
-         "{\"PayloadID\":\"ANTI\",\"productFamily\":\"F\",\"productName\":\"R "
-         "\\\"1\\\"\",\"version\":\"1\",\"signature\":"
-         "\"s\",\"installState\":0,\"dependencies\":[{\"PayloadIDb\":\"APP\",\"type\":0},{\"PayloadIDb\":\"GONE\",\"type\":"
-         "2}],\"payload_data\":[],\"upgraded_payloads\":[]}\n"},
-        {"export pdb APP", 0,
-         "\"payload_data\":[{\"domain\":0,\"key\":\"INSTALLDIR\",\"value\":\"/Applications/Fendrial\"},"
-         "{\"domain\":3,\"key\":\"raw\",\"value\":{\"hex\":\"61FF0A\"}}],\"upgraded_payloads\":[\"OLD\"]}\n"},
-        {"export pdb NONE", 1, ""},
-        {"export cache", 0,
-         "{\"domain\":-1,\"subDomain\":\"sub\",\"key\":\"tab\\there\",\"value\":\"-v\"}\n"},
-        {"export pcd", 0,
-         "}\n{\"domain\":2,\"subDomain\":\"s\",\"key\":\"k\",\"value\":\"v\"}\n{\"domain\":10,"},
-        {"graph pdb OLD --depth 0", 0,
-         "n1 [label=\"OLD\\nOld 11.0\\nnot-installed\", fillcolor=\"#fce8b2\"];\n}\n"},
-        {"graph pdb OLD --depth 1", 0,
-         "n1 [label=\"APP\\nFendrial 12 Tessarine 12.0\\ninstalled\", fillcolor=\"#b7e1cd\"];\n"
-         "  n2 [label=\"NOWHERE\\nnot on record\", fillcolor=\"#ffffff\", style=\"filled,dashed\"];\n"
-         "  n3 [label=\"OLD\\nOld 11.0\\nnot-installed\", fillcolor=\"#fce8b2\"];\n"
-         "  n1 -> n3 [label=\"upgrades\"];\n  n3 -> n2 [label=\"conflicts\"];\n}\n"},
-        {"graph pdb OLD --format mermaid", 0, "[\"ANTI<br/>R #quot;1#quot; 1<br/>not-installed\"]"},
-        {"graph pdb OLD --format mermaid", 0, "-->|requires|"},
-        {"graph pdb --format svg", 0, "</svg>"},
-        {"graph pdb --depth 1", 2, ""},
-    };
-    auto const before = everything();
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.arguments);
-        ShellResult const result = veskdb(each.arguments);
-        EXPECT_EQ(result.status, each.status) << result.err;
-        EXPECT_THAT(result.out, HasSubstr(each.out));
-        EXPECT_EQ(result.out.empty(), *each.out == '\0');
-    }
-    auto const json = [&](char const* arguments) { return Json::parse(veskdb(arguments).out); };
-    EXPECT_EQ(
-        json("why pdb APP --json")["conflicts"],
-        Json::parse(R"([{"PayloadID": "ANTI", "PayloadIDb": "APP", "onRecord": true, "installState": 0}])"));
-    EXPECT_EQ(json("diff pdb /other.db --json"), Json::parse(R"([
-        {"difference": "changed", "table": "payloads", "key": "ANTI", "column": "installTime", "old": 1.5, "new": 1},
-        {"difference": "changed", "table": "payloads", "key": "APP", "column": "installState", "old": 7, "new": 2},
-        {"difference": "added", "table": "payloads", "key": "OLD", "column": null, "old": null, "new": null},
-        {"difference": "added", "table": "dependencies", "key": "OLD/NOWHERE", "column": null, "old": null,
-         "new": null},
-        {"difference": "removed", "table": "payload_data", "key": "APP/4/k/", "column": null, "old": null,
-         "new": null}])"));
-    EXPECT_EQ(
-        json("find Halvorick pdb --json")[0],
-        Json::parse(R"({"database": "pdb", "table": "payloads", "key": "APP", "column": "productFamily"})"));
-    EXPECT_EQ(json("list actions --json"),
-              Json::parse(R"([{"product_id": "APP", "actor": "ann", "time_action": "1700000000"}])"));
-    EXPECT_EQ(json("show pdb APP --json")["user_actions"][0]["actor"], "ann");
-    EXPECT_THAT(shell("cd / && PATH=/none " VESKDB " --root $root graph pdb --format svg").err,
-                HasSubstr("install the package graphviz"));
-    EXPECT_EQ(everything(), before);
-    // Another program's values: they end no quotes.
-    sql(pdb, "UPDATE payloads SET installState = 'a\"|b\\' WHERE PayloadID = 'APP'; "
-             "UPDATE dependencies SET type = 'c\"|d' WHERE PayloadID = 'APP'");
-    EXPECT_THAT(veskdb("graph pdb OLD --depth 1").out,
-                AllOf(HasSubstr("\\na\\\"|b\\\\\\\\\", fill"), HasSubstr("label=\"c\\\"|d\"]")));
-    EXPECT_THAT(veskdb("graph pdb OLD --format mermaid").out,
-                AllOf(HasSubstr("<br/>a#quot;#124;b\\\\\"]"), HasSubstr("-->|c#quot;#124;d|")));
-    EXPECT_THAT(veskdb("diff pdb").out, HasSubstr("~ payloads APP installState installed -> a"));
-}
-
-TEST_F(VeskdbRecords, AreImportedAsTheyWereExported)
-{
-    auto const exported = [&] { return veskdb("export pdb").out + veskdb("export pcd").out; };
-    std::string const before = exported();
-    writeFile("/pdb", veskdb("export pdb").out);
-    writeFile("/pcd", veskdb("export pcd").out);
-    mustDo("set pdb OLD --data 1 more x --relation critical LIB");
-    sql(pdb, "INSERT INTO upgraded_payloads VALUES('GONE', 'OLD')");
-    auto const records = [] { return readFile(pdb) + readFile(pcd); };
-    refuses(
-        {{"$veskdb import pdb /pdb", 2,
-          "'/pdb', line 1: payload 'ANTI' is on record already; give --replace"},
-         {"$veskdb import pcd /pcd", 2, "on record already; give --replace"},
-         {"sed 's/\"s\"/null/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "standard input, line 1: \"signature\" is null"},
-         {"sed 's/61FF0A/6100/' \"$root/pdb\" | $veskdb import pdb --replace", 2, "NUL byte"},
-         {"sed 's/61FF0A/61F/' \"$root/pdb\" | $veskdb import pdb --replace", 2, "hexadecimal"},
-         {"sed 's/installState/state/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "\"state\" is unknown"},
-         {"sed 's/\"type\":2/\"type\":4294967298/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "\"type\" is no such number"},
-         {"sed 's/\"PayloadID\":\"ANTI\"/\"PayloadID\":\"\"/' \"$root/pdb\" | $veskdb import pdb --replace",
-          2, "cannot be empty"},
-         {"grep APP.*raw \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "in conflict with 'ANTI': kVeskConflict (16)"},
-         {"cat \"$root/pdb\" \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "line 4: payload 'ANTI' has a line already"},
-         {"sed 's/\"type\":2/\"type\":9/' \"$root/pdb\" | $veskdb import pdb --replace", 2,
-          "payload 'ANTI', dependencies: kVeskInvalidArgument (10)"}},
-        records);
-    mustDo("import pdb /pdb --replace");
-    mustDo("import pcd /pcd --replace");
-    EXPECT_EQ(exported(), before);
-    std::filesystem::remove_all(zelko);
-    mustDo("import pdb /pdb");
-    mustDo("import pcd /pcd");
-    EXPECT_EQ(exported(), before);
-    sql(pdb, "UPDATE payloads SET productName = NULL WHERE PayloadID = 'APP'");
-    EXPECT_THAT(veskdb("export pdb").err, HasSubstr("payload 'APP': its productName is null"));
-    sql(pdb, "UPDATE payloads SET productName = CAST(x'6100' AS TEXT) WHERE PayloadID = 'APP'");
-    EXPECT_THAT(veskdb("export pdb").err, HasSubstr("its productName is a value with a NUL byte"));
-}
 
 TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
 {
