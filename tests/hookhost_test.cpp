@@ -25,7 +25,7 @@ protected:
         // Unquoted variables are split at newlines alone: the paths may hold spaces.
         ShellResult const result = runShell(
             root, // A sanitizer's look for leaks at exit() needs a /proc, which the root does not have.
-            "export ASAN_OPTIONS=detect_leaks=0:handle_segv=0; IFS='\n'; hookhost='" HOOKHOST
+            "export ASAN_OPTIONS=detect_leaks=0:handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0; IFS='\n'; hookhost='" HOOKHOST
             "' fixture='" FIXTURE "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY
             "' in=$root/in\n"
             "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
@@ -159,6 +159,17 @@ TEST_F(Hookhost, CallsAndReports)
     // clang-format on
 }
 
+TEST_F(Hookhost, ShowsOnATerminalHowManyFilesWereRead)
+{
+    if (UNDER_SANITIZERS != 0) {
+        GTEST_SKIP() << "needs a library preloaded before the sanitizers'";
+    }
+    shell("script -qec \"LD_PRELOAD='" FAST_CLOCK
+          "' $hookhost --mode 0 --phase 1 --changes --home / --root '$root'"
+          " '$fixture'\" /dev/null");
+    EXPECT_THAT(out, ContainsRegex("^\rhookhost: 1 files read\r\x1B\\[K.*1 files read\rhookhost: 2 files read\r\x1B\\[K"));
+}
+
 TEST_F(Hookhost, WritesRecordsWhole)
 {
     // clang-format off
@@ -190,6 +201,7 @@ TEST_F(Hookhost, WritesRecordsWhole)
         // A message by the callback of an earlier call.
         {0, "$hookhost --mode 0 --phase 1 --phase 2 $run -D 'act=log late'", ".* 0/1 \n.*\n.* 0/2 \n.*install/pre-payload \\d+ ! logged after its call returned: late\\\\n= status 0\n.*post-payload.*= status 0 .*\n", "^$"},
         {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=log at unload'", "[^]*returned.*\n.*\"phase\":\"pre-payload\".*\"message\":\"unloading\",\"late\":true\\}\n", "^$"},
+        {125, "$hookhost --mode 0 --phase 1 $run -D 'act=exit at the end'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed after .* the process exited with 7 at its end: .*\n", "calls not made: 0"},
         {128 + SIGTRAP, "$hookhost --mode 0 --phase 1 $run -D 'act=crash at unload'", ".* 0/1 \n.* = status 0 .*\n.* install/unload \\d+ = failed .*signal 5.*\n", "calls not made: 0"},
         {0, "$hookhost --format jsonl --mode 0 --phase 1 $run -D 'act=close low'", "[^]*\\{\"type\":\"left-behind\",.*\"what\":\"descriptor 0\",\"before\":\".*\",\"after\":\"/taken\"\\}\n[^]*", "^$"},
         {0, "$hookhost --format raw --mode 0 --phase 1 $run -D 'act=close low'", "0/1 \nafter closing\n", "\nhookhost: left behind: descriptor 0 "},
@@ -253,7 +265,7 @@ TEST_F(Hookhost, RecordsWhatAPhaseLeavesBehindInTheProcess)
     EXPECT_EQ(
         shell(
             "umask 022; ulimit -n 256; unset ADDED; $hookhost --mode 0 --phase 1 --phase 2 $run -D act=traces -D when=1"
-            " | sed -n 's/^.*.pre-payload [0-9]* ! left behind: //;s/descriptor [0-9]*/descriptor N/;s/groups .* ->/groups N ->/;/^[^2]/p;s/^[^ ]* install.post-payload.* ! .*/too much: &/p'"),
+            " | sed -n 's/^.*.pre-payload [0-9]* ! left behind: //;s/descriptor [0-9]*/descriptor N/;s/groups .* ->/groups N ->/;s/+0x.*/+0xN/;/^[^2]/p;s/^[^ ]* install.post-payload.* ! .*/too much: &/p'"),
         0);
     EXPECT_EQ(
         out,
@@ -261,6 +273,7 @@ TEST_F(Hookhost, RecordsWhatAPhaseLeavesBehindInTheProcess)
         "environment ADDED unset -> value\nenvironment HOME / -> unset\nenvironment LENGTHY unset -> (101 bytes)\ngroups N -> 9\n"
         "limit on open files 256/256 -> 64/64\nreal group id 0 -> 5\nreal user id 0 -> 7\n"
         "signal 10 (User defined signal 1) delivery open -> blocked\n"
+        "signal 12 (User defined signal 2) handling default -> handler libfixture_plugin.so+0xN\n"
         "signal 15 (Terminated) handling default -> ignored\numask 022 -> 000\nworking directory / -> /in\n");
 }
 
@@ -287,11 +300,58 @@ TEST_F(Hookhost, CrashRecordHasFramesAndTheCoreFile)
         ContainsRegex(
             "\"address\":\"0x0\",\"frames\":\\[\"0x0\",(\"libc[^,]*,)?\"libfixture_plugin.so.0x[0-9a-f]+\",.*"
             "\\],\"core\":\"no core file"));
-    // Sanitizers set the limit to 0; a kernel that hands core files to a program writes none.
-    if (UNDER_SANITIZERS == 0 && shell("grep '^|' /proc/sys/kernel/core_pattern") != 0) {
-        EXPECT_EQ(shell("ulimit -c unlimited; core=$(" + crash +
-                        " | sed -n 's/.*; core file: //p'); test -s \"$core\" && rm \"$core\""),
-                  0);
+    for (auto const& [name, number] :
+         {std::pair("SIGBUS", SIGBUS), std::pair("SIGILL", SIGILL), std::pair("SIGFPE", SIGFPE)}) {
+        EXPECT_EQ(shell(std::string("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D act=") + name),
+                  128 + number);
+        EXPECT_THAT(out, ContainsRegex(" at address 0x[0-9a-f]+; frames: "));
+    }
+    EXPECT_EQ(shell("ulimit -c 0; $hookhost --mode 0 --phase 1 $run -D 'act=segmentation signal'"),
+              128 + SIGSEGV);
+    EXPECT_THAT(out, ContainsRegex("signal 11 .Segmentation fault.; frames: "));
+}
+
+TEST_F(Hookhost, NamesTheCoreFileOrWhyThereIsNone)
+{
+    // Sanitizers set the limit to 0.
+    if (UNDER_SANITIZERS != 0 ||
+        shell("test \"$(cat /proc/sys/kernel/core_pattern)\" = core && unshare --mount true") != 0) {
+        GTEST_SKIP() << "the kernel does not write core files into the current folder";
+    }
+    makeFolders("/other [root]");
+    makeFolders("/taken/core");
+    struct
+    {
+        char const* pattern; ///< that hookhost sees instead of the kernel's
+        char const* command;
+        char const* expected;
+    } const cases[] = {
+        {"core", "", "core file: ROOT/core"},
+        {"c%re", "touch -d 2001-01-01 $root/coore; ", "core file: ROOT/core"},
+        {"core%", "", "core file: ROOT/core% (the kernel's pattern)"},
+        {"core%%", "touch $root/core%; ", "core file: ROOT/core%"},
+        {"core%p", "", "core file: ROOT/core%p (the kernel's pattern)"},
+        {"/tmp/core-of-none", "", "core file: ROOT/tmp/core-of-none (the kernel's pattern)"},
+        {"|/bin/handler %p", "", "core file: handed to /bin/handler %p"},
+        {"|/bin/handler %p", "ulimit -c 0; ",
+         "no core file: the kernel could not hand it to /bin/handler %p; see core(5)"},
+        {"core", "ulimit -c 0; ",
+         "no core file: the limit on core files is 0; raise it with ulimit -c unlimited"},
+        {"core", "act=\"crash as another user\"; ",
+         "no core file: the hook changed its user; see fs.suid_dumpable in core(5)"},
+        {"core", "in=\"$root/other [root]\"; ", "core file: ROOT/other [root]/core"},
+        {"core", "in=$root/taken; ", "no core file: the kernel could not write ROOT/taken/core; see core(5)"},
+    };
+    for (auto const& [pattern, command, expected] : cases) {
+        SCOPED_TRACE(std::string(pattern) + command);
+        writeFile("/pattern", pattern);
+        shell(std::string("export hookhost fixture root; unshare --mount sh -c 'mount --bind $root/pattern "
+                          "/proc/sys/kernel/core_pattern; in=$root; act=crash; ulimit -c unlimited; ") +
+              command +
+              "$hookhost --mode 0 --phase 1 --home / --root \"$in\" -D \"act=$act\" \"$fixture\"' |"
+              " sed -n \"s:$root:ROOT:g;s:.*; \\(no core\\|core file\\):\\1:p\";"
+              " rm -f $root/core* $root/coore \"$root/other [root]/core\"");
+        EXPECT_EQ(out, std::string(expected) + '\n');
     }
 }
 
@@ -321,7 +381,8 @@ TEST_F(Hookhost, ExplainsEachLineOfTheProduct)
 TEST_F(Hookhost, RecordsWhatEachPhaseChangedAndKeepsTheOverlaidTreeAsItIs)
 {
     SKIP_WITHOUT_OTHER_USERS();
-    std::string const records = R"(install/pre-payload ~ /etc/dated  date DATE -> DATE
+    std::string const records = R"(install/pre-payload + /etc/block  block device 0600 0:0 1:3
+install/pre-payload ~ /etc/dated  date DATE -> DATE
 install/pre-payload + /etc/device  character device 0600 0:0 1:3
 install/pre-payload + /etc/fifo  FIFO 0600 0:0
 install/pre-payload ~ /etc/keep  mode 0644 -> 0600, content 4 bytes 9f86d0.. -> 7 bytes e681dc..
@@ -335,23 +396,25 @@ install/pre-payload ~ /etc/owned  owner 0:0 -> 1000:80
 install/pre-payload + /etc/renamed  folder 0755 0:0
 install/pre-payload + /etc/renamed/x  file 0644 0:0 0 bytes
 install/pre-payload ~ /etc/same  content 4 bytes 61be55.. -> 4 bytes 81cc5b..
+install/pre-payload + /etc/socket  socket 0600 0:0
 install/pre-payload ~ /etc/tree  owner 0:0 -> 0:80
 install/pre-payload - /etc/tree/a  file 0644 0:0 0 bytes
 install/pre-payload + /etc/tree/b \x20c  folder 0755 0:0
-install/pre-payload ~ /mounted/file  content 0 bytes e3b0c4.. -> 4 bytes 187897..
+install/pre-payload ~ /mounted \\ here/file  content 0 bytes e3b0c4.. -> 4 bytes 187897..
 phase                              created   removed   changed
 install/session-open                     0         0         0
-install/pre-payload                      5         4         9
+install/pre-payload                      7         4         9
 )";
     ASSERT_EQ(
         shell(
-            "mkdir -p $root/etc/moved $root/etc/tree $root/mounted $root/dev; cd $root/etc; touch ../called"
+            "mkdir -p $root/etc/moved $root/etc/tree \"$root/mounted \\\\ here\" $root/dev; cd $root/etc; touch ../called"
             " dated owned kind moved/x tree/a; printf test >keep; printf aaaa >same; ln -s keep old; ln -s keep link; mknod -m 0600 node c 1 3"),
         0);
-    ASSERT_EQ(mount("tmpfs", "/mounted", "tmpfs", 0, ""), 0);
+    char const* const mountPoint = "/mounted \\ here"; // escaped in the system's list
+    ASSERT_EQ(mount("tmpfs", mountPoint, "tmpfs", 0, ""), 0);
     std::unique_ptr<char const, void (*)(char const*)> const mounted(
-        "/mounted", [](char const* path) { umount2(path, MNT_DETACH); });
-    writeFile("/mounted/file", "");
+        mountPoint, [](char const* path) { umount2(path, MNT_DETACH); });
+    writeFile(std::string(mountPoint) + "/file", "");
     auto const stateOfTree = [this] {
         shell(
             "grep $root /proc/self/mounts; cd $root; find . -printf '%p %y %m %U:%G %s %T@ %C@ %l\n'; find . -type f -exec cat {} +");
@@ -364,16 +427,17 @@ install/pre-payload                      5         4         9
     struct { int status; std::string command, expected; } const cases[] = {
         {0, "$hookhost --overlay " + changing + "change" + onlyRecords, records},
         {0, "$hookhost --overlay " + changing + "'change and crash'" + onlyRecords, records},
-        {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "18\n"},
+        {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "20\n"},
         {0, "$hookhost --overlay --format jsonl " + changing + "change | sed -n 's/.*\"type\":\"change\".*\"path\":\"\\/etc\\/\\(link\\|node\\)\",/{/p;s/.*\"type\":\"run\".*\"created\"/{\"created\"/p'",
             R"({"before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"},"after":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"other"}})" "\n"
             R"({"before":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:3"},"after":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:5"}})" "\n"
-            R"({"created":5,"removed":4,"changed":9})" "\n"},
+            R"({"created":7,"removed":4,"changed":9})" "\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
-            "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted/file\n"},
+            "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted \\ here/file\n"},
         {0, "{ $hookhost --overlay " + changing + "hang; echo status $?; } | { IFS=' '; set -- $(grep -m 1 ' 0/1 ');"
             " kill $(cut -d ' ' -f 4 /proc/$3/stat); grep -o 'interrupted by signal 15\\|status 143'; }", "interrupted by signal 15\nstatus 143\n"},
-        {0, "$hookhost " + changing + "'change and crash'" + onlyRecords, records}, // on the tree itself
+        // On the tree itself, where files that are old and unchanged are not read again.
+        {0, (UNDER_SANITIZERS ? "" : "LD_PRELOAD='" FAST_CLOCK "' ") + ("$hookhost " + changing) + "'change and crash'" + onlyRecords, records},
     };
     // clang-format on
     for (auto const& each : cases) {
@@ -388,6 +452,16 @@ install/pre-payload                      5         4         9
         "mount --bind $root/called $root/called; $hookhost --overlay --mode 0 --phase 1 $run; umount $root/called");
     EXPECT_THAT(out, ContainsRegex("no trace can be left"));
     EXPECT_THAT(err, ContainsRegex("^hookhost: '/called' is a mounted file: it is read-only in this run\n$"));
+    // The kernel refuses to stack a third overlay. The root can be entered as before.
+    shell(
+        "cd $root && mkdir one two lower upper work upper2 work2 && mount -t overlay -o lowerdir=lower,upperdir=upper,workdir=work o one &&"
+        " mount -t overlay -o lowerdir=one,upperdir=upper2,workdir=work2 o two;"
+        " $hookhost --overlay --mode 0 --phase 1 --timeout 0.2 $run -D 'act=hang as another user'; umount $root/two $root/one");
+    EXPECT_THAT(out, ContainsRegex("another user"));
+    EXPECT_THAT(
+        err,
+        ContainsRegex(
+            "hookhost: '/two' cannot have an overlay (.*): it is an empty, read-only folder in this run\n"));
     // Of the machine itself, if the kernel permits an overlay of its root, and if that is not read-only.
     EXPECT_EQ(shell("test -w / || echo read-only; for home in /dev/shm /; do"
                     " $hookhost --overlay --changes --mode 0 --phase 1 --home $home $fixture; done;"

@@ -1,6 +1,8 @@
 /* A plug-in that misbehaves as its session properties request: hookhost must cope with it. */
+#define _GNU_SOURCE
 #include "hooks/CustomHooks.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <pthread.h>
@@ -8,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -30,6 +33,8 @@ __attribute__((destructor)) static void unloaded(void)
         latest("unloading");
     } else if (strcmp(atUnload, "crash at unload") == 0) {
         raise(SIGTRAP);
+    } else if (strcmp(atUnload, "exit at the end") == 0) {
+        _exit(7);
     }
 }
 
@@ -101,11 +106,17 @@ static void change(void)
     failed += chown("/etc/tree", 0, 80);
     failed += rename("/etc/moved", "/etc/renamed");
     failed += mkfifo("/etc/fifo", 0600) + mknod("/etc/device", S_IFCHR | 0600, 0x103);
-    append("/mounted/file", "more");
+    failed += mknod("/etc/block", S_IFBLK | 0600, 0x103) + mknod("/etc/socket", S_IFSOCK | 0600, 0);
+    append("/mounted \\ here/file", "more");
     append("/dev/ignored", "");
     if (failed != 0) {
         latest("not everything could be changed");
     }
+}
+
+static void handle(int number)
+{
+    (void)number;
 }
 
 /* Everything that a hook can leave behind in its process. */
@@ -122,6 +133,7 @@ static void leaveTraces(void)
     failed += setenv("ADDED", "value", 1) + setenv("LENGTHY", lengthy, 1) + unsetenv("HOME") +
               sigprocmask(SIG_BLOCK, &signals, NULL);
     failed += setrlimit(RLIMIT_NOFILE, &limit) + (signal(SIGTERM, SIG_IGN) == SIG_ERR);
+    failed += signal(SIGUSR2, handle) == SIG_ERR;
     umask(0);
     failed += setgroups(1, &group) + setregid(5, 6) + setreuid(7, 8);
     if (failed != 0) {
@@ -136,6 +148,26 @@ static int recurse(int const volatile* depth)
     return deeper > 0 ? recurse(&deeper) + deeper : 0;
 }
 
+static void becomeAnotherUser(HookLogCallback log)
+{
+    int const became = setgid(1234) == 0 && setuid(1234) == 0;
+    log(became && access("/", X_OK) == 0 ? "another user" : "still root, or locked out");
+}
+
+/* A fault of the processor: the name of its signal, without a sanitizer's checks. */
+static void fault(char const* signalName)
+{
+    if (strcmp(signalName, "SIGBUS") == 0) { /* behind the end of an empty file */
+        int volatile const* const behind =
+            mmap(NULL, 1, PROT_READ, MAP_SHARED, open("/empty", O_RDWR | O_CREAT, 0600), 0);
+        (void)*behind;
+    } else if (strcmp(signalName, "SIGILL") == 0) {
+        __asm__ volatile("ud2");
+    } else if (strcmp(signalName, "SIGFPE") == 0) {
+        __asm__ volatile("div %0" : : "r"(0) : "eax", "edx");
+    }
+}
+
 static void act(char const* what, HookLogCallback log)
 {
     pthread_t threads[2];
@@ -143,11 +175,22 @@ static void act(char const* what, HookLogCallback log)
         openRunning();
         sleep(60);
     } else if (strcmp(what, "hang as another user") == 0) {
-        log(setgid(1234) == 0 && setuid(1234) == 0 ? "another user" : "still root");
+        becomeAnotherUser(log);
         openRunning();
         sleep(60);
+    } else if (strcmp(what, "crash as another user") == 0) {
+        becomeAnotherUser(log);
+        raise(SIGTRAP);
     } else if (strcmp(what, "crash") == 0) {
         raise(SIGTRAP); /* none that a sanitizer catches */
+    } else if (strncmp(what, "SIG", 3) == 0) {
+        fault(what);
+    } else if (strcmp(what, "segmentation signal") == 0) {
+        raise(SIGSEGV);                                /* none of the processor's: it would not occur again */
+    } else if (strcmp(what, "exit at the end") == 0) { /* the plug-in stays loaded until then */
+        Dl_info self;
+        dladdr(&latest, &self);
+        dlopen(self.dli_fname, RTLD_NOW | RTLD_NODELETE);
     } else if (strcmp(what, "call null") == 0) {
         void (*volatile const nothing)(void) = NULL;
         nothing();

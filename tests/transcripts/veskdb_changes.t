@@ -109,3 +109,11 @@ What import could not write is not exported.
   $ veskdb export pdb
   veskdb: payload 'APP': its installState is '2147483648', no 32-bit number, which import could not write
   [2]
+
+The catalogue's backup may not succeed after a commit.
+
+  $ rm -r root/Library
+  $ make_machine
+  $ rm "$zelko/backup/vesk.db" && mkdir "$zelko/backup/vesk.db"
+  $ veskdb set pdb OLD --data 1 more x
+  veskdb: the change was made, but the catalogue's backup is incomplete; when there is room, run: veskdb --root 'ROOT' backup vesk

@@ -149,9 +149,9 @@ std::optional<TreeEntry> readEntry(int folder, std::string const& name, TreeEntr
     } else if (isFile(entry)) {
         entry.settled = isSettled(entry.status);
         struct stat const& now = entry.status;
+        // Every change of a file sets the date of its status.
         bool const unchanged = before != nullptr && before->settled && before->status.st_dev == now.st_dev &&
-                               before->status.st_ino == now.st_ino && before->status.st_size == now.st_size &&
-                               isSame(contentDate(before->status), contentDate(now)) &&
+                               before->status.st_ino == now.st_ino &&
                                isSame(changeDate(before->status), changeDate(now));
         entry.digest = unchanged ? before->digest : readDigest(folder, name, entry.status);
     }

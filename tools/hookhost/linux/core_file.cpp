@@ -94,8 +94,8 @@ std::string describeCoreFile(bool dumped, pid_t process, Crash const& crash, std
     if (crash.user != geteuid()) {
         return "no core file: the hook changed its user; see fs.suid_dumpable in core(5)";
     }
-    return fmt::format("no core file: the kernel could not write {}; see core(5)",
-                       toProgram ? "to" + pattern.substr(1) : folder + pattern);
+    return fmt::format("no core file: the kernel could not {}; see core(5)",
+                       toProgram ? "hand it to " + pattern.substr(1) : "write " + folder + pattern);
 }
 
 } // namespace hookhost

@@ -107,16 +107,16 @@ std::vector<MountPoint> mountPoints()
     return points;
 }
 
-/// The number of the mount that a descriptor's file is on; -1 if there is none.
-int mountOf(int descriptor)
+/// Whether a descriptor's file is on a mount.
+bool isOn(int mount, int descriptor)
 {
     std::ifstream file(fmt::format("/proc/self/fdinfo/{}", descriptor));
     for (std::string name; file >> name;) {
         if (int id = 0; name == "mnt_id:" && file >> id) {
-            return id;
+            return id == mount;
         }
     }
-    return -1;
+    return false;
 }
 
 /// One overlaid file system.
@@ -327,7 +327,7 @@ private:
         Descriptor original(open(point.path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         std::string const target = mergedRoot() + path;
         bool const underSystem = isSystemFolder(path.substr(0, path.find('/', 1)));
-        bool const isHidden = mountOf(original.get()) != point.id; // another one was mounted over it
+        bool const isHidden = !isOn(point.id, original.get()); // another one was mounted over it
         if (isHidden || (underSystem && path.substr(0, 4) != "/dev" && !isSystemFolder(path))) {
             return; // what is below /proc or /sys is mounted with these
         }
