@@ -306,5 +306,5 @@ Access.
   note|pdb|/Library/Application Support/Zelko/backup/pdb.db|dated copies: 1, 3 bytes|remove those that are no longer needed: ls -l 'ROOT/Library/Application Support/Zelko/backup/pdb.db'.2*
   fault|pdb|/Library/Application Support/Zelko/backup|others may write it: its owner is 1234:0, its mode 0775|as root: chown 0 'ROOT/Library/Application Support/Zelko/backup'; chmod o-w 'ROOT/Library/Application Support/Zelko/backup'
   fault|pdb|/Library/Application Support/Zelko/backup/pdb.db|others may write it: its owner is 0:0, its mode 0666|as root: chown 0 'ROOT/Library/Application Support/Zelko/backup/pdb.db'; chmod o-w 'ROOT/Library/Application Support/Zelko/backup/pdb.db'
-  note|pdb|/Library/Application Support/Zelko/vesk|not root's: 2 files or folders below the folder of all databases, such as this one|find out who made them and what for, before the next install
+  note|pdb|/Library/Application Support/Zelko/backup|not root's: 2 files or folders below the folder of all databases, such as this one|find out who made them and what for, before the next install
   [1]

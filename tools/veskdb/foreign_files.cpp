@@ -6,6 +6,7 @@
 #include "tools/veskdb/refusal.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fts.h>
 #include <memory>
 #include <sys/stat.h>
@@ -26,8 +27,11 @@ ForeignFiles foreignFiles()
         }
     }
     char* const start[] = {root.data(), nullptr};
+    auto const byName = [](FTSENT const** one, FTSENT const** other) {
+        return std::strcmp((*one)->fts_name, (*other)->fts_name);
+    };
     std::unique_ptr<FTS, int (*)(FTS*)> const tree(
-        fts_open(start, FTS_PHYSICAL | FTS_NOCHDIR | FTS_XDEV, nullptr), fts_close);
+        fts_open(start, FTS_PHYSICAL | FTS_NOCHDIR | FTS_XDEV, byName), fts_close);
     ForeignFiles found;
     while (FTSENT* const entry = tree ? fts_read(tree.get()) : nullptr) {
         bool const examined =
