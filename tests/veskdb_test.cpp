@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 using namespace testing_support;
+using testing::_;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -310,7 +311,8 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
                     HasSubstr("it takes more than 10 seconds to read"));
         EXPECT_EQ(veskdb("list cache").status, 0);
         sql(cache, "DELETE FROM domain_data WHERE subDomain = 'many'");
-        std::string const preload = "LD_PRELOAD='" WITHOUT_LOCKS " " FAST_CLOCK "' $veskdb ";
+        std::string const preload =
+            "WITHOUT_LOCKS= LD_PRELOAD='" POOR_FILE_SYSTEM " " FAST_CLOCK "' $veskdb ";
         refuses({{preload + "list pdb", 2, "the file system grants no locks"},
                  {preload + "set pdb APP --data 0 K V", 2, "the file system grants no locks"}},
                 records);
@@ -535,6 +537,12 @@ TEST_F(Veskdb, VerifyReportsLegalLeftoversAsNotes)
     }
     EXPECT_THAT(veskdb("verify").out, HasSubstr(zelko + "vesk/theirs\tnot root's: 1 file"));
     unlink((zelko + "vesk/theirs").c_str());
+    if (ordinaryUserWorks()) {
+        ShellResult const closed =
+            shell("chmod 700 \"$root" + zelko + "vesk\"; $ordinary verify pdb; chmod 755 \"$root" + zelko +
+                  "vesk\"");
+        EXPECT_THAT(closed.out, HasSubstr("Permission denied\trun this as a user who may look there"));
+    }
     Connection const writer(pdb, "BEGIN IMMEDIATE; DELETE FROM payloads WHERE PayloadID = 'LONE'");
     ShellResult const result = veskdb("verify pdb");
     EXPECT_EQ(result.status, 0);
@@ -562,6 +570,12 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     EXPECT_EQ(accessOf("/" + namesIn("/")[3]).substr(0, 4), "0640");
     writeFile("/empty", "");
     mustDo("backup pcd --to /empty");
+    if (!UNDER_SANITIZERS) {
+        EXPECT_EQ(shell("LD_PRELOAD=" POOR_FILE_SYSTEM " $veskdb backup pcd --to /second").status, 0);
+        EXPECT_TRUE(readFile("/second") == readFile(pcd));
+        EXPECT_THAT(namesIn("/"), ElementsAre("Library", "copies.db", _, _, "empty", "second"));
+        unlink("/second");
+    }
     writeFile("/text", "t");
     (void)!symlink("/copies.db", "/link");
     refuses({{"$veskdb backup pcd --to /text", 2, "neither empty nor a copy of the master store"},
@@ -595,6 +609,8 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     std::vector<Refusal> const cases = {
         {"ulimit -f 16; $veskdb backup pdb", 2, "cannot be copied"},
         {"ulimit -f 16; $veskdb backup pdb --to /new.db", 2, "cannot be copied"},
+        {"truncate -s 1M $root/copies.db; ulimit -f 200; $veskdb backup pcd --to /copies.db", 2,
+         "it cannot be kept aside as 'copies.db."},
         {"$ordinary backup pdb", 2, "no file can be created there"},
         {"cd \"$root" + zelko +
              "backup\"; mv pdb.db ..; mkdir pdb.db; $veskdb backup pdb; status=$?; rmdir pdb.db; "
@@ -609,7 +625,7 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
         {"hold 'BEGIN EXCLUSIVE;'; $hasty $veskdb backup pdb; status=$?; release; exit $status", 1, busy},
         {"truncate -s 8192 \"$pdb\"; $veskdb backup pdb vesk", 1, "is not usable; nothing was replaced"},
     };
-    refuses(cases, [] { return std::pair(readFile(pdbBackup), exists("/new.db")); });
+    refuses(cases, [] { return std::pair(readFile(pdbBackup), namesIn("/")); });
     // The last of them backed up the catalogue all the same.
     EXPECT_EQ(namesIn(zelko + "backup").size(), 4U);
 }
@@ -667,6 +683,11 @@ TEST_F(Veskdb, RestoreRefusesUnsafeSourcesAndTargets)
              "vesk\"; mv vesk.db ..; mkdir vesk.db; $veskdb restore vesk --yes; status=$?; "
              "rmdir vesk.db; mv ../vesk.db .; exit $status",
          2, "is not a file; move it away"},
+        {"hold 'BEGIN; SELECT count(*) FROM payloads;'; : >\"$pdb-journal\"; $hasty $veskdb recover pdb; status=$?; release; "
+         "rm \"$pdb-journal\"; exit $status",
+         2, busy},
+        {"chmod 600 \"$pdb\"; $ordinary list pdb; status=$?; chmod 644 \"$pdb\"; exit $status", 2,
+         "run this as a user who may read the file"},
         {"hold 'BEGIN; SELECT count(*) FROM payloads;'; $hasty $veskdb restore pdb --yes; status=$?; release; "
          "exit $status",
          2, busy},

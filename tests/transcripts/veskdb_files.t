@@ -183,6 +183,11 @@ Interrupted changes.
   veskdb: --to '/salvaged.db' exists already; give the path of a new file
   [2]
   $ veskdb diff cache /salvaged.db /copied.db
+  $ cp "$pdb" root/copied.pdb; sqlite3 root/copied.pdb "UPDATE payloads SET installTime = 1.5, productName = NULL, version = x'00FF'"
+  $ veskdb salvage pdb --from /copied.pdb --to /reals.pdb | grep payloads
+  tables|payloads|3|3|true
+  tables|upgraded_payloads|1|1|true
+  $ veskdb diff pdb /copied.pdb /reals.pdb
 
 Damage.
 
@@ -243,6 +248,13 @@ Damage.
   veskdb: '/Library/Application Support/Zelko/vesk/pdb.db' is not a file; move it away
   [2]
   $ rmdir "$pdb"; cp sound "$pdb"; chown 0:80 "$pdb"
+  $ overwrite() { head -c 4096 /dev/zero | tr '\0' '\377' | dd of="$pdb" bs=4096 seek=$1 conv=notrunc status=none; }
+  $ overwrite 9; : >"$pdb-journal"; veskdb recover pdb
+  veskdb: '/Library/Application Support/Zelko/vesk/pdb.db': what an interrupted change had left was rolled back
+  veskdb: '/Library/Application Support/Zelko/vesk/pdb.db' is not sound: '/Library/Application Support/Zelko/vesk/pdb.db': database disk image is malformed: kVeskIOError (4), the file cannot be read or written, or is not an intact database; see veskdb --root 'ROOT' verify pdb
+  [1]
+  $ truncate -s 8192 "$pdb"; : >"$pdb-journal"; veskdb recover pdb; rm "$pdb-journal"; cp sound "$pdb"
+  veskdb: '/Library/Application Support/Zelko/vesk/pdb.db' cannot be recovered: database disk image is malformed: kVeskIOError (4), the file cannot be read or written, or is not an intact database
   $ ln -s loop root/loop
   $ veskdb restore pdb --from /loop --yes
   veskdb: '/loop': Too many levels of symbolic links

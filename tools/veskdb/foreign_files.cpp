@@ -1,9 +1,8 @@
 #include "tools/veskdb/foreign_files.h"
 
-#include "libdolmvesk/plat_utils.h"
 #include "tools/veskdb/databases.h"
+#include "tools/veskdb/file_status.h"
 #include "tools/veskdb/id_mappings.h"
-#include "tools/veskdb/refusal.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,10 +15,7 @@ namespace veskdb {
 
 ForeignFiles foreignFiles()
 {
-    std::string root;
-    if (!veskiDbPath(root)) {
-        throw Refusal(kExitError, "the system does not name its Application Support folder");
-    }
+    std::string root = folderPart(folderOf(databases.front()));
     std::vector<std::string> shared;
     for (Database const& database : databases) {
         if (database.store->sharedAccess) {

@@ -151,9 +151,7 @@ void Replacement::write(std::string_view bytes) const
 
 void Replacement::setAccess(uid_t owner, gid_t group, mode_t mode) const
 {
-    if (fchown(file.get(), owner, group) != 0) {
-        (void)!fchown(file.get(), static_cast<uid_t>(-1), group);
-    }
+    (void)!fchown(file.get(), owner, group);
     fchmod(file.get(), mode);
 }
 

@@ -17,8 +17,6 @@ std::string describeError(int error)
     switch (error) {
     case ENOSPC:
         return "the disk is full";
-    case EDQUOT:
-        return "the user's share of the disk is full";
     case EROFS:
         return "the file system is read-only";
     default:
@@ -30,7 +28,7 @@ std::string reasonFor(int sqliteCode, int systemError, std::string const& path)
 {
     int const code = sqliteCode & 0xFF;
     if (code == SQLITE_FULL) {
-        return describeError(systemError == EDQUOT ? EDQUOT : ENOSPC);
+        return describeError(ENOSPC);
     }
     struct statvfs fileSystem = {};
     bool const examined =
