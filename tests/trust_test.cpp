@@ -713,7 +713,7 @@ TEST_F(SharedStore, ItsFolderMayBeALinkOnlyOfRoots)
 TEST_F(SharedStore, NothingOfAPlantedJournalStaysInItsOwn)
 {
     auto const session = opened(pcdOpenCacheSession);
-    writeFile(journal, std::string(5000, '\0') + "planted"); // for SQLite, one that was never begun
+    writeFile(journal, std::string(50000, '\0') + "planted"); // for SQLite, one that was never begun
     EXPECT_EQ(pcdSetDomainData(session.get(), 1, "s", "k", "v"), kVeskOK);
     EXPECT_EQ(readFile(journal).find("planted"), std::string::npos);
     // SQLite's own temporary files stay usable.

@@ -779,6 +779,7 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         {"header", over(sound, 0, std::string(100, '\xFF')), 0, "403", ""},
         {"header and a root", over(over(sound, 0, hole), rootOf("dependency_type"), hole), 1, "403",
          "tables\tdependency_type\t0\t0\tfalse\n"},
+        {"page size", over(sound, 16, "\2\1"), 0, "403", ""},
         {"cut", sound.substr(0, sound.size() - 10), 0, "403", ""},
         {"index", over(sound, pagesOf(sound, '\x0A', "P399")[0], hole), 0, "403", ""},
         {"moved, in write-ahead mode", over(moved, 18, "\2\2"), 0, "403", ""},
@@ -819,11 +820,19 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
         EXPECT_THAT(sql("/new.db", "SELECT count(*) FROM payloads"), ElementsAre(each.payloads));
         EXPECT_EQ(veskdb("restore pdb --from /new.db --yes").status, 0);
     }
-    unlink(pdb.c_str());
-    sql(pdb, "PRAGMA page_size = 1024; VACUUM");
-    mustDo("add pdb APP --family F --name N --version 1 --signature s");
-    writeFile("/damaged.db", over(readFile(pdb), 0, std::string(100, '\xFF')));
-    EXPECT_EQ(veskdb("salvage pdb --from /damaged.db --to /small.db").status, 0);
+    for (char const* const pageSize : {"512", "1024", "65536"}) {
+        SCOPED_TRACE(pageSize);
+        writeFile("/whole.db", sound);
+        sql("/whole.db", std::string("PRAGMA page_size = ") + pageSize + "; VACUUM");
+        unlink(pdb.c_str());
+        sql(pdb, std::string("PRAGMA page_size = ") + pageSize + "; VACUUM");
+        mustDo("add pdb APP --family F --name N --version 1 --signature s");
+        writeFile("/damaged.db", over(readFile(pdb), 0, std::string(100, '\xFF')));
+        for (char const* const from : {"/whole.db", "/damaged.db"}) {
+            unlink("/small.db");
+            EXPECT_EQ(shell(std::string("$veskdb salvage pdb --to /small.db --from ") + from).status, 0);
+        }
+    }
     refuses({{"$veskdb salvage pdb --to /damaged.db", 2, "exists already"},
              {"$veskdb salvage pdb --to \"" + pdbBackup + "\"", 2, "exists already"},
              {"mv \"$pdb\" $root/live; $veskdb salvage pdb --from /live --to '" + pdb +

@@ -568,13 +568,14 @@ Exports.
 Values that other programs wrote.
 
   $ sqlite3 "$pcd" "INSERT INTO domain_data VALUES('2', x'6380FF', 'line' || char(10) || char(13, 27, 155, 8238, 8294), NULL),
-  >   ('10', x'FF', 'q', 'a\"b\\'), (1.5, 'real', 'r', 2.25)"
+  >   ('10', x'FF', 'q', 'a\"b\\'), ('10', x'E28041F09F9841EDA080', 'q', 'no UTF-8'), (1.5, 'real', 'r', 2.25)"
   $ veskdb list pcd
   1.5|real|r|2.25
   1|{E2B9}|DefaultDriverPayload|{E2B9}
   2|s|k|v
   2|c\\x80\xff|line\\n\\r\\x1B\\xC2\\x9B\\xE2\\x80\\xAE\\xE2\\x81\\xA6|\\N (esc)
   10|s|k|v
+  10|\xe2\\x80A\xf0\\x9F\\x98A\xed\xa0\\x80|q|no UTF-8 (esc)
   10|\xff|q|a"b\\\\ (esc)
   $ veskdb list pcd --json | sed -n '/\"2\"/,$p'
       "domain": "2",
@@ -596,6 +597,15 @@ Values that other programs wrote.
       "subDomain": "s",
       "key": "k",
       "value": "v"
+    },
+    {
+      "domain": "10",
+      "subDomain": "\xef\xbf\xbdA\xef\xbf\xbdA\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd", (esc)
+      "key": "q",
+      "value": "no UTF-8",
+      "hex": {
+        "subDomain": "E28041F09F9841EDA080"
+      }
     },
     {
       "domain": "10",

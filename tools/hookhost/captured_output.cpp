@@ -158,9 +158,8 @@ void CapturedOutput::leaveReader()
         for (int each = 0; each < 2; ++each) {
             char discarded[4096];
             if (FD_ISSET(each, &descriptors)) {
-                // Does not block: copies of the worker share this pipe and may have emptied it in the meantime.
-                ssize_t const length = read(each, discarded, sizeof discarded);
-                open[each] = length > 0 || (length < 0 && errno == EAGAIN);
+                // Does not block, but fails: copies of the worker share this pipe and may have emptied it meanwhile.
+                open[each] = read(each, discarded, sizeof discarded) != 0;
             }
         }
     }

@@ -24,9 +24,7 @@ int openWithoutBlocking(char const* path, int flags, int mode)
 void keepSQLiteFromBlocking()
 {
     sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
-    if (files != nullptr && files->iVersion >= 3) {
-        files->xSetSystemCall(files, "open", reinterpret_cast<sqlite3_syscall_ptr>(openWithoutBlocking));
-    }
+    files->xSetSystemCall(files, "open", reinterpret_cast<sqlite3_syscall_ptr>(openWithoutBlocking));
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <limits.h>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -29,13 +30,14 @@ Listed readProcess(pid_t id)
     std::ifstream file(fmt::format("/proc/{}/stat", id));
     std::string text;
     std::getline(file, text, '\0'); // not by iterators, which throw for a process that has just ended
-    std::size_t const begin = text.find('(');
-    std::size_t const end = text.rfind(')');
-    if (begin == std::string::npos || end == std::string::npos || end + 4 >= text.size()) {
-        return {0, 'X', ""};
+    std::size_t const begin = text.find('(') + 1;
+    std::size_t const end = text.rfind(')') + 1;
+    Listed listed = {0, 'X', ""}; // for what is no process
+    if (end > 0) {
+        listed.name = text.substr(begin, end - 1 - begin);
+        std::istringstream(text.substr(end)) >> listed.state >> listed.parent;
     }
-    return {static_cast<pid_t>(std::atoi(text.c_str() + end + 4)), text[end + 2],
-            text.substr(begin + 1, end - begin - 1)};
+    return listed;
 }
 
 std::string programOf(pid_t id, std::string const& name)
