@@ -144,6 +144,10 @@ TEST_F(Hookhost, CallsAndReports)
         // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+        // A process in no folder, session or group of hookhost's, with nothing but the two pipes, reads what it prints.
+        {0, "mkfifo $root/go $root/done; cd $root; $hookhost --mode 0 --phase 1 $run -D act=helper >&2; for reader in $(pgrep -f -- \"--root $root\"); do"
+            " test $(readlink /proc/$reader/cwd) = / && ls /proc/$reader/fd && grep -h SigBlk /proc/$reader/status && test $(ps -o sid= $reader | tr -d ' ') = $reader && echo own session; done;"
+            " : >$root/go; : >$root/done; rm $root/go $root/done", "0\n1\nSigBlk:\t0+\nown session\n", "still running"},
         {0, "mkfifo $root/go $root/done; for format in raw jsonl; do $hookhost --format $format --mode 0 --phase 1 $run -D act=helper 2>&1; : >$root/go;"
             " : >$root/done; done | grep -o 'hookhost: still running\\|\"type\":\"running\"'; rm $root/go $root/done", "hookhost: still running\n\"type\":\"running\"\n", "^$"},
         // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
@@ -153,13 +157,14 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "NO_COLOR=1 script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -3 | tr -d '\\r'",
             "install/pre-payload  process \\d+\n +\\+\\d+ ms  0/1 \n +\\+\\d+ ms  = status 0 .*\n", "^$"},
         {1, "script -qec \"$hookhost --mode 0 --phase 1 -D times=1 --home / --root '$root' '$fixture'\" /dev/null | tail -1; exit 1", ".*\x1B\\[31m= status 1 .*\x1B\\[0m\r\n", "^$"},
+        {0, "script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -1", ".*\x1B\\[32m= status 0 .*\x1B\\[0m\r\n", "^$"},
         // Without HOME, the user database outside the root has it.
         {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
     });
     // clang-format on
 }
 
-TEST_F(Hookhost, ShowsOnATerminalHowManyFilesWereRead)
+TEST_F(Hookhost, ShowsProgressAndEndsACrashThatHangs)
 {
     if (UNDER_SANITIZERS != 0) {
         GTEST_SKIP() << "needs a library preloaded before the sanitizers'";
@@ -167,7 +172,15 @@ TEST_F(Hookhost, ShowsOnATerminalHowManyFilesWereRead)
     shell("script -qec \"LD_PRELOAD='" FAST_CLOCK
           "' $hookhost --mode 0 --phase 1 --changes --home / --root '$root'"
           " '$fixture'\" /dev/null");
-    EXPECT_THAT(out, ContainsRegex("^\rhookhost: 1 files read\r\x1B\\[K.*1 files read\rhookhost: 2 files read\r\x1B\\[K"));
+    EXPECT_THAT(
+        out,
+        ContainsRegex("^\rhookhost: 1 files read\r\x1B\\[K.*1 files read\rhookhost: 2 files read\r\x1B\\[K"));
+    EXPECT_EQ(
+        shell(
+            "mkfifo $root/running; cp $lacking $root/another.so; ulimit -c 0; LD_PRELOAD='" FAST_CLOCK
+            "' $hookhost --mode 0 --phase 1 --changes $run -D 'act=crash while loading'; status=$?; rm $root/running; exit $status"),
+        128 + SIGTRAP);
+    EXPECT_THAT(out, ContainsRegex("ended by signal 5 .Trace/breakpoint trap.; no core file"));
 }
 
 TEST_F(Hookhost, WritesRecordsWhole)
@@ -340,6 +353,9 @@ TEST_F(Hookhost, NamesTheCoreFileOrWhyThereIsNone)
         {"core", "act=\"crash as another user\"; ",
          "no core file: the hook changed its user; see fs.suid_dumpable in core(5)"},
         {"core", "in=\"$root/other [root]\"; ", "core file: ROOT/other [root]/core"},
+        {"core", "more=--overlay; ", "core file: /core in the overlay; --keep would leave it"},
+        {"core", "more=\"--overlay --keep=$root/core-kept\"; ",
+         "core file: /core below the folder of --keep"},
         {"core", "in=$root/taken; ", "no core file: the kernel could not write ROOT/taken/core; see core(5)"},
     };
     for (auto const& [pattern, command, expected] : cases) {
@@ -348,9 +364,9 @@ TEST_F(Hookhost, NamesTheCoreFileOrWhyThereIsNone)
         shell(std::string("export hookhost fixture root; unshare --mount sh -c 'mount --bind $root/pattern "
                           "/proc/sys/kernel/core_pattern; in=$root; act=crash; ulimit -c unlimited; ") +
               command +
-              "$hookhost --mode 0 --phase 1 --home / --root \"$in\" -D \"act=$act\" \"$fixture\"' |"
+              "$hookhost --mode 0 --phase 1 --home / --root \"$in\" $more -D \"act=$act\" \"$fixture\"' |"
               " sed -n \"s:$root:ROOT:g;s:.*; \\(no core\\|core file\\):\\1:p\";"
-              " rm -f $root/core* $root/coore \"$root/other [root]/core\"");
+              " rm -rf $root/core* $root/coore \"$root/other [root]/core\"");
         EXPECT_EQ(out, std::string(expected) + '\n');
     }
 }
@@ -434,6 +450,8 @@ install/pre-payload                      7         4         9
             R"({"created":7,"removed":4,"changed":9})" "\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
             "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted \\ here/file\n"},
+        {125, "mkdir $root.full; mount -t tmpfs -o nr_inodes=2 full $root.full; $hookhost --overlay --keep $root.full " + changing + "change >&2; status=$?;"
+            " umount $root.full; rmdir $root.full; exit $status", ""},
         {0, "{ $hookhost --overlay " + changing + "hang; echo status $?; } | { IFS=' '; set -- $(grep -m 1 ' 0/1 ');"
             " kill $(cut -d ' ' -f 4 /proc/$3/stat); grep -o 'interrupted by signal 15\\|status 143'; }", "interrupted by signal 15\nstatus 143\n"},
         // On the tree itself, where files that are old and unchanged are not read again.
@@ -449,7 +467,7 @@ install/pre-payload                      7         4         9
         EXPECT_EQ(std::regex_replace(withoutTimes, std::regex("[^ ]*Z"), "DATE"), each.expected);
     }
     shell(
-        "mount --bind $root/called $root/called; $hookhost --overlay --mode 0 --phase 1 $run; umount $root/called");
+        "cd $root/etc; mount --bind $root/called $root/called; $hookhost --overlay --mode 0 --phase 1 $run; umount $root/called");
     EXPECT_THAT(out, ContainsRegex("no trace can be left"));
     EXPECT_THAT(err, ContainsRegex("^hookhost: '/called' is a mounted file: it is read-only in this run\n$"));
     // The kernel refuses to stack a third overlay. The root can be entered as before.

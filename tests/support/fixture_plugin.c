@@ -19,9 +19,19 @@
 static HookLogCallback latest; /* the log of the previous call */
 static char const* atUnload = "";
 
+/* Opens the FIFO /running if there is one: its reader then knows that this process has come so far, and sees its end. */
+static void openRunning(void)
+{
+    open("/running", O_WRONLY);
+}
+
 __attribute__((constructor)) static void loaded(void)
 {
     fputs("fixture loaded\n", stderr);
+    if (getenv("HANGS_WHEN_LOADED") != NULL) {
+        openRunning();
+        pause();
+    }
     if (getenv("PRINTED_WHEN_LOADED") != NULL) {
         puts(getenv("PRINTED_WHEN_LOADED"));
     }
@@ -44,12 +54,6 @@ static char const* valueOf(struct HookProperty const* property, char const* name
         ++property;
     }
     return property != NULL && property->name != NULL ? property->value : "";
-}
-
-/* Opens the FIFO /running if there is one: its reader then knows that this process has come so far, and sees its end. */
-static void openRunning(void)
-{
-    open("/running", O_WRONLY);
 }
 
 /* Logs long lines, each of one letter. */
@@ -168,6 +172,11 @@ static void fault(char const* signalName)
     }
 }
 
+static void* loadAnother(void* path)
+{
+    return dlopen(path, RTLD_NOW);
+}
+
 static void act(char const* what, HookLogCallback log)
 {
     pthread_t threads[2];
@@ -191,6 +200,11 @@ static void act(char const* what, HookLogCallback log)
         Dl_info self;
         dladdr(&latest, &self);
         dlopen(self.dli_fname, RTLD_NOW | RTLD_NODELETE);
+    } else if (strcmp(what, "crash while loading") == 0) { /* the loader's lock is held for ever */
+        setenv("HANGS_WHEN_LOADED", "", 1);
+        pthread_create(&threads[0], NULL, loadAnother, "/another.so");
+        close(open("/running", O_RDONLY));
+        raise(SIGTRAP);
     } else if (strcmp(what, "call null") == 0) {
         void (*volatile const nothing)(void) = NULL;
         nothing();

@@ -240,6 +240,13 @@ Expectations.
   {"type":"expectation","time":"TIME","mode":"install","expected":"1","held":true}
   {"type":"expectation","time":"TIME","mode":"install","expected":"1=2","held":false,"reason":"it was status 1"}
   [121]
+  $ run --mode 0 --phase 1 --expect signal:1 --expect exit:0 --expect exit:255 --expect 2=signal:127 --expect 4294967295 | grep -v TIME
+  expected signal:1: not held: pre-payload was status 0
+  expected exit:0: not held: pre-payload was status 0
+  expected exit:255: not held: pre-payload was status 0
+  expected 2=signal:127: not held: it was not run
+  expected 4294967295: not held: pre-payload was status 0
+  [121]
   $ run --mode 0 --phase 1 -D act=crash --expect exit:5 --expect 2=0 | grep -v TIME
   hookhost: install/pre-payload: ended by signal 5 (Trace/breakpoint trap); calls not made: 1
   expected exit:5: not held: pre-payload was signal:5

@@ -35,8 +35,6 @@ CapturedOutput::CapturedOutput(RunState& sharedState) : state(sharedState)
         }
         each.readingEnd = ends[0];
         each.writingEnd = ends[1];
-        fcntl(each.readingEnd, F_SETFD, FD_CLOEXEC);
-        fcntl(each.writingEnd, F_SETFD, FD_CLOEXEC);
         fcntl(each.readingEnd, F_SETFL, O_NONBLOCK);
         each.workersEnd.emplace(each.readingEnd);
     }

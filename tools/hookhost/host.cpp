@@ -13,7 +13,6 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <fmt/format.h>
 #include <optional>
 #include <sys/wait.h>
@@ -289,9 +288,7 @@ int reportFailure(Run& run, pid_t worker, Watch const& ending)
     CurrentCall const call = run.state->current;
     int exitStatus = 0;
     Failure failure = describeFailure(run, ending, exitStatus);
-    if (std::strcmp(failure.outcome, "signal") == 0) {
-        addCrash(run, worker, WCOREDUMP(ending.status), failure);
-    }
+    addCrash(run, worker, WCOREDUMP(ending.status), failure);
     {
         RecordWriter::Turn turn = run.report.turn();
         run.report.failed(turn, call.step, worker, failure, run.state->sinceBegin() - call.started);

@@ -84,7 +84,7 @@ int HostSignals::interruption() const
 
 bool HostSignals::canInterrupt(int signal) const
 {
-    return signal != SIGCHLD && sigismember(&handled, signal) == 1;
+    return sigismember(&handled, signal) == 1;
 }
 
 void HostSignals::endBy(int signal) const

@@ -30,7 +30,7 @@ public:
     /// The number of the signal that interrupts hookhost; 0 if none has arrived.
     int interruption() const;
 
-    /// Whether a signal would interrupt hookhost.
+    /// Whether a signal that has ended a process would interrupt hookhost.
     bool canInterrupt(int signal) const;
 
     /// Ends this process by a signal, without a core file.

@@ -32,10 +32,7 @@ int copyOutOfReach(int original)
     if (!isRaised && limit.rlim_cur < number + room) {
         number = limit.rlim_cur > room ? limit.rlim_cur - room : 0;
     }
-    int copy = fcntl(original, F_DUPFD_CLOEXEC, static_cast<int>(number));
-    if (copy < 0) {
-        copy = fcntl(original, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    }
+    int const copy = fcntl(original, F_DUPFD_CLOEXEC, static_cast<int>(number));
     int const error = errno;
     if (isRaised) {
         setrlimit(RLIMIT_NOFILE, &limit);

@@ -291,7 +291,8 @@ private:
         return added;
     }
 
-    void addDatabases(CLI::App& to)
+    void addDatabases(CLI::App& to,
+                      char const* description = "pdb, pcd, cache or vesk; all when none is named")
     {
         to.add_option_function<Words>(
               "DB",
@@ -300,7 +301,7 @@ private:
                       command.options.named.push_back(&databaseNamed(name));
                   }
               },
-              "pdb, pcd, cache or vesk; all when none is named")
+              description)
             ->type_name("");
     }
 
@@ -579,7 +580,7 @@ private:
     {
         Options& options = command.options;
         CLI::App& backup = form(app, "backup", "Back up databases: pdb and vesk, or those named.", backUp);
-        addDatabases(backup);
+        addDatabases(backup, "pdb, pcd, cache or vesk; pdb and vesk when none is named");
         backup.add_option("--to", options.to, "Back up one database to this file instead")->type_name("FILE");
         forms[&backup].check = [this, &options] {
             if (options.to && options.named.size() != 1) {

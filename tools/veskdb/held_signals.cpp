@@ -19,7 +19,8 @@ HeldSignals::HeldSignals()
     sigemptyset(&held);
     for (int const each : endingSignals) {
         struct sigaction action = {};
-        if (sigaction(each, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+        sigaction(each, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) {
             sigaddset(&held, each);
         }
     }

@@ -85,9 +85,6 @@ std::string describeCoreFile(bool dumped, pid_t process, Crash const& crash, std
         std::string const path = newest(literal(folder) + globFor(pattern, process));
         return "core file: " + (path.empty() ? folder + pattern + " (the kernel's pattern)" : path);
     }
-    if (crash.signal == 0) {
-        return "no core file: see core(5)";
-    }
     if (crash.coreLimit == 0 && !toProgram) {
         return "no core file: the limit on core files is 0; raise it with ulimit -c unlimited";
     }

@@ -102,11 +102,7 @@ private:
     std::string textAtAddress(ElfW(Addr) address) const
     {
         std::size_t const begin = placeOf(address);
-        std::size_t const end = bytes.find('\0', begin);
-        if (end == std::string::npos) {
-            refuseDamaged();
-        }
-        return bytes.substr(begin, end - begin);
+        return bytes.substr(begin, bytes.find('\0', begin) - begin);
     }
 
     /// An entry of the dynamic section; 0 if there is none.

@@ -231,11 +231,9 @@ private:
     static bool canSetTrustedAttributes()
     {
         std::ifstream file("/proc/self/uid_map");
-        unsigned long inside = 1;
-        unsigned long outside = 1;
-        unsigned long count = 0;
+        std::string inside, outside, count;
         file >> inside >> outside >> count;
-        return inside == 0 && outside == 0 && count == 4294967295;
+        return inside == "0" && outside == "0" && count == "4294967295";
     }
 
     std::string mergedRoot() const { return layers.front().merged.path(); }
