@@ -149,6 +149,9 @@ public:
     Rows& operator=(Rows const&) = delete;
     ~Rows() { sqlite3_finalize(statement); }
 
+    /// Whether the tables and columns of the query exist.
+    bool isPossible() const { return statement != nullptr; }
+
     /// Starts the query again, with a parameter.
     void restart(int64_t parameter)
     {
@@ -226,17 +229,12 @@ void DamagedFile::open()
 }
 
 /// Whether the schema can be read and has at least one of the database's tables.
-bool DamagedFile::hasOwnSchema() const
+bool DamagedFile::hasOwnSchema()
 {
-    bool found = false;
-    for (Table const& table : tablesOf(database)) {
-        sqlite3_stmt* compiled = nullptr;
-        std::string const query = fmt::format("SELECT {} FROM {}", columnsOf(table), table.name);
-        found =
-            found || sqlite3_prepare_v2(connection.get(), query.c_str(), -1, &compiled, nullptr) == SQLITE_OK;
-        sqlite3_finalize(compiled);
-    }
-    return found;
+    std::vector<Table> const& tables = tablesOf(database);
+    return std::any_of(tables.begin(), tables.end(), [&](Table const& table) {
+        return query(fmt::format("SELECT {} FROM {}", columnsOf(table), table.name))->isPossible();
+    });
 }
 
 /// Replaces the damaged pages of the schema by those of a fresh database: the library creates tables and indexes on the

@@ -41,7 +41,7 @@ private:
     class Rows;
 
     void open();
-    bool hasOwnSchema() const;
+    bool hasOwnSchema();
     void overlaySchema();
     static bool keep(Table const& table, int64_t rowid, Row const& row, SalvagedTable& salvaged);
     void readFrom(Table const& table, std::string const& order, SalvagedTable& salvaged);

@@ -148,7 +148,6 @@ void RecordReader::limit(int64_t heapPerByte)
 {
     sqlite3* const connection = database.get();
     sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-    sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_limit(connection, SQLITE_LIMIT_FUNCTION_ARG, 0);
     sqlite3_limit(connection, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 0);
     sqlite3_limit(connection, SQLITE_LIMIT_LENGTH,

@@ -1,5 +1,6 @@
 #include "tools/hookhost/overlay.h"
 
+#include "platform/descriptor.h"
 #include "tools/hookhost/exit_status.h"
 #include "tools/hookhost/messages.h"
 #include "tools/hookhost/tree_walk.h"
@@ -27,34 +28,14 @@ namespace hookhost {
 
 namespace {
 
-/// A descriptor that is closed in the end.
-class Descriptor
+using platform::Descriptor;
+
+/// A path of a folder for system calls that take no descriptor: no character in it has to be escaped, and no other
+/// process can change what it leads to.
+std::string pathOf(Descriptor const& folder)
 {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int descriptor) : number(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(number, other.number);
-        return *this;
-    }
-    ~Descriptor()
-    {
-        if (number >= 0) {
-            close(number);
-        }
-    }
-
-    int get() const { return number; }
-
-    /// A path of this folder for system calls that take no descriptor: no character in it has to be escaped, and no
-    /// other process can change what it leads to.
-    std::string path() const { return fmt::format("/proc/self/fd/{}", number); }
-
-private:
-    int number = -1;
-};
+    return fmt::format("/proc/self/fd/{}", folder.get());
+}
 
 [[noreturn]] void refuse(std::string const& reason)
 {
@@ -72,7 +53,7 @@ Descriptor makeFolder(int above, std::string const& name, struct stat const& lik
     mkdirat(above, name.c_str(), 0700);
     Descriptor folder = openFolder(above, name);
     timespec const times[] = {like.st_atim, like.st_mtim};
-    if (folder.get() < 0 || fchown(folder.get(), like.st_uid, like.st_gid) != 0 ||
+    if (!folder.isOpen() || fchown(folder.get(), like.st_uid, like.st_gid) != 0 ||
         fchmod(folder.get(), like.st_mode & 07777) != 0 || futimens(folder.get(), times) != 0) {
         refuse(fmt::format("no folder for the overlay can be made in memory: {}", std::strerror(errno)));
     }
@@ -131,7 +112,7 @@ struct Layer
 /// Whether a folder of the upper layer hides or moves what the original has at its place.
 bool replacesOriginal(int folder, std::string const& name)
 {
-    Descriptor const opened(openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    Descriptor const opened = openFolder(folder, name);
     for (char const* const attribute :
          {"trusted.overlay.opaque", "user.overlay.opaque", "trusted.overlay.redirect"}) {
         if (fgetxattr(opened.get(), attribute, nullptr, 0) > 0) {
@@ -236,7 +217,7 @@ private:
         return inside == "0" && outside == "0" && count == "4294967295";
     }
 
-    std::string mergedRoot() const { return layers.front().merged.path(); }
+    std::string mergedRoot() const { return pathOf(layers.front().merged); }
 
     /// Runs a program in a folder.
     static bool run(std::vector<std::string> command, int folder)
@@ -287,26 +268,26 @@ private:
         Descriptor changed = makeFolder(place.get(), "changed", status);
         Descriptor const work = makeFolder(place.get(), "work", ours);
         Descriptor const merged = makeFolder(place.get(), "merged", ours);
-        target = target.empty() ? merged.path() : target;
+        target = target.empty() ? pathOf(merged) : target;
         std::string const options =
-            fmt::format("lowerdir={},upperdir={},workdir={},{}", original.path(), changed.path(), work.path(),
-                        inUserNamespace ? "userxattr" : "redirect_dir=on");
+            fmt::format("lowerdir={},upperdir={},workdir={},{}", pathOf(original), pathOf(changed),
+                        pathOf(work), inUserNamespace ? "userxattr" : "redirect_dir=on");
         struct statvfs fileSystem = {};
         fstatvfs(original.get(), &fileSystem);
         unsigned long const flags = fileSystem.f_flag & (MS_RDONLY | MS_NOSUID | MS_NODEV | MS_NOEXEC);
         if (mount("hookhost", target.c_str(), "overlay", flags, options.c_str()) != 0) {
-            return {};
+            return Layer();
         }
         // Not by the descriptor, which is of the folder below the mount.
         Descriptor top =
-            openFolder(AT_FDCWD, target == merged.path() ? fmt::format("/../{}/merged", number) : target);
+            openFolder(AT_FDCWD, target == pathOf(merged) ? fmt::format("/../{}/merged", number) : target);
         return {"", std::move(original), std::move(changed), std::move(top)};
     }
 
     void overlay(std::string const& root)
     {
         Layer layer = makeLayer(openFolder(AT_FDCWD, root), "");
-        if (layer.merged.get() < 0) {
+        if (!layer.merged.isOpen()) {
             refuse(fmt::format("the kernel refuses an overlay of '{}': {}; {}", root, std::strerror(errno),
                                inUserNamespace
                                    ? "run this as the machine's root, or give --root with a folder that "
@@ -341,10 +322,10 @@ private:
     void addLayer(MountPoint const& point, std::string const& path, std::string const& target)
     {
         Descriptor folder = openFolder(AT_FDCWD, point.path);
-        bool const isFile = folder.get() < 0 && errno == ENOTDIR;
+        bool const isFile = !folder.isOpen() && errno == ENOTDIR;
         Layer layer = isFile ? Layer() : makeLayer(std::move(folder), target);
         int const error = errno;
-        if (layer.merged.get() >= 0) {
+        if (layer.merged.isOpen()) {
             layer.path = path + '/';
             if (path != "/dev") {
                 layers.push_back(std::move(layer));
