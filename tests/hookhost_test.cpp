@@ -444,9 +444,11 @@ install/pre-payload                      7         4         9
         {0, "$hookhost --overlay " + changing + "change" + onlyRecords, records},
         {0, "$hookhost --overlay " + changing + "'change and crash'" + onlyRecords, records},
         {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "20\n"},
-        {0, "$hookhost --overlay --format jsonl " + changing + "change | sed -n 's/.*\"type\":\"change\".*\"path\":\"\\/etc\\/\\(link\\|node\\)\",/{/p;s/.*\"type\":\"run\".*\"created\"/{\"created\"/p'",
-            R"({"before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"},"after":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"other"}})" "\n"
-            R"({"before":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:3"},"after":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:5"}})" "\n"
+        {0, "$hookhost --overlay --format jsonl " + changing + "change | sed -n 's#.*\\(\"change\":\"[a-z]*\",\"path\":\"/etc/\\(fifo\\|link\\|node\\|old\\)\"\\)#{\\1#p;s#.*\\(\"created\":7\\)#{\\1#p'",
+            R"({"change":"created","path":"/etc/fifo","after":{"kind":"FIFO","mode":"0600","uid":0,"gid":0}})" "\n"
+            R"({"change":"changed","path":"/etc/link","before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"},"after":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"other"}})" "\n"
+            R"({"change":"changed","path":"/etc/node","before":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:3"},"after":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:5"}})" "\n"
+            R"({"change":"removed","path":"/etc/old","before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"}})" "\n"
             R"({"created":7,"removed":4,"changed":9})" "\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
             "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted \\ here/file\n"},

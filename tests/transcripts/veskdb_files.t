@@ -309,7 +309,7 @@ Access.
 
   $ chmod 666 "$zelko/backup/pdb.db" && chown 1234:0 "$zelko/backup"
   $ chmod 777 root/Library && chown 1234:80 "$zelko/vesk" && printf 12 >"$pdb.veskdb-ABCDEF" && printf 123 >"$zelko/backup/pdb.db.20200101T000000Z.1"
-  $ veskdb verify pdb
+  $ veskdb verify pdb cache
   fault|pdb|/Library/Application Support/Zelko/vesk|its owner is 1234:80, not 0:80|as root: chown 0:80 'ROOT/Library/Application Support/Zelko/vesk'
   fault|pdb|/Library|every user may write a folder above the database, and so replace it: its mode is 0777|as root: chmod o-w 'ROOT/Library'
   note|pdb|/Library/Application Support/Zelko/vesk/pdb.db|2 relations to payloads that are not on record|
@@ -318,5 +318,6 @@ Access.
   note|pdb|/Library/Application Support/Zelko/backup/pdb.db|dated copies: 1, 3 bytes|remove those that are no longer needed: ls -l 'ROOT/Library/Application Support/Zelko/backup/pdb.db'.2*
   fault|pdb|/Library/Application Support/Zelko/backup|others may write it: its owner is 1234:0, its mode 0775|as root: chown 0 'ROOT/Library/Application Support/Zelko/backup'; chmod o-w 'ROOT/Library/Application Support/Zelko/backup'
   fault|pdb|/Library/Application Support/Zelko/backup/pdb.db|others may write it: its owner is 0:0, its mode 0666|as root: chown 0 'ROOT/Library/Application Support/Zelko/backup/pdb.db'; chmod o-w 'ROOT/Library/Application Support/Zelko/backup/pdb.db'
+  fault|cache|/Library/Application Support/Zelko/Zelko PCD/cache/cache.db|its table pcd_meta is not as the installer creates it|veskdb --root 'ROOT' restore cache --from FILE, a sound copy; if there is none, as root: mv 'ROOT/Library/Application Support/Zelko/Zelko PCD/cache/cache.db' 'ROOT/Library/Application Support/Zelko/Zelko PCD/cache/cache.db'.damaged, and the installer starts a new one
   note|pdb|/Library/Application Support/Zelko/backup|not root's: 2 files or folders below the folder of all databases, such as this one|find out who made them and what for, before the next install
   [1]
