@@ -29,6 +29,7 @@ protected:
             "' fixture='" FIXTURE "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY
             "' in=$root/in\n"
             "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
+            "descriptors() { ls /proc/self/fd | grep -v ^3$ | sort -n | paste -sd ' '; }\n" // not the list itself
             "fill() { dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; }\n"
             "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
             "rm $root/unread; }\n" +
@@ -159,7 +160,9 @@ TEST_F(Hookhost, CallsAndReports)
         {1, "script -qec \"$hookhost --mode 0 --phase 1 -D times=1 --home / --root '$root' '$fixture'\" /dev/null | tail -1; exit 1", ".*\x1B\\[31m= status 1 .*\x1B\\[0m\r\n", "^$"},
         {0, "script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -1", ".*\x1B\\[32m= status 0 .*\x1B\\[0m\r\n", "^$"},
         // Without HOME, the user database outside the root has it.
-        {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; env -u HOME $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; ls $root$home", "0/1 \ncalled\n", ""},
+        {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; for how in -uHOME HOME=; do env $how $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; rm $root$home/called; done", "0/1 \n0/1 \n", "^(fixture loaded\n){2}$"},
+        // The hook has no descriptors but its own.
+        {0, "$hookhost --mode 0 --phase 1 --changes $run -D act=descriptors | sed -n 's/.*open: //p'; descriptors", "(.*)\n\\1\n", ""},
     });
     // clang-format on
 }
@@ -204,6 +207,8 @@ TEST_F(Hookhost, WritesRecordsWhole)
         // A time-out that passes after the crash, while the reader sleeps, neither kills a process nor counts.
         {0, "{ fill; $hookhost --mode 0 --phase 1 --no-capture --no-log-callback --timeout 0.2 --expect signal:5 $run -D act=crash; } |"
             " { sleep 0.5; tr -d '\\0'; }", ".* = failed .*signal 5.*\nexpected signal:5: held\n", "signal 5"},
+        // A worker that is killed while it waits for the reader has the lock on the records.
+        {0, "{ fill; $hookhost --mode 0 --phase 1 --timeout 0.2 --no-capture $run; echo status $? >&2; } | { sleep 0.5; tr -d '\\0'; }", ".* = failed .*did not return within 0.2 s.*\n", "\nstatus 124\n$"},
         // Descriptors: the hook cannot close or replace hookhost's own unless it closes all.
         {0, "$hookhost --mode 0 --phase 1 $run -D 'act=close low'", ".* 0/1 \n.* after closing\n.* = status 0 .*\n(.* ! left behind: descriptor \\d+ .* -> (closed|/taken)\n)+", "^$"},
         {125, "$hookhost --mode 0 --phase 1 $run -D 'act=close all'", ".* 0/1 \n", "^hookhost: output was lost: Bad file descriptor\n$"},
@@ -482,14 +487,28 @@ install/pre-payload                      7         4         9
         err,
         ContainsRegex(
             "hookhost: '/two' cannot have an overlay (.*): it is an empty, read-only folder in this run\n"));
+    shell(
+        "$hookhost --overlay --changes --format raw --mode 0 --phase 1 $run -D act=descriptors | sed -n 's/open: //p'; descriptors");
+    EXPECT_TRUE(std::regex_match(out, std::regex("(.*)\n\\1\n"))) << out;
     // Of the machine itself, if the kernel permits an overlay of its root, and if that is not read-only.
-    EXPECT_EQ(shell("test -w / || echo read-only; for home in /dev/shm /; do"
+    EXPECT_EQ(shell("cd $root; test -w / || echo read-only; for home in /dev/shm /; do"
                     " $hookhost --overlay --changes --mode 0 --phase 1 --home $home $fixture; done;"
                     " test ! -e /called -a ! -e /dev/shm/called"),
               0);
     EXPECT_THAT(
         out + err,
         ContainsRegex("install/pre-payload [0-9]+ . /called  file|refuses an overlay of '/'|^read-only\n"));
+    EXPECT_THAT(
+        root.outsidePath() + err,
+        ContainsRegex("^/tmp|the current folder '/.*' is not in the overlay|refuses an overlay of '/'"));
+    // The system's file systems are mounted there as they are.
+    EXPECT_EQ(
+        shell(
+            "systems() { sed -n 's#^[^ ]* \\(/\\(dev\\|proc\\|sys\\)[^ ]*\\) .*#\\1#p' | grep -v ^/dev/shm/ | sort -u; };"
+            " systems </proc/self/mounts >$root/outside; $hookhost --overlay --format raw --mode 0 --phase 1 --home"
+            " / $fixture -D act=mounts >$root/mounts && systems <$root/mounts | diff $root/outside - || test ! -s $root/mounts"),
+        0)
+        << out;
 }
 
 TEST_F(Hookhost, RecordsAPluginThatDoesNotReturn)

@@ -73,6 +73,7 @@ static void helper(void)
 {
     if (fork() == 0) {
         close(open("/go", O_RDONLY));
+        close(STDERR_FILENO);
         for (int count = 0; count < 5000; ++count) {
             printf("%050d\n", count);
         }
@@ -152,6 +153,28 @@ static int recurse(int const volatile* depth)
     return deeper > 0 ? recurse(&deeper) + deeper : 0;
 }
 
+/* Logs the numbers of the descriptors that are open. */
+static void logDescriptors(HookLogCallback log)
+{
+    char numbers[200] = "open:";
+    size_t length = strlen(numbers);
+    for (int descriptor = 0; descriptor < 1024 && length + 6 < sizeof numbers; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) >= 0) {
+            length += (size_t)sprintf(numbers + length, " %d", descriptor);
+        }
+    }
+    log(numbers);
+}
+
+static void printMounts(void)
+{
+    FILE* const mounts = fopen("/proc/self/mounts", "r");
+    for (int each = getc(mounts); each != EOF; each = getc(mounts)) {
+        putchar(each);
+    }
+    fclose(mounts);
+}
+
 static void becomeAnotherUser(HookLogCallback log)
 {
     int const became = setgid(1234) == 0 && setuid(1234) == 0;
@@ -194,6 +217,10 @@ static void act(char const* what, HookLogCallback log)
         raise(SIGTRAP); /* none that a sanitizer catches */
     } else if (strncmp(what, "SIG", 3) == 0) {
         fault(what);
+    } else if (strcmp(what, "descriptors") == 0) {
+        logDescriptors(log);
+    } else if (strcmp(what, "mounts") == 0) {
+        printMounts();
     } else if (strcmp(what, "segmentation signal") == 0) {
         raise(SIGSEGV);                                /* none of the processor's: it would not occur again */
     } else if (strcmp(what, "exit at the end") == 0) { /* the plug-in stays loaded until then */

@@ -300,7 +300,7 @@ Refusals.
   >   '--mode 0 --expect signal:128' '--mode 0 --expect exit:256' '--mode 0 --expect exit:' '--mode 0 --expect 4294967296' '--mode 0 --expect timeout:1' \
   >   '--mode 0 --expect-log a=b' '--mode 0 --expect-log 1=' '--mode 0 --explain --format raw' '--mode 0 --debug gdb' \
   >   '--mode 0 --home=' '--mode 0 --home ann' '--list --mode 0' '--list --overlay' '--mode 0 --root none' \
-  >   '--mode 0 --overlay --keep none/k' '--mode 0 --null-properties -D a=b' '-n --mode 0 --changes --root /'; do hookhost $arguments "$FIXTURE"; done
+  >   '--mode 0 -D a=b c' '--mode 0 --phase 1 2' '--mode 0 --expect 0 1' '--mode 0 --expect-log a b' '--mode 0 --overlay --keep none/k' '--mode 0 --null-properties -D a=b' '-n --mode 0 --changes --root /'; do hookhost $arguments "$FIXTURE"; done
   hookhost: --mode is missing; give one of install, reinstall, uninstall or a number
   hookhost: --mode 'instal' is unknown; give one of install, reinstall, uninstall or a NN-bit number, such as 7 or 0xFFFFFFFF
   hookhost: --mode '4294967296' is unknown; give one of install, reinstall, uninstall or a NN-bit number, such as 7 or 0xFFFFFFFF
@@ -336,6 +336,10 @@ Refusals.
   hookhost: --list calls nothing; leave out --mode
   hookhost: --list calls nothing; leave out --overlay
   hookhost: root 'none': no such folder; create it first or give an existing one
+  hookhost: The following argument was not expected: libfixture_plugin.so; see hookhost --help
+  hookhost: The following argument was not expected: libfixture_plugin.so; see hookhost --help
+  hookhost: The following argument was not expected: libfixture_plugin.so; see hookhost --help
+  hookhost: The following argument was not expected: libfixture_plugin.so; see hookhost --help
   hookhost: --keep 'none/k': No such file or directory; give a new or empty folder
   hookhost: --null-properties passes no properties; leave out --property or --null-properties
   hookhost: --changes cannot watch the machine itself, which --root '/' is; add --overlay or give another root

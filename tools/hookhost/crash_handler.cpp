@@ -25,7 +25,7 @@ void describeFrame(Text& text, void* address)
 {
     Dl_info info = {};
     auto const place = reinterpret_cast<std::uintptr_t>(address);
-    if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) {
+    if (dladdr(address, &info) == 0) {
         std::snprintf(text.data(), text.size(), "0x%jx", static_cast<uintmax_t>(place));
         return;
     }

@@ -69,7 +69,7 @@ std::string describeHandler(struct sigaction const& action)
         return "ignored";
     }
     Dl_info info = {};
-    if (dladdr(handler, &info) == 0 || info.dli_fname == nullptr) {
+    if (dladdr(handler, &info) == 0) {
         return fmt::format("handler {}", handler);
     }
     char const* const slash = std::strrchr(info.dli_fname, '/');

@@ -31,9 +31,8 @@ std::string reasonFor(int sqliteCode, int systemError, std::string const& path)
         return describeError(ENOSPC);
     }
     struct statvfs fileSystem = {};
-    bool const examined =
-        statvfs(path.c_str(), &fileSystem) == 0 || statvfs(folderPart(path).c_str(), &fileSystem) == 0;
-    bool const readOnly = examined && (fileSystem.f_flag & ST_RDONLY) != 0;
+    statvfs(folderPart(path).c_str(), &fileSystem);
+    bool const readOnly = (fileSystem.f_flag & ST_RDONLY) != 0;
     if (readOnly && (code == SQLITE_READONLY || code == SQLITE_CANTOPEN || code == SQLITE_AUTH)) {
         return describeError(EROFS);
     }

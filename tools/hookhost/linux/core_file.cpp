@@ -51,14 +51,12 @@ std::string newest(std::string const& pattern)
 {
     glob_t found = {};
     std::string result;
-    timespec latest = {};
+    time_t latest = 0;
     if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
         for (std::size_t each = 0; each < found.gl_pathc; ++each) {
             struct stat status = {};
-            if (stat(found.gl_pathv[each], &status) == 0 &&
-                (status.st_mtim.tv_sec > latest.tv_sec ||
-                 (status.st_mtim.tv_sec == latest.tv_sec && status.st_mtim.tv_nsec >= latest.tv_nsec))) {
-                latest = status.st_mtim;
+            if (stat(found.gl_pathv[each], &status) == 0 && status.st_mtime >= latest) {
+                latest = status.st_mtime;
                 result = found.gl_pathv[each];
             }
         }

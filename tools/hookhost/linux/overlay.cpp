@@ -77,7 +77,7 @@ std::vector<MountPoint> mountPoints()
         std::string parent, device, root, escaped;
         fields >> point.id >> parent >> device >> root >> escaped;
         for (std::size_t at = 0; at < escaped.size(); ++at) {
-            bool const isEscape = escaped[at] == '\\' && at + 3 < escaped.size(); // three octal digits
+            bool const isEscape = escaped[at] == '\\'; // before three octal digits
             point.path += isEscape
                               ? static_cast<char>(std::strtol(escaped.substr(at + 1, 3).c_str(), nullptr, 8))
                               : escaped[at];
