@@ -4,7 +4,6 @@
 #include "tools/veskdb/sqlite_values.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fmt/format.h>
 #include <optional>
 #include <set>
@@ -14,7 +13,6 @@ namespace veskdb {
 
 namespace {
 
-constexpr char magic[] = "SQLite format 3"; // followed by a zero byte
 constexpr std::size_t headerSize = 100;
 constexpr int instructionsBetweenLooks = 10000;
 constexpr int64_t mebibyte = 1 << 20;
@@ -91,11 +89,9 @@ std::size_t rootsIn(std::string const& image, Fresh const& fresh, std::size_t pa
 /// The size of an image's pages: the header's if it is possible, else the one that fits best.
 std::size_t pageSizeOf(std::string const& image, Database const& database)
 {
-    if (image.size() >= headerSize && image.compare(0, sizeof magic, magic, sizeof magic) == 0) {
-        std::size_t const size = numberAt(image, 16, 2) == 1 ? 65536 : numberAt(image, 16, 2);
-        if (size >= 512 && (size & (size - 1)) == 0) {
-            return size;
-        }
+    std::size_t const inHeader = numberAt(image, 16, 2) == 1 ? 65536 : numberAt(image, 16, 2);
+    if (inHeader >= 512 && (inHeader & (inHeader - 1)) == 0) {
+        return inHeader;
     }
     std::size_t best = 4096;
     for (std::size_t const size : {1024U, 512U, 2048U, 8192U, 16384U, 32768U, 65536U}) {
