@@ -288,6 +288,12 @@ Changes.
   phase                              created   removed   changed
   install/pre-payload                      1         0         0
 
+Reading leaves the dates of the last reading.
+
+  $ touch -a -d @1600000000 root/etc root/etc/one; run --mode 0 --phase 1 --changes >changes; stat -c %X root/etc root/etc/one
+  1600000000
+  1600000000
+
 Refusals.
 
   $ hookhost

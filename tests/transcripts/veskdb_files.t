@@ -304,6 +304,44 @@ Versions and schemas.
   cache|owner|0:80
   vesk|owner|0:80
   vesk|rows|dolm_payload 0, dolm_collection 0, dolm_collection_payload 0, dolm_payload_constraint 0, collection_data 0, payload_data 0, upgraded_payloads 0, own"table 0
+  $ cp "$pdb" sound; cp "$pcd" sound.pcd; veskdb export pdb OLD >old; veskdb export pcd >settings
+  $ sqlite3 "$pdb" "DROP TABLE payloads; CREATE TABLE payloads(PayloadID)"
+  $ veskdb add pdb A --family F --name N --version 1 --signature s
+  veskdb: payload 'A': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb set pdb OLD --state installed
+  veskdb: payload 'OLD': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb remove pdb OLD --yes
+  veskdb: '/Library/Application Support/Zelko/vesk/pdb.db': not as the installer creates it: table payloads; veskdb --root 'ROOT' verify pdb
+  [2]
+  $ veskdb import pdb --replace <old
+  veskdb: payload 'OLD': kVeskError (12), the database refuses the statement
+  [2]
+  $ cp sound "$pdb"; sqlite3 "$pdb" "DROP TABLE payload_data; DROP TABLE dependencies"
+  $ veskdb set pdb OLD --data 1 K V
+  veskdb: payload 'OLD', data 1 'K': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb set pdb OLD --conflicts B
+  veskdb: payload 'OLD', conflicts 'B': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb remove pdb OLD --data 1 K --yes
+  veskdb: '/Library/Application Support/Zelko/vesk/pdb.db': there is no table payload_data; veskdb --root 'ROOT' verify pdb
+  [2]
+  $ veskdb import pdb --replace <old
+  veskdb: payload 'OLD', dependencies: kVeskError (12), the database refuses the statement
+  [2]
+  $ sqlite3 "$pcd" "DROP TABLE domain_data; CREATE TABLE domain_data(domain)"
+  $ veskdb set pcd 1 a b c
+  veskdb: setting 1 'a' 'b': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb remove pcd 1 a b
+  veskdb: setting 1 'a' 'b': kVeskError (12), the database refuses the statement
+  [2]
+  $ veskdb import pcd --replace <settings
+  veskdb: setting 1 '{E2B9}' 'DefaultDriverPayload': kVeskError (12), the database refuses the statement
+  [2]
+  $ cp sound "$pdb"; cp sound.pcd "$pcd"
 
 Access.
 
