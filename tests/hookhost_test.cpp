@@ -76,6 +76,12 @@ TEST_F(Hookhost, RefusesBadInputBeforeAnythingIsCalled)
     writeFile("/in/file", "text, and long enough to hold the header of a library in its sixty-four bytes");
     makeFolders("/in/closed");
     ASSERT_EQ(chmod("/in/closed", 0), 0);
+    // A damaged library is refused, or is not damaged where it matters.
+    shell(
+        "for offset in $(seq 16 8 900); do cp $fixture $in/patched; printf '\\377\\377\\377\\377' |"
+        " dd of=$in/patched bs=1 seek=$offset conv=notrunc status=none; $hookhost -n --mode 0 $in/patched; echo $?; done 2>&1 |"
+        " grep -v ^would | grep -v ^hookhost: | sort -u");
+    EXPECT_EQ(out, "0\n126\n127\n");
 
     // clang-format off
     struct { int status; char const* command; char const* message; } const cases[] = {
@@ -161,8 +167,13 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "script -qec \"$hookhost --mode 0 --phase 1 --home / --root '$root' '$fixture'\" /dev/null | tail -1", ".*\x1B\\[32m= status 0 .*\x1B\\[0m\r\n", "^$"},
         // Without HOME, the user database outside the root has it.
         {0, "home=$(getent passwd 0 | cut -d: -f6); mkdir -p $root$home; for how in -uHOME HOME=; do env $how $hookhost --format raw --mode 0 --phase 1 --root $root $fixture; rm $root$home/called; done", "0/1 \n0/1 \n", "^(fixture loaded\n){2}$"},
-        // The hook has no descriptors but its own.
-        {0, "$hookhost --mode 0 --phase 1 --changes $run -D act=descriptors | sed -n 's/.*open: //p'; descriptors", "(.*)\n\\1\n", ""},
+        // The hook has no descriptors but its own. hookhost's are out of its reach.
+        {0, "$hookhost --mode 0 --phase 1 --changes $run -D act=descriptors | sed -n 's/ [0-9]\\{4,\\}//g;s/.*open: //p'; descriptors", "(.*)\n\\1\n", ""},
+        {0, "for limits in '-n 64' '-S -n 300' '-S -n 1500' '-n 2000'; do (IFS=' '; ulimit $limits; IFS='\n'; $hookhost --mode 0 --phase 1 $run -D act=descriptors |"
+            " sed -n 's/.*open: //p' | tr ' ' '\n' | grep -vxF \"$(descriptors | tr ' ' '\n')\" | paste -sd ' '); done",
+            "48 49 50 51 52\n1024 1025 1026 1027 1028\n1500 1501 1502 1503 1504\n1984 1985 1986 1987 1988\n", ""},
+        {0, "mkfifo $root/asked; $hookhost --mode 0 --phase 1 --debug wait $run 2>$root/asked & worker=$(grep -m 1 -o 'process [0-9]*' $root/asked | tr -dc 0-9); rm $root/called;"
+            " python3 -c 'import ctypes, os, sys\nctypes.CDLL(None).ptrace(0x4206, int(sys.argv[1]), None, None)\nwhile not os.path.exists(sys.argv[2]): pass' $worker $root/called; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
     });
     // clang-format on
 }
@@ -488,7 +499,7 @@ install/pre-payload                      7         4         9
         ContainsRegex(
             "hookhost: '/two' cannot have an overlay (.*): it is an empty, read-only folder in this run\n"));
     shell(
-        "$hookhost --overlay --changes --format raw --mode 0 --phase 1 $run -D act=descriptors | sed -n 's/open: //p'; descriptors");
+        "$hookhost --overlay --changes --format raw --mode 0 --phase 1 $run -D act=descriptors | sed -n 's/ [0-9]\\{4,\\}//g;s/open: //p'; descriptors");
     EXPECT_TRUE(std::regex_match(out, std::regex("(.*)\n\\1\n"))) << out;
     // Of the machine itself, if the kernel permits an overlay of its root, and if that is not read-only.
     EXPECT_EQ(shell("cd $root; test -w / || echo read-only; for home in /dev/shm /; do"

@@ -158,7 +158,7 @@ static void logDescriptors(HookLogCallback log)
 {
     char numbers[200] = "open:";
     size_t length = strlen(numbers);
-    for (int descriptor = 0; descriptor < 1024 && length + 6 < sizeof numbers; ++descriptor) {
+    for (int descriptor = 0; descriptor < 70000 && length + 6 < sizeof numbers; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) >= 0) {
             length += (size_t)sprintf(numbers + length, " %d", descriptor);
         }

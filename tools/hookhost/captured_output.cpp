@@ -8,23 +8,15 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace hookhost {
 
-namespace {
-
-void closeOnce(int& descriptor)
-{
-    if (descriptor >= 0) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
-
-} // namespace
+using platform::Descriptor;
 
 CapturedOutput::CapturedOutput(RunState& sharedState) : state(sharedState)
 {
@@ -33,18 +25,10 @@ CapturedOutput::CapturedOutput(RunState& sharedState) : state(sharedState)
         if (pipe(ends) != 0 || ends[0] >= FD_SETSIZE) {
             throw std::system_error(EMFILE, std::generic_category(), "no pipe for the hook's output");
         }
-        each.readingEnd = ends[0];
-        each.writingEnd = ends[1];
-        fcntl(each.readingEnd, F_SETFL, O_NONBLOCK);
-        each.workersEnd.emplace(each.readingEnd);
-    }
-}
-
-CapturedOutput::~CapturedOutput()
-{
-    for (Pipe& each : pipes) {
-        closeOnce(each.readingEnd);
-        closeOnce(each.writingEnd);
+        each.readingEnd = Descriptor(ends[0]);
+        each.writingEnd = Descriptor(ends[1]);
+        fcntl(ends[0], F_SETFL, O_NONBLOCK);
+        each.workersEnd.emplace(ends[0]);
     }
 }
 
@@ -52,9 +36,9 @@ void CapturedOutput::redirect()
 {
     inWorker = true;
     for (std::size_t stream = 0; stream < pipes.size(); ++stream) {
-        dup2(pipes[stream].writingEnd, static_cast<int>(STDOUT_FILENO + stream));
-        closeOnce(pipes[stream].writingEnd);
-        closeOnce(pipes[stream].readingEnd);
+        dup2(pipes[stream].writingEnd.get(), static_cast<int>(STDOUT_FILENO + stream));
+        pipes[stream].writingEnd = Descriptor();
+        pipes[stream].readingEnd = Descriptor();
     }
     // Deliberate: buffers by line, not by block as usual for a pipe, so that lines and messages keep their order.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
@@ -63,7 +47,7 @@ void CapturedOutput::redirect()
 void CapturedOutput::closeWritingEnds()
 {
     for (Pipe& each : pipes) {
-        closeOnce(each.writingEnd);
+        each.writingEnd = Descriptor();
         each.workersEnd.reset();
     }
 }
@@ -73,7 +57,7 @@ void CapturedOutput::record(Report& report, RecordWriter::Turn& turn, Step step,
     for (std::size_t stream = 0; stream < pipes.size(); ++stream) {
         Pipe& from = pipes[stream];
         UnfinishedLine& line = state.unfinishedLines[stream];
-        int const descriptor = inWorker ? from.workersEnd->number() : from.readingEnd;
+        int const descriptor = inWorker ? from.workersEnd->number() : from.readingEnd.get();
         int left = 0; // no more than is there now: a writer that never pauses must not hold up other records
         ioctl(descriptor, FIONREAD, &left);
         for (;;) {
@@ -121,8 +105,8 @@ int CapturedOutput::addTo(fd_set& descriptors) const
     int above = 0;
     for (Pipe const& each : pipes) {
         if (!each.ended) {
-            FD_SET(each.readingEnd, &descriptors);
-            above = std::max(above, each.readingEnd + 1);
+            FD_SET(each.readingEnd.get(), &descriptors);
+            above = std::max(above, each.readingEnd.get() + 1);
         }
     }
     return above;
@@ -137,27 +121,20 @@ void CapturedOutput::leaveReader()
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    dup2(pipes[0].readingEnd, STDIN_FILENO);
-    dup2(pipes[1].readingEnd, STDOUT_FILENO);
+    dup2(pipes[0].readingEnd.get(), STDIN_FILENO);
+    dup2(pipes[1].readingEnd.get(), STDOUT_FILENO);
     closeAllFrom(STDERR_FILENO);
     if (chdir("/") != 0) {
         _exit(0);
     }
-    bool open[2] = {true, true};
-    while (open[0] || open[1]) {
-        fd_set descriptors;
-        FD_ZERO(&descriptors);
-        for (int each = 0; each < 2; ++each) {
-            if (open[each]) {
-                FD_SET(each, &descriptors);
-            }
-        }
-        select(2, &descriptors, nullptr, nullptr, nullptr);
-        for (int each = 0; each < 2; ++each) {
+    pollfd ends[] = {{STDIN_FILENO, POLLIN, 0}, {STDOUT_FILENO, POLLIN, 0}};
+    while (ends[0].fd >= 0 || ends[1].fd >= 0) {
+        poll(ends, std::size(ends), -1);
+        for (pollfd& each : ends) {
             char discarded[4096];
-            if (FD_ISSET(each, &descriptors)) {
-                // Does not block, but fails: copies of the worker share this pipe and may have emptied it meanwhile.
-                open[each] = read(each, discarded, sizeof discarded) != 0;
+            // Does not block, but fails: copies of the worker share this pipe and may have emptied it meanwhile.
+            if (each.revents != 0 && read(each.fd, discarded, sizeof discarded) == 0) {
+                each.fd = -1;
             }
         }
     }

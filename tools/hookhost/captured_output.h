@@ -2,6 +2,7 @@
 #ifndef TOOLS_HOOKHOST_CAPTURED_OUTPUT_H
 #define TOOLS_HOOKHOST_CAPTURED_OUTPUT_H
 
+#include "platform/descriptor.h"
 #include "tools/hookhost/own_descriptor.h"
 #include "tools/hookhost/report.h"
 #include "tools/hookhost/run_state.h"
@@ -21,9 +22,6 @@ public:
     /// @param state  holds the unfinished lines; outlives this object
     /// @throws std::system_error if there are no descriptors left
     explicit CapturedOutput(RunState& state);
-    CapturedOutput(CapturedOutput const&) = delete;
-    CapturedOutput& operator=(CapturedOutput const&) = delete;
-    ~CapturedOutput();
 
     /// In the worker: the pipes become its standard output and error.
     void redirect();
@@ -51,8 +49,8 @@ public:
 private:
     struct Pipe
     {
-        int readingEnd = -1; ///< does not block; below FD_SETSIZE, for the host
-        int writingEnd = -1;
+        platform::Descriptor readingEnd; ///< does not block; below FD_SETSIZE, for the host
+        platform::Descriptor writingEnd;
         bool ended = false;
         std::optional<OwnDescriptor> workersEnd; ///< the reading end, out of the plug-in's reach
     };

@@ -26,14 +26,7 @@ OpenFolder openFolder(int above, std::string const& name)
     if (folder < 0) { // only the owner and the super-user may leave the date of the last reading as it is
         folder = openat(above, name.c_str(), flags);
     }
-    if (folder < 0) {
-        return nullptr;
-    }
-    OpenFolder opened(fdopendir(folder));
-    if (!opened) {
-        close(folder);
-    }
-    return opened;
+    return folder < 0 ? nullptr : OpenFolder(fdopendir(folder));
 }
 
 std::vector<std::string> readNames(DIR* folder)
