@@ -492,8 +492,8 @@ install/pre-payload                      7         4         9
     shell(
         "cd $root && mkdir one two lower upper work upper2 work2 && mount -t overlay -o lowerdir=lower,upperdir=upper,workdir=work o one &&"
         " mount -t overlay -o lowerdir=one,upperdir=upper2,workdir=work2 o two;"
-        " $hookhost --overlay --mode 0 --phase 1 --timeout 0.2 $run -D 'act=hang as another user'; umount $root/two $root/one");
-    EXPECT_THAT(out, ContainsRegex("another user"));
+        " $hookhost --overlay --mode 0 --phase 1 --timeout 0.2 --root $root --home /two $fixture -D 'act=hang as another user'; umount $root/two $root/one");
+    EXPECT_THAT(out, ContainsRegex("no trace can be left(.|\n)*another user"));
     EXPECT_THAT(
         err,
         ContainsRegex(

@@ -215,38 +215,47 @@ private:
     milliseconds nextNotice = firstNotice;
 };
 
-/// Describes, for its record, how a step failed to return.
-///
-/// @param exitStatus  receives hookhost's exit status
-Failure describeFailure(Run const& run, Watch const& ending, int& exitStatus)
+using Kind = Outcome::Kind;
+
+/// How a step ended that did not return.
+Outcome endOf(Run const& run, Watch const& ending)
 {
     if (ending.interruption != 0) {
-        exitStatus = kExitSignal + ending.interruption;
-        return {
-            "interrupted", "signal", ending.interruption,
-            fmt::format("hookhost was interrupted by signal {}; the hook was killed", ending.interruption)};
+        return {Kind::kInterruption, static_cast<uint32_t>(ending.interruption)};
     }
     if (ending.timedOut) {
-        exitStatus = kExitTimeout;
+        return {Kind::kTimeout, 0};
+    }
+    if (WIFSIGNALED(ending.status)) {
+        int const crash = run.state->crash.signal;
+        return {Kind::kSignal, static_cast<uint32_t>(crash != 0 ? crash : WTERMSIG(ending.status))};
+    }
+    return {Kind::kExit, static_cast<uint32_t>(WEXITSTATUS(ending.status))};
+}
+
+/// Describes the end of a step for its record.
+Failure describeFailure(Run const& run, Outcome const& end)
+{
+    auto const number = static_cast<int>(end.number);
+    if (end.kind == Kind::kInterruption) {
+        return {"interrupted", "signal", number,
+                fmt::format("hookhost was interrupted by signal {}; the hook was killed", number)};
+    }
+    if (end.kind == Kind::kTimeout) {
         return {"timeout", nullptr, 0,
                 fmt::format("it did not return within {} s and was killed",
                             static_cast<double>(run.options.timeout->count()) / 1000)};
     }
-    if (WIFSIGNALED(ending.status)) {
-        int const crash = run.state->crash.signal;
-        int const signal = crash != 0 ? crash : WTERMSIG(ending.status);
-        exitStatus = kExitSignal + signal;
-        return {"signal", "signal", signal,
-                fmt::format("ended by signal {} ({})", signal, strsignal(signal))};
+    if (end.kind == Kind::kSignal) {
+        return {"signal", "signal", number,
+                fmt::format("ended by signal {} ({})", number, strsignal(number))};
     }
-    int const code = WEXITSTATUS(ending.status);
-    exitStatus = kExitHostError;
-    return {"exit", "exit", code,
+    return {"exit", "exit", number,
             run.state->leavingWith >= 0
                 ? fmt::format(
                       "the process exited with {} at its end: a destructor, an exit handler or a leak check",
-                      code)
-                : fmt::format("the plug-in ended the process by exit({}); it must return instead", code)};
+                      number)
+                : fmt::format("the plug-in ended the process by exit({}); it must return instead", number)};
 }
 
 /// Where the core file is: its path outside the root or, for an overlay, in the folder of --keep.
@@ -286,8 +295,8 @@ void addCrash(Run const& run, pid_t worker, bool dumped, Failure& failure)
 int reportFailure(Run& run, pid_t worker, Watch const& ending)
 {
     CurrentCall const call = run.state->current;
-    int exitStatus = 0;
-    Failure failure = describeFailure(run, ending, exitStatus);
+    Outcome const end = endOf(run, ending);
+    Failure failure = describeFailure(run, end);
     addCrash(run, worker, WCOREDUMP(ending.status), failure);
     {
         RecordWriter::Turn turn = run.report.turn();
@@ -295,7 +304,9 @@ int reportFailure(Run& run, pid_t worker, Watch const& ending)
     }
     complain(fmt::format("{}/{}: {}; calls not made: {}", run.mode, run.steps[call.step], failure.reason,
                          std::max<std::size_t>(run.steps.size() - call.step, 2) - 2));
-    return exitStatus;
+    return end.kind == Kind::kTimeout ? static_cast<int>(kExitTimeout)
+           : end.kind == Kind::kExit  ? static_cast<int>(kExitHostError)
+                                      : kExitSignal + static_cast<int>(end.number);
 }
 
 /// hookhost's exit status after a run in which every step returned.
@@ -320,16 +331,10 @@ std::vector<Outcome> outcomesOf(Run const& run, Watch const& ending, bool failed
 {
     std::vector<Outcome> outcomes(run.steps.size());
     for (Step step = 0; step < run.state->returned; ++step) {
-        outcomes[step] = {Outcome::Kind::kStatus, run.state->statuses[step]};
+        outcomes[step] = {Kind::kStatus, run.state->statuses[step]};
     }
     if (failed) {
-        int exitStatus = 0;
-        Failure const failure = describeFailure(run, ending, exitStatus);
-        Outcome::Kind const kind = ending.interruption != 0     ? Outcome::Kind::kInterruption
-                                   : ending.timedOut            ? Outcome::Kind::kTimeout
-                                   : WIFSIGNALED(ending.status) ? Outcome::Kind::kSignal
-                                                                : Outcome::Kind::kExit;
-        outcomes[run.state->current.load().step] = {kind, static_cast<uint32_t>(failure.number)};
+        outcomes[run.state->current.load().step] = endOf(run, ending);
     }
     return outcomes;
 }

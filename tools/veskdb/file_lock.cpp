@@ -50,11 +50,6 @@ FileLock::FileLock(std::string const& path, Kind kind)
                                           describeStatus(veskiSQLiteErrorMap(code & 0xFF), reason)));
 }
 
-FileLock::~FileLock()
-{
-    file->pMethods->xUnlock(file, SQLITE_LOCK_NONE);
-}
-
 std::string FileLock::bytes() const
 {
     constexpr int64_t partSize = 512; // at most a page: only unreadable blocks become zeros

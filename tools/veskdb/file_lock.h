@@ -27,9 +27,6 @@ public:
     ///
     /// @throws Refusal (kExitError)
     FileLock(std::string const& path, Kind kind);
-    FileLock(FileLock const&) = delete;
-    FileLock& operator=(FileLock const&) = delete;
-    ~FileLock();
 
     /// Reads the whole file. Blocks that the disk cannot read become zeros.
     std::string bytes() const;

@@ -162,7 +162,7 @@ void Presenter::addText(Row const& row)
 /// Aligns the lines of a table. A table without records is not shown.
 void Presenter::endTable()
 {
-    std::vector<std::size_t> widths(lines.empty() ? 0 : lines[0].size(), 0);
+    std::vector<std::size_t> widths(lines.empty() ? 0 : lines[0].size());
     for (Line const& line : lines) {
         for (std::size_t each = 0; each < line.size(); ++each) {
             widths[each] = std::max(widths[each], widthOf(line[each]));
