@@ -242,6 +242,13 @@ TEST_F(Veskdb, StoresValuesOfAnySizeByteForByte)
     EXPECT_EQ(shell("$veskdb set cache 1 sub big --value-from - <\"$root/value\"").status, 0);
     EXPECT_TRUE(sql(pdb, "SELECT value FROM payload_data WHERE key = 'K'")[0] == value);
     EXPECT_TRUE(sql(cache, "SELECT value FROM domain_data WHERE key = 'big'")[0] == value);
+    // A signal that the shell ignores does not interrupt.
+    EXPECT_EQ(
+        shell(
+            "trap '' HUP; hold 'BEGIN IMMEDIATE;'; $veskdb set pdb APP --data 0 K V & veskdb=$!; held $veskdb; "
+            "kill -HUP $veskdb; release; wait $veskdb")
+            .status,
+        0);
 }
 
 TEST_F(Veskdb, ChangesAreAllOrNothing)
@@ -832,6 +839,17 @@ TEST_F(VeskdbRecords, AreSalvagedFromDamagedFiles)
             unlink("/small.db");
             EXPECT_EQ(shell(std::string("$veskdb salvage pdb --to /small.db --from ") + from).status, 0);
         }
+        // The header alone tells the size where the first pages of tables and indexes are lost.
+        std::string few = readFile("/whole.db");
+        for (auto const& number :
+             sql("/whole.db",
+                 "SELECT rootpage FROM sqlite_master WHERE rootpage > 0 AND name <> 'payloads'")) {
+            few.replace((std::stoul(number) - 1) * std::stoul(pageSize), 16, std::string(16, '\xFF'));
+        }
+        writeFile("/few.db", few);
+        unlink("/small.db");
+        EXPECT_THAT(veskdb("salvage pdb --to /small.db --from /few.db").out,
+                    HasSubstr("payloads\t403\t403\t"));
     }
     refuses({{"$veskdb salvage pdb --to /damaged.db", 2, "exists already"},
              {"$veskdb salvage pdb --to \"" + pdbBackup + "\"", 2, "exists already"},

@@ -435,18 +435,29 @@ Differences from a copy, and from another root.
   $ cp "$pdb" root/other.db
   $ sqlite3 root/other.db "UPDATE payloads SET installState = 7 WHERE PayloadID = 'APP';
   >   UPDATE payloads SET installTime = 1.5, signature = x'00' WHERE PayloadID = 'ANTI'; DELETE FROM payloads WHERE PayloadID = 'OLD';
+  >   INSERT INTO payloads SELECT 'AAA', 'F', 'N', 'V', 'S', 0, 0; INSERT INTO payload_data VALUES('AAA', 0, 'k', 'v');
   >   INSERT INTO payload_data VALUES('APP', 4, 'k/', x'0A')"
   $ mkdir -p "root/root2$(dirname "${pdb#$root}")" && cp root/other.db "root/root2${pdb#$root}"
   $ veskdb diff pdb /other.db
+  - payloads AAA
   ~ payloads ANTI signature \x00 -> s
   ~ payloads ANTI installTime 1.5 -> 1970-01-01T00:00:01Z
   ~ payloads APP installState 7 -> installed
   + payloads OLD
   + dependencies OLD/NOWHERE
+  - payload_data AAA/0/k
   - payload_data APP/4/k/
   [1]
   $ veskdb diff pdb /other.db --json | head -25
   [
+    {
+      "difference": "removed",
+      "table": "payloads",
+      "key": "AAA",
+      "column": null,
+      "old": null,
+      "new": null
+    },
     {
       "difference": "changed",
       "table": "payloads",
@@ -463,21 +474,15 @@ Differences from a copy, and from another root.
       "old": 1.5,
       "new": 1
     },
-    {
-      "difference": "changed",
-      "table": "payloads",
-      "key": "APP",
-      "column": "installState",
-      "old": 7,
-      "new": 2
-    },
   [1]
   $ veskdb diff pdb "${pdb#$root}" /root2
+  + payloads AAA
   ~ payloads ANTI signature s -> \x00
   ~ payloads ANTI installTime 1970-01-01T00:00:01Z -> 1.5
   ~ payloads APP installState installed -> 7
   - payloads OLD
   - dependencies OLD/NOWHERE
+  + payload_data AAA/0/k
   + payload_data APP/4/k/
   [1]
   $ veskdb diff pdb /other.db /root2 --json

@@ -15,9 +15,7 @@ int writeAll(int descriptor, std::string_view text) noexcept
             text.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
             pollfd room = {descriptor, POLLOUT, 0};
-            if (poll(&room, 1, -1) < 0 && errno != EINTR) {
-                return errno;
-            }
+            poll(&room, 1, -1);
         } else if (errno != EINTR) {
             return errno;
         }

@@ -440,7 +440,6 @@ int exportPayloads(Options const& options)
         }
     }
     if (options.ids.empty()) {
-        output.reserve(static_cast<std::size_t>(std::min<int64_t>(2 * reader->size(), 1 << 26)));
         appendPayloads(*reader, "", {}, output);
     }
     print(output);

@@ -236,8 +236,7 @@ private:
             _exit(127);
         }
         int status = -1;
-        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
+        waitpid(child, &status, 0); // the signals that hookhost handles are blocked
         return status == 0;
     }
 
