@@ -29,7 +29,7 @@ protected:
             "' fixture='" FIXTURE "' product='" PRODUCT "' lacking='" FIXTURE_WITHOUT_CLOSE_ENTRY
             "' in=$root/in\n"
             "run=--home'\n/\n--root\n'$root'\n'$fixture\n"
-            "descriptors() { ls /proc/self/fd | grep -v ^3$ | sort -n | paste -sd ' '; }\n" // not the list itself
+            "descriptors() { sh -c 'for each in /proc/self/fd/*; do test -e $each && echo ${each##*/}; done' | sort -n | paste -sd ' '; }\n"
             "fill() { dd if=/dev/zero bs=65536 count=1 oflag=nonblock status=none; }\n"
             "unread() { mkfifo $root/unread; exec 3<>$root/unread 4>$root/unread 3<&-; "
             "rm $root/unread; }\n" +
