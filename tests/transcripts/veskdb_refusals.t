@@ -232,6 +232,9 @@ Changes.
   $ veskdb remove pdb APP --relation OLD </dev/null
   veskdb: Remove payload 'APP', its relation to 'OLD' (upgrades)? There is no terminal to ask on; give --yes
   [2]
+  $ veskdb remove pdb ANTI --relation APP </dev/null
+  veskdb: Remove payload 'ANTI', its relation to 'APP' (conflicts)? There is no terminal to ask on; give --yes
+  [2]
   $ veskdb remove pdb APP --relation NONE --yes
   veskdb: payload 'APP', its relation to 'NONE': kVeskNotFound (8), it does not exist
   [1]
@@ -419,3 +422,14 @@ Lines to import.
   [2]
 
   $ find root -type f -exec sha256sum {} + | sort | diff before -
+
+Relations of types that are not the library's.
+
+  $ sqlite3 "$pdb" "INSERT INTO dependencies VALUES('APP', 'EIGHT', 8), ('APP', 'LESS', -1)"
+  $ for other in EIGHT LESS; do veskdb remove pdb APP --relation $other </dev/null; done
+  veskdb: Remove payload 'APP', its relation to 'EIGHT' (8)? There is no terminal to ask on; give --yes
+  veskdb: Remove payload 'APP', its relation to 'LESS' (-1)? There is no terminal to ask on; give --yes
+  [2]
+  $ veskdb graph pdb APP | grep -e '"8"' -e -1
+    n2 -> n3 [label="8"];
+    n2 -> n5 [label="-1"];

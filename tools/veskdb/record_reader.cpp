@@ -220,15 +220,15 @@ Cursor RecordReader::query(std::string const& query, std::vector<std::string> co
 {
     sqlite3_stmt* compiled = nullptr;
     int code = sqlite3_prepare_v2(database.get(), query.c_str(), -1, &compiled, nullptr);
+    Cursor cursor(*this, compiled);
     for (std::size_t each = 0; code == SQLITE_OK && each < parameters.size(); ++each) {
         code = sqlite3_bind_text(compiled, static_cast<int>(each) + 1, parameters[each].data(),
                                  static_cast<int>(parameters[each].size()), SQLITE_TRANSIENT);
     }
     if (code != SQLITE_OK) {
-        sqlite3_finalize(compiled);
         refuse(code);
     }
-    return Cursor(*this, compiled);
+    return cursor;
 }
 
 std::vector<Row> RecordReader::rows(std::string const& text, std::vector<std::string> const& parameters) const

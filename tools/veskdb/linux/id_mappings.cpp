@@ -20,11 +20,9 @@ Ranges readRanges(char const* path)
 {
     Ranges ranges;
     std::ifstream file(path);
-    unsigned long inside = 0;
-    unsigned long outside = 0;
-    unsigned long count = 0;
-    while (file >> inside >> outside >> count) {
-        ranges.push_back({inside, count});
+    unsigned long outside = {};
+    for (Range range = {}; file >> range.first >> outside >> range.count;) {
+        ranges.push_back(range);
     }
     return ranges;
 }
