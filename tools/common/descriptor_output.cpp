@@ -14,7 +14,7 @@ int writeAll(int descriptor, std::string_view text) noexcept
         if (written >= 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            pollfd room = {descriptor, POLLOUT, 0};
+            pollfd room = {descriptor, POLLOUT, {}};
             poll(&room, 1, -1);
         } else if (errno != EINTR) {
             return errno;

@@ -127,7 +127,7 @@ void CapturedOutput::leaveReader()
     if (chdir("/") != 0) {
         _exit(0);
     }
-    pollfd ends[] = {{STDIN_FILENO, POLLIN, 0}, {STDOUT_FILENO, POLLIN, 0}};
+    pollfd ends[] = {{STDIN_FILENO, POLLIN, {}}, {STDOUT_FILENO, POLLIN, {}}};
     while (ends[0].fd >= 0 || ends[1].fd >= 0) {
         poll(ends, std::size(ends), -1);
         for (pollfd& each : ends) {

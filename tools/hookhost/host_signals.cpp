@@ -75,7 +75,7 @@ int HostSignals::interruption() const
     sigset_t pending;
     sigpending(&pending);
     for (int const each : interruptions) {
-        if (interruptedBy == 0 && sigismember(&handled, each) == 1 && sigismember(&pending, each) == 1) {
+        if (interruptedBy == 0 && sigismember(&pending, each) == 1) {
             interruptedBy = each;
         }
     }

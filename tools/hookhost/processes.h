@@ -17,7 +17,7 @@ void adoptOrphans();
 struct RunningProcess
 {
     pid_t id;
-    std::string program; ///< the path of its program; its short name if that cannot be read
+    std::string program; ///< the path of its program; a short name or nothing if that cannot be read
 };
 
 /// The descendants of this process that have not ended; none if the system does not list processes.

@@ -56,7 +56,7 @@ void RecordWriter::Turn::write(std::string_view lines) noexcept
 {
     int const descriptor = writer.output.number();
     // Waits before it writes: a process that is killed while it waits for a slow reader has written nothing yet.
-    pollfd room = {descriptor, POLLOUT, 0};
+    pollfd room = {descriptor, POLLOUT, {}};
     bool waits = held && descriptor >= 0;
     while (waits && poll(&room, 1, patience) == 0) {
         waits = writer.waitOn();

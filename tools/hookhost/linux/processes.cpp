@@ -1,5 +1,6 @@
 #include "tools/hookhost/processes.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,9 +20,8 @@ namespace {
 
 struct Listed
 {
-    pid_t parent;
-    char state;
-    std::string name;
+    pid_t parent = 0;
+    char state = 'X'; // of what is no process
 };
 
 /// /proc/PID/stat: "PID (NAME) STATE PARENT ...", where NAME may hold blanks and parentheses.
@@ -30,21 +30,17 @@ Listed readProcess(pid_t id)
     std::ifstream file(fmt::format("/proc/{}/stat", id));
     std::string text;
     std::getline(file, text, '\0'); // not by iterators, which throw for a process that has just ended
-    std::size_t const begin = text.find('(') + 1;
-    std::size_t const end = text.rfind(')') + 1;
-    Listed listed = {0, 'X', ""}; // for what is no process
-    if (end > 0) {
-        listed.name = text.substr(begin, end - 1 - begin);
-        std::istringstream(text.substr(end)) >> listed.state >> listed.parent;
-    }
+    Listed listed;
+    std::istringstream(text.substr(text.rfind(')') + 1)) >> listed.state >> listed.parent;
     return listed;
 }
 
-std::string programOf(pid_t id, std::string const& name)
+/// The program's path; empty if this user may not know it.
+std::string programOf(pid_t id)
 {
     char path[PATH_MAX];
     ssize_t const length = readlink(fmt::format("/proc/{}/exe", id).c_str(), path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : name;
+    return std::string(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
 }
 
 } // namespace
@@ -75,7 +71,7 @@ std::vector<RunningProcess> runningDescendants()
             ancestor = all[ancestor].parent;
         }
         if (ancestor == getpid() && process.state != 'Z' && process.state != 'X') {
-            running.push_back({id, programOf(id, process.name)});
+            running.push_back({id, programOf(id)});
         }
     }
     return running;
