@@ -151,6 +151,7 @@ TEST_F(Hookhost, CallsAndReports)
         // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
             ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+        {0, "$hookhost --format raw --mode 0 --phase 1 $run -D act=signals", "0/1 \nchanged:\n", ""},
         {0, "$hookhost --mode 0 --phase 1 $run -D act=zombie", ".* 0/1 \n.* = status 0 .*\n", "^$"},
         // A process in no folder, session or group of hookhost's, with nothing but the two pipes, reads what it prints.
         {0, "mkfifo $root/go $root/done; cd $root; $hookhost --mode 0 --phase 1 $run -D act=helper >&2; for reader in $(pgrep -f -- \"--root $root\"); do"

@@ -166,6 +166,23 @@ static void logDescriptors(HookLogCallback log)
     log(numbers);
 }
 
+/* Logs which of the signals that a host handles are not as for a new program. */
+static void logSignals(HookLogCallback log)
+{
+    int const signals[] = {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+    char text[200] = "changed:";
+    struct sigaction action;
+    sigset_t blocked;
+    sigprocmask(SIG_BLOCK, NULL, &blocked);
+    for (size_t each = 0; each < sizeof signals / sizeof *signals; ++each) {
+        sigaction(signals[each], NULL, &action);
+        if (action.sa_handler != SIG_DFL || sigismember(&blocked, signals[each])) {
+            sprintf(text + strlen(text), " %d", signals[each]);
+        }
+    }
+    log(text);
+}
+
 static void printMounts(void)
 {
     FILE* const mounts = fopen("/proc/self/mounts", "r");
@@ -226,6 +243,8 @@ static void act(char const* what, HookLogCallback log)
         waitid(P_PID, (id_t)child, &ended, WEXITED | WNOWAIT);
     } else if (strcmp(what, "descriptors") == 0) {
         logDescriptors(log);
+    } else if (strcmp(what, "signals") == 0) {
+        logSignals(log);
     } else if (strcmp(what, "mounts") == 0) {
         printMounts();
     } else if (strcmp(what, "segmentation signal") == 0) {
