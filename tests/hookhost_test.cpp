@@ -150,7 +150,7 @@ TEST_F(Hookhost, CallsAndReports)
         {0, "$hookhost --mode 0 --phase 1 $run -D act=print --no-capture", ".* 0/1 \n.* three\n.* = status 0 .*\n", "= fo\\\\ur\none\ntwo$"},
         // A helper program that outlives hookhost is named, and can still print without being blocked or killed.
         {0, "mkfifo $root/go $root/done; $hookhost --mode 0 --phase 1 $run -D act=helper; : >$root/go; : >$root/done; rm $root/go $root/done",
-            ".* 0/1 \n.* = status 0 .*\n.* ! still running: \\d+ .*/hookhost\n", "^$"},
+            ".* 0/1 \n.* = status 0 .*\n(.* ! still running: \\d+ .*/hookhost\n){2}", "^$"},
         {0, "$hookhost --format raw --mode 0 --phase 1 $run -D act=signals", "0/1 \nchanged:\n", ""},
         {0, "$hookhost --mode 0 --phase 1 $run -D act=zombie", ".* 0/1 \n.* = status 0 .*\n", "^$"},
         // A process in no folder, session or group of hookhost's, with nothing but the two pipes, reads what it prints.
@@ -158,7 +158,7 @@ TEST_F(Hookhost, CallsAndReports)
             " test $(readlink /proc/$reader/cwd) = / && ls /proc/$reader/fd && grep -h SigBlk /proc/$reader/status && test $(ps -o sid= $reader | tr -d ' ') = $reader && echo own session; done;"
             " : >$root/go; : >$root/done; rm $root/go $root/done", "0\n1\nSigBlk:\t0+\nown session\n", "still running"},
         {0, "mkfifo $root/go $root/done; for format in raw jsonl; do $hookhost --format $format --mode 0 --phase 1 $run -D act=helper 2>&1; : >$root/go;"
-            " : >$root/done; done | grep -o 'hookhost: still running\\|\"type\":\"running\"'; rm $root/go $root/done", "hookhost: still running\n\"type\":\"running\"\n", "^$"},
+            " : >$root/done; done | grep -o 'hookhost: still running\\|\"type\":\"running\"'; rm $root/go $root/done", "(hookhost: still running\n){2}(\"type\":\"running\"\n){2}", "^$"},
         // A debugger, or SIGCONT, ends the wait, which does not count as time of a call.
         {0, "mkfifo $root/message; $hookhost --mode 0 --phase 1 --timeout 0.2 --debug wait $run 2>$root/message &"
             " command=$(grep -m 1 -o 'kill -CONT.*' $root/message); sleep 0.3; eval $command; wait $!", ".* 0/1 \n.* = status 0 .*\n", "^$"},
@@ -503,6 +503,11 @@ install/pre-payload                      7         4         9
     shell(
         "$hookhost --overlay --changes --format raw --mode 0 --phase 1 $run -D act=descriptors | sed -n 's/ [0-9]\\{4,\\}//g;s/open: //p'; descriptors");
     EXPECT_TRUE(std::regex_match(out, std::regex("(.*)\n\\1\n"))) << out;
+    // What a file system does not permit, its overlay does not permit either.
+    shell(
+        "cd $root && mkdir proc strict && mount -t proc proc proc && mount -t tmpfs -o ro,nosuid,nodev,noexec strict strict;"
+        " $hookhost --overlay --format raw --mode 0 --phase 1 $run -D act=mounts; umount proc strict; rmdir proc strict");
+    EXPECT_THAT(out, ContainsRegex("\nhookhost /strict overlay ro,nosuid,nodev,noexec"));
     // Of the machine itself, if the kernel permits an overlay of its root, and if that is not read-only.
     EXPECT_EQ(shell("cd $root; test -w / || echo read-only; for home in /dev/shm /; do"
                     " $hookhost --overlay --changes --mode 0 --phase 1 --home $home $fixture; done;"

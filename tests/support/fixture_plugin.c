@@ -67,11 +67,20 @@ static void* chatter(void* letter)
     return NULL;
 }
 
-/* A helper program in a copy of the process: it waits for a writer of /go, prints more than a pipe holds, and opens
- * /done for reading. */
+/* A helper program in a copy of the process, with another one that waits for it: it waits for a writer of /go, prints more
+ * than a pipe holds, and opens /done for reading. */
 static void helper(void)
 {
-    if (fork() == 0) {
+    int started[2];
+    char none;
+    if (pipe(started) == 0 && fork() == 0) {
+        pid_t const copy = fork();
+        close(started[0]);
+        close(started[1]);
+        if (copy != 0) {
+            waitpid(copy, NULL, 0);
+            _exit(0);
+        }
         close(open("/go", O_RDONLY));
         close(STDERR_FILENO);
         for (int count = 0; count < 5000; ++count) {
@@ -80,6 +89,11 @@ static void helper(void)
         fflush(stdout);
         _exit(open("/done", O_RDONLY) < 0);
     }
+    close(started[1]);
+    if (read(started[0], &none, 1) != 0) { /* ends when both have started */
+        latest("a helper wrote");
+    }
+    close(started[0]);
 }
 
 static void append(char const* path, char const* text)

@@ -346,7 +346,7 @@ Versions and schemas.
 Access.
 
   $ chmod 666 "$zelko/backup/pdb.db" && chown 1234:0 "$zelko/backup"
-  $ chmod 777 root/Library && chown 1234:80 "$zelko/vesk" && printf 12 >"$pdb.veskdb-ABCDEF" && printf 123 >"$zelko/backup/pdb.db.20200101T000000Z.1"
+  $ chmod 777 root/Library && chown 1234:80 "$zelko/vesk" && printf 12 >"$pdb.veskdb-ABCDEF" && printf 4 >"$pdb.veskdb-ABCDEFG" && printf 5 >"$pdb.others-ABCDEF" && printf 123 >"$zelko/backup/pdb.db.20200101T000000Z.1"
   $ veskdb verify pdb cache
   fault|pdb|/Library/Application Support/Zelko/vesk|its owner is 1234:80, not 0:80|as root: chown 0:80 'ROOT/Library/Application Support/Zelko/vesk'
   fault|pdb|/Library|every user may write a folder above the database, and so replace it: its mode is 0777|as root: chmod o-w 'ROOT/Library'
