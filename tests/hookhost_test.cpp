@@ -351,6 +351,7 @@ TEST_F(Hookhost, NamesTheCoreFileOrWhyThereIsNone)
     }
     makeFolders("/other [root]");
     makeFolders("/taken/core");
+    writeFile("/one", "1");
     struct
     {
         char const* pattern; ///< that hookhost sees instead of the kernel's
@@ -359,6 +360,10 @@ TEST_F(Hookhost, NamesTheCoreFileOrWhyThereIsNone)
     } const cases[] = {
         {"core", "", "core file: ROOT/core"},
         {"c%re", "touch -d 2001-01-01 $root/coore; ", "core file: ROOT/core"},
+        {"core", "mount --bind $root/one /proc/sys/kernel/core_uses_pid; ",
+         "core file: ROOT/core (the kernel's pattern)"},
+        {"c%re", "mount --bind $root/one /proc/sys/kernel/core_uses_pid; ",
+         "core file: ROOT/c%re (the kernel's pattern)"},
         {"core%", "", "core file: ROOT/core% (the kernel's pattern)"},
         {"core%%", "touch $root/core%; ", "core file: ROOT/core%"},
         {"core%p", "", "core file: ROOT/core%p (the kernel's pattern)"},
@@ -434,10 +439,11 @@ install/pre-payload + /etc/socket  socket 0600 0:0
 install/pre-payload ~ /etc/tree  owner 0:0 -> 0:80
 install/pre-payload - /etc/tree/a  file 0644 0:0 0 bytes
 install/pre-payload + /etc/tree/b \x20c  folder 0755 0:0
+install/pre-payload ~ /mounted \\ here  mode 1777 -> 0750
 install/pre-payload ~ /mounted \\ here/file  content 0 bytes e3b0c4.. -> 4 bytes 187897..
 phase                              created   removed   changed
 install/session-open                     0         0         0
-install/pre-payload                      7         4         9
+install/pre-payload                      7         4        10
 )";
     ASSERT_EQ(
         shell(
@@ -456,18 +462,18 @@ install/pre-payload                      7         4         9
     };
     std::string const before = stateOfTree();
     std::string const changing = "--mode 0 --phase session-open --phase 1 --changes $run -D when=1 -D act=";
-    std::string const onlyRecords = " | grep -e ' [-+~] ' -e ' [0-9]$' -e ^phase";
+    std::string const onlyRecords = " | grep -e ' [-+~] ' -e ' [0-9][0-9]*$' -e ^phase";
     // clang-format off
     struct { int status; std::string command, expected; } const cases[] = {
         {0, "$hookhost --overlay " + changing + "change" + onlyRecords, records},
         {0, "$hookhost --overlay " + changing + "'change and crash'" + onlyRecords, records},
-        {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "20\n"},
+        {0, "$hookhost --overlay --format raw " + changing + "change | grep -c '^install/pre-payload [-+~] /'", "21\n"},
         {0, "$hookhost --overlay --format jsonl " + changing + "change | sed -n 's#.*\\(\"change\":\"[a-z]*\",\"path\":\"/etc/\\(fifo\\|link\\|node\\|old\\)\"\\)#{\\1#p;s#.*\\(\"created\":7\\)#{\\1#p'",
             R"({"change":"created","path":"/etc/fifo","after":{"kind":"FIFO","mode":"0600","uid":0,"gid":0}})" "\n"
             R"({"change":"changed","path":"/etc/link","before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"},"after":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"other"}})" "\n"
             R"({"change":"changed","path":"/etc/node","before":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:3"},"after":{"kind":"character device","mode":"0600","uid":0,"gid":0,"device":"1:5"}})" "\n"
             R"({"change":"removed","path":"/etc/old","before":{"kind":"link","mode":"0777","uid":0,"gid":0,"target":"keep"}})" "\n"
-            R"({"created":7,"removed":4,"changed":9})" "\n"},
+            R"({"created":7,"removed":4,"changed":10})" "\n"},
         {0, "$hookhost --overlay --keep $root.kept " + changing + "change >&2; cd $root.kept; find . -type c -o -name file | sort; rm -r $root.kept",
             "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted \\ here/file\n"},
         {125, "mkdir $root.full; mount -t tmpfs -o nr_inodes=2 full $root.full; $hookhost --overlay --keep $root.full " + changing + "change >&2; status=$?;"

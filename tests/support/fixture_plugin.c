@@ -127,6 +127,7 @@ static void change(void)
     failed += mkfifo("/etc/fifo", 0600) + mknod("/etc/device", S_IFCHR | 0600, 0x103);
     failed += mknod("/etc/block", S_IFBLK | 0600, 0x103) + mknod("/etc/socket", S_IFSOCK | 0600, 0);
     append("/mounted \\ here/file", "more");
+    failed += chmod("/mounted \\ here", 0750);
     append("/dev/ignored", "");
     if (failed != 0) {
         latest("not everything could be changed");

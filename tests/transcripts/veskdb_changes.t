@@ -85,7 +85,8 @@ What was exported can be imported again, into the same records or into none.
   $ veskdb set pdb OLD --data 1 more x --relation critical LIB
   $ veskdb export pdb >pdb.jsonl
   $ veskdb export pcd >root/pcd.jsonl
-  $ sqlite3 "$pdb" "INSERT INTO upgraded_payloads VALUES('GONE', 'OLD'); DELETE FROM dependencies WHERE type = 0"
+  $ sqlite3 "$pdb" "INSERT INTO upgraded_payloads VALUES('GONE', 'OLD'); INSERT INTO payload_data VALUES('OLD', 2, 'extra', 'y');
+  >   INSERT INTO dependencies VALUES('OLD', 'EXTRA', 3); DELETE FROM dependencies WHERE type = 0"
   $ veskdb import pdb --replace <pdb.jsonl
   $ veskdb import pcd /pcd.jsonl --replace
   $ veskdb export pdb | diff pdb.jsonl -
