@@ -42,7 +42,6 @@ Change::Change(Database const& changed, WhenMissing whenMissing) : database(chan
     int32_t status =
         whenMissing == WhenMissing::kCreate ? database.open(&session) : database.openExisting(&session);
     if (status == kVeskNotFound && statusOf(pathOf(database))) {
-        end();
         throw Refusal(kExitError,
                       fmt::format("{}: a row of its version is missing: kVeskNotFound ({}); see {}", what,
                                   kVeskNotFound, ownCommand("verify")));

@@ -118,9 +118,7 @@ Replacement::Replacement(std::string const& targetPath)
 
 Replacement::~Replacement()
 {
-    if (!published) {
-        unlinkat(folder.get(), name.c_str(), 0);
-    }
+    unlinkat(folder.get(), name.c_str(), 0); // of the temporary file, unless it was renamed
 }
 
 std::string Replacement::path() const
@@ -170,7 +168,6 @@ std::string Replacement::replaceTarget()
         errno = error;
         require(false, target, "it cannot be replaced");
     }
-    published = true;
     fsync(folder.get());
     return aside.empty() ? "" : target.substr(0, target.size() - base.size()) + aside;
 }
@@ -179,7 +176,8 @@ std::string Replacement::replaceTarget()
 bool Replacement::takeFreeName() const
 {
     if (linkat(folder.get(), name.c_str(), folder.get(), base.c_str(), 0) == 0) {
-        return unlinkat(folder.get(), name.c_str(), 0) == 0;
+        unlinkat(folder.get(), name.c_str(), 0);
+        return true;
     }
     if (errno == EEXIST) {
         return false;

@@ -61,7 +61,6 @@ private:
     platform::Descriptor file;
     platform::Descriptor
         kept; ///< the previous file, open until the end: closing it releases this process's locks on it
-    bool published = false;
 };
 
 /// Files of one kind next to a target.
