@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 using namespace testing_support;
-using testing::_;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -580,7 +579,8 @@ TEST_F(Veskdb, BackupKeepsPreviousCopiesAndRefusesUnsoundDatabases)
     if (!UNDER_SANITIZERS) {
         EXPECT_EQ(shell("LD_PRELOAD=" POOR_FILE_SYSTEM " $veskdb backup pcd --to /second").status, 0);
         EXPECT_TRUE(readFile("/second") == readFile(pcd));
-        EXPECT_THAT(namesIn("/"), ElementsAre("Library", "copies.db", _, _, "empty", "second"));
+        EXPECT_THAT(namesIn("/"),
+                    ElementsAre("Library", "copies.db", testing::_, testing::_, "empty", "second"));
         unlink("/second");
     }
     writeFile("/text", "t");

@@ -1,5 +1,4 @@
 /* A plug-in that misbehaves as its session properties request: hookhost must cope with it. */
-#define _GNU_SOURCE
 #include "hooks/CustomHooks.h"
 
 #include <dlfcn.h>

@@ -55,7 +55,7 @@ int removeWhole(Options const& options)
     }
     requireConsent(question + '?', options.yes);
     Change change(options.database(), WhenMissing::kRefuse);
-    int32_t state = 0;
+    int32_t state = {};
     change.require(pdbGetInstallState(change.get(), options.id.c_str(), &state), what);
     change.require(pdbRemovePayload(change.get(), options.id.c_str()), what);
     change.commit();
@@ -134,7 +134,7 @@ std::string conflictsOnRecord(Change const& change, std::string const& payloadID
             continue;
         }
         for (; *others != nullptr; ++others) {
-            int32_t state = 0;
+            int32_t state = {};
             std::string const quoted = fmt::format("'{}'", escaped(*others));
             if (pdbGetInstallState(change.get(), *others, &state) == kVeskOK &&
                 names.find(quoted) == std::string::npos) {
@@ -174,7 +174,7 @@ int setPayload(Options const& options)
     char const* const payloadID = options.id.c_str();
     std::string const value = options.valueFrom ? readValueFrom(*options.valueFrom) : options.value;
     Change change(options.database(), WhenMissing::kRefuse);
-    int32_t state = 0;
+    int32_t state = {};
     change.require(pdbGetInstallState(change.get(), payloadID, &state), what);
     addRelations(change, options);
     if (options.data) {

@@ -482,7 +482,7 @@ int importPayloads(Options const& options)
     }
     Change change(options.database(), Change::WhenMissing::kCreate);
     for (Payload const& payload : payloads) {
-        int32_t state = 0;
+        int32_t state = {};
         int32_t const found = pdbGetInstallState(change.get(), payload.id.c_str(), &state);
         if (found == kVeskOK && !options.replace) {
             payload.line->refuse(payload.what +
