@@ -230,19 +230,7 @@ The help of every form.
     DB REQUIRED                 pdb, pcd, cache or vesk
   Options:
     --file FILE                 Recover this copy of the database instead
-  $ veskdb show vesk -h
+  $ veskdb show vesk -h | head -1
   Show all records of a payload or collection.
-  
-  Usage:
-    veskdb show vesk ID
-  
-  Positionals:
-    ID REQUIRED                 Of the payload or collection
-  
-  Common options:
-    -h,--help                   Print this help message and exit
-    --root DIR                  Enter this folder as the root first; FILEs are inside it
-    --json                      Print one JSON document
-  
   $ veskdb --version | sed 's/[0-9]/N/g'
   veskdb NN.N

@@ -342,7 +342,7 @@ Databases.
   vesk|unreadable|\N
   vesk|backup|/Library/Application Support/Zelko/backup/vesk.db
   vesk|backup made|2023-11-14T22:13:20Z
-  $ veskdb info --json | head -42
+  $ veskdb info --json | head -20
   {
     "pdb": {
       "path": "/Library/Application Support/Zelko/vesk/pdb.db",
@@ -363,28 +363,6 @@ Databases.
       "unreadable": null,
       "backup": "/Library/Application Support/Zelko/backup/pdb.db",
       "backup_modified": 1700000000
-    },
-    "pcd": {
-      "path": "/Library/Application Support/Zelko/Zelko PCD/pcd.db",
-      "present": true,
-      "size": 77824,
-      "owner": "0:80",
-      "mode": "0644",
-      "modified": 1700000000,
-      "schema_version": "1",
-      "schema_compatibility_version": "1",
-      "rows": {
-        "dolm_payload": 0,
-        "dolm_collection": 0,
-        "dolm_collection_payload": 0,
-        "dolm_payload_constraint": 0,
-        "collection_data": 0,
-        "payload_data": 0,
-        "domain_data": 3
-      },
-      "unreadable": null,
-      "backup": null,
-      "backup_modified": null
   $ terminal info | head -20
   pdb
     path                 /Library/Application Support/Zelko/vesk/pdb.db
@@ -448,7 +426,7 @@ Differences from a copy, and from another root.
   - payload_data AAA/0/k
   - payload_data APP/4/k/
   [1]
-  $ veskdb diff pdb /other.db --json | head -25
+  $ veskdb diff pdb /other.db --json | head -17
   [
     {
       "difference": "removed",
@@ -465,14 +443,6 @@ Differences from a copy, and from another root.
       "column": "signature",
       "old": "\u0000",
       "new": "s"
-    },
-    {
-      "difference": "changed",
-      "table": "payloads",
-      "key": "ANTI",
-      "column": "installTime",
-      "old": 1.5,
-      "new": 1
     },
   [1]
   $ veskdb diff pdb "${pdb#$root}" /root2

@@ -3,7 +3,6 @@
 #include "tools/hookhost/processes.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>

@@ -4,7 +4,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <unistd.h>
 
 namespace hookhost {
 

@@ -12,7 +12,6 @@
 #include "tools/veskdb/present.h"
 #include "tools/veskdb/refusal.h"
 #include "tools/veskdb/replacement.h"
-#include "tools/veskdb/soundness.h"
 #include "tools/veskdb/sqlite_values.h"
 #include "tools/veskdb/status_name.h"
 #include "tools/veskdb/value_text.h"
