@@ -13,6 +13,9 @@ Before there is any record.
   $ veskdb backup pdb
   veskdb: the payload database, '/Library/Application Support/Zelko/vesk/pdb.db': kVeskNotFound (8), it does not exist
   [1]
+  $ "$VESKDB" list pdb
+  veskdb: the payload database, '/Library/Application Support/Zelko/vesk/pdb.db': kVeskNotFound (8), it does not exist
+  [1]
   $ veskdb list pdb
   veskdb: the payload database, '/Library/Application Support/Zelko/vesk/pdb.db': kVeskNotFound (8), it does not exist
   [1]

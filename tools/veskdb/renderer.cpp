@@ -60,7 +60,8 @@ Renderer::Renderer()
         dup2(picture.writer.get(), STDOUT_FILENO);
         execlp("dot", "dot", "-Tsvg", static_cast<char*>(nullptr));
         int const error = errno;
-        _exit(write(failure.writer.get(), &error, sizeof error) > 0 ? 127 : 126);
+        (void)!write(failure.writer.get(), &error, sizeof error);
+        _exit(127);
     }
     failure.writer = Descriptor();
     int error = errno;
