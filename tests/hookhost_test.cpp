@@ -478,6 +478,7 @@ install/pre-payload                      7         4        10
             "./etc/device\n./etc/moved\n./etc/node\n./etc/old\n./mounted \\ here/file\n"},
         {125, "mkdir $root.full; mount -t tmpfs -o nr_inodes=2 full $root.full; $hookhost --overlay --keep $root.full " + changing + "change >&2; status=$?;"
             " umount $root.full; rmdir $root.full; exit $status", ""},
+        {125, "PATH=/none $hookhost --overlay --keep $root.kept " + changing + "change >&2; status=$?; rmdir $root.kept; exit $status", ""},
         {0, "{ $hookhost --overlay " + changing + "hang; echo status $?; } | { IFS=' '; set -- $(grep -m 1 ' 0/1 ');"
             " kill $(cut -d ' ' -f 4 /proc/$3/stat); grep -o 'interrupted by signal 15\\|status 143'; }", "interrupted by signal 15\nstatus 143\n"},
         // On the tree itself, where files that are old and unchanged are not read again.

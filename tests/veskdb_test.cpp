@@ -276,12 +276,12 @@ TEST_F(Veskdb, ChangesAreAllOrNothing)
         // Interrupted while it waits for another program's lock.
         {"hold 'BEGIN IMMEDIATE;'; $veskdb set pdb APP --data 0 K V & veskdb=$!; held $veskdb; "
          "kill -TERM $veskdb; release; wait $veskdb",
-         128 + SIGTERM, ""},
+         128 + SIGTERM, "interrupted; nothing was changed"},
         // Interrupted in a statement that never ends.
         {"sqlite3 \"$cache\" 'CREATE TRIGGER t AFTER INSERT ON domain_data BEGIN INSERT INTO pcd_meta WITH RECURSIVE "
          "n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) SELECT x, x FROM n; END'; "
          "$veskdb set cache 1 a b c & veskdb=$!; held $veskdb; kill -TERM $veskdb; wait $veskdb",
-         128 + SIGTERM, ""},
+         128 + SIGTERM, "interrupted; nothing was changed"},
         {"sqlite3 \"$cache\" \"DROP TRIGGER t; INSERT INTO domain_data VALUES (7, 1, x'410042', 1)\"; "
          "$veskdb remove cache 7 1 --yes; status=$?; sqlite3 \"$cache\" 'DELETE FROM domain_data WHERE domain = 7'; "
          "exit $status",
@@ -700,7 +700,7 @@ TEST_F(Veskdb, RestoreRefusesUnsafeSourcesAndTargets)
          2, busy},
         {"hold 'BEGIN; SELECT count(*) FROM payloads;'; $veskdb restore pdb --yes & veskdb=$!; held $veskdb; "
          "kill -TERM $veskdb; release; wait $veskdb",
-         128 + SIGTERM, ""},
+         128 + SIGTERM, "interrupted; nothing was changed"},
     };
     refuses(cases, [] {
         return std::tuple(readFile(pdb), readFile(pcd), namesIn(zelko + "vesk"),

@@ -74,7 +74,8 @@ void Change::require(int32_t status, std::string const& what)
     } else {
         reason = reasonFor(SQLITE_CANTOPEN, 0, path);
     }
-    end(); // which drops the locks
+    end();                 // which drops the locks
+    signals.requireNone(); // what failed may be a statement that a signal has interrupted
     if (status == kVeskBusy) {
         reason = reasonForBusy(path);
     }

@@ -211,7 +211,6 @@ void DamagedFile::open()
     sqlite3_limit(opened, SQLITE_LIMIT_FUNCTION_ARG, 0);
     sqlite3_limit(opened, SQLITE_LIMIT_LENGTH,
                   static_cast<int>(std::min<std::size_t>(image.size() + headerSize, 1000 * mebibyte)));
-    sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
     sqlite3_deserialize(opened, "main", reinterpret_cast<unsigned char*>(image.data()),
                         static_cast<sqlite3_int64>(image.size()), static_cast<sqlite3_int64>(image.size()),
                         SQLITE_DESERIALIZE_READONLY);
