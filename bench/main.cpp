@@ -53,8 +53,8 @@ long peakKiB()
     return used.ru_maxrss;
 }
 
-/// A list's statement does not depend on the number of payloads, so it is recorded with one payload; another process adds
-/// the others. Neither raises the peak of this process.
+/// A list's statement does not depend on the number of payloads, so it is recorded with one payload; another process
+/// adds the others. Neither raises the peak of this process.
 void printMemory(ScratchRoot& root, Operation const& operation, bool floor)
 {
     prepareStores(1);

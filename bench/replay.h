@@ -1,4 +1,5 @@
-/// The floor of every operation: plain C that repeats a recording of the operation. It opens the same database files, runs the same statements and keeps a copy of each text that they read until the file is closed.
+/// The floor of every operation: plain C that repeats a recording of the operation. It opens the same database files,
+/// runs the same statements and keeps a copy of each text that they read until the file is closed.
 /// It knows nothing of the product: no paths, no versions, no owners and no rules.
 #ifndef BENCH_REPLAY_H
 #define BENCH_REPLAY_H

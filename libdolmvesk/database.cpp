@@ -75,8 +75,9 @@ public:
     }
 
 private:
-    // The most that one statement may run. Reading the versions of an intact file takes some hundred VDBE instructions. Of a schema, a row
-    // takes about ten, but its text is parsed between two of them and can take fifty times its length in memory.
+    // The most that one statement may run. Reading the versions of an intact file takes some hundred VDBE
+    // instructions. Of a schema, a row takes about ten, but its text is parsed between two of them and can take fifty
+    // times its length in memory.
     static int const mostInstructionsOfOwn = 1'000'000;
     static int const mostInstructionsOfShared = 2'000;
     static int const enableViews = 1015; // SQLITE_DBCONFIG_ENABLE_VIEW; older SQLite versions ignore it

@@ -1,5 +1,5 @@
-/* Preloaded into a program: its clock advances by a second each time it is read, its waits end at once, and every file is
- * old. When it ends, it prints how long it would have waited. */
+/* Preloaded into a program: its clock advances by a second each time it is read, its waits end at once, and every file
+ * is old. When it ends, it prints how long it would have waited. */
 #include <stdio.h>
 #include <time.h>
 #include <unistd.h>

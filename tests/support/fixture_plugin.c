@@ -66,8 +66,8 @@ static void* chatter(void* letter)
     return NULL;
 }
 
-/* A helper program in a copy of the process, with another one that waits for it: it waits for a writer of /go, prints more
- * than a pipe holds, and opens /done for reading. */
+/* A helper program in a copy of the process, with another one that waits for it: it waits for a writer of /go, prints
+ * more than a pipe holds, and opens /done for reading. */
 static void helper(void)
 {
     int started[2];
@@ -261,8 +261,9 @@ static void act(char const* what, HookLogCallback log)
         logSignals(log);
     } else if (strcmp(what, "mounts") == 0) {
         printMounts();
-    } else if (strcmp(what, "segmentation signal") == 0) {
-        raise(SIGSEGV);                                /* none of the processor's: it would not occur again */
+    } else if (strcmp(what, "segmentation signal") ==
+               0) { /* none of the processor's, which would occur again */
+        raise(SIGSEGV);
     } else if (strcmp(what, "exit at the end") == 0) { /* the plug-in stays loaded until then */
         Dl_info self;
         dladdr(&latest, &self);

@@ -10,35 +10,8 @@ Words.
   $ veskdb
   veskdb: the verb is missing; see veskdb --help
   [2]
-  $ veskdb frob pdb
+  $ veskdb frob pdb | grep frob # then all forms, as in its help
   veskdb: the verb 'frob' is unknown; give one of these:
-    veskdb list pdb [--state installed|not-installed|all]
-    veskdb list pcd|cache [DOMAIN] [SUBDOMAIN] [KEY]
-    veskdb list vesk
-    veskdb list actions [ID]
-    veskdb show pdb ID
-    veskdb show vesk ID
-    veskdb why pdb ID
-    veskdb find TEXT [DB]...
-    veskdb graph pdb [ID] [--depth N] [--format dot|mermaid|svg]
-    veskdb diff DB [A] [B]
-    veskdb info
-    veskdb verify [DB]...
-    veskdb add pdb ID --family F --name N --version V --signature S [--conflicts ID]...
-            [--upgrades ID]... [--relation TYPE OTHER] [--replace]
-    veskdb set pdb ID [--state installed|not-installed] [--conflicts ID]... [--upgrades ID]...
-            [--relation TYPE OTHER] [--data DOMAIN KEY VALUE] [--value-from FILE]
-    veskdb set pcd|cache DOMAIN SUBDOMAIN KEY [VALUE] [--value-from FILE]
-    veskdb remove pdb ID [--data DOMAIN KEY] [--relation OTHER] [--yes]
-    veskdb remove pcd|cache DOMAIN SUBDOMAIN [KEY] [--yes]
-    veskdb export pdb [ID]...
-    veskdb export pcd|cache
-    veskdb import pdb [FILE] [--replace]
-    veskdb import pcd|cache [FILE] [--replace]
-    veskdb backup [DB]... [--to FILE]
-    veskdb restore DB [--from FILE] [--yes]
-    veskdb salvage DB [--from FILE] --to FILE
-    veskdb recover DB [--file FILE]
   [2]
   $ veskdb list
   veskdb: list needs a database:

@@ -10,7 +10,7 @@ namespace veskdb {
 struct ForeignFiles
 {
     std::size_t number = 0;
-    std::string first; ///< path of one of them
+    std::string first; ///< path of one of them, always the same
 };
 
 /// Counts the files and folders below the folder of all databases that root does not own, except in the folders that

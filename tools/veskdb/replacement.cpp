@@ -118,7 +118,7 @@ Replacement::Replacement(std::string const& targetPath)
 
 Replacement::~Replacement()
 {
-    unlinkat(folder.get(), name.c_str(), 0); // of the temporary file, unless it was renamed
+    unlinkat(folder.get(), name.c_str(), 0); // nothing without a temporary name
 }
 
 std::string Replacement::path() const
@@ -168,6 +168,7 @@ std::string Replacement::replaceTarget()
         errno = error;
         require(false, target, "it cannot be replaced");
     }
+    name.clear(); // from now on it may be another user's
     fsync(folder.get());
     return aside.empty() ? "" : target.substr(0, target.size() - base.size()) + aside;
 }
